@@ -1,0 +1,37 @@
+# Settings of the whole build: language level, warnings, sanitizers, where products lie.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "Release, Debug or RelWithDebInfo" FORCE)
+endif()
+
+option(VNX_SANITIZE "Address and undefined-behaviour sanitizers" OFF)
+option(VNX_WERROR "Warnings are errors" ${PROJECT_IS_TOP_LEVEL})
+
+find_program(VNX_CCACHE ccache)
+if(VNX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${VNX_CCACHE}")
+    set(CMAKE_C_COMPILER_LAUNCHER "${VNX_CCACHE}")
+endif()
+
+add_library(vnx_options INTERFACE)
+target_compile_options(vnx_options INTERFACE
+    -Wall -Wextra -Wconversion -Wshadow -Wnon-virtual-dtor -Wcast-qual -Wpointer-arith
+    $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wduplicated-cond -Wlogical-op>
+    $<$<BOOL:${VNX_WERROR}>:-Werror>)
+if(VNX_SANITIZE)
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
+                        -fno-omit-frame-pointer -g1 -O1)
+    add_link_options(-fsanitize=address,undefined)
+endif()

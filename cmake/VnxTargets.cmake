@@ -1,0 +1,53 @@
+# vnx_library(NAME name SOURCES ... USES ...)
+# A folder's code as the static library vnx_<name> with the alias varnox::<name>. Its objects join
+# libvnxsdkbase.so, so nothing in it is exported unless its source says so. USES names every target
+# it needs; that list is the architecture.
+function(vnx_library)
+    cmake_parse_arguments(ARG "" "NAME" "SOURCES;USES" ${ARGN})
+    add_library(vnx_${ARG_NAME} STATIC ${ARG_SOURCES})
+    add_library(varnox::${ARG_NAME} ALIAS vnx_${ARG_NAME})
+    target_include_directories(vnx_${ARG_NAME} PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>")
+    target_link_libraries(vnx_${ARG_NAME} PUBLIC varnox::headers ${ARG_USES}
+                          PRIVATE $<BUILD_INTERFACE:vnx_options>)
+endfunction()
+
+# vnx_program(NAME name SOURCES ... USES ...): a program in bin/.
+function(vnx_program)
+    cmake_parse_arguments(ARG "" "NAME" "SOURCES;USES" ${ARGN})
+    add_executable(${ARG_NAME} ${ARG_SOURCES})
+    target_include_directories(${ARG_NAME} PRIVATE "${PROJECT_SOURCE_DIR}")
+    target_link_libraries(${ARG_NAME} PRIVATE varnox::headers ${ARG_USES} vnx_options)
+endfunction()
+
+# vnx_addon(NAME name SOURCES ... USES ...): a loader add-on, lib/<name>.so. Its host API symbols stay
+# undefined; the process that loads it provides them.
+function(vnx_addon)
+    cmake_parse_arguments(ARG "" "NAME" "SOURCES;USES" ${ARGN})
+    add_library(${ARG_NAME} MODULE ${ARG_SOURCES})
+    set_target_properties(${ARG_NAME} PROPERTIES PREFIX "")
+    target_include_directories(${ARG_NAME} PRIVATE "${PROJECT_SOURCE_DIR}")
+    target_link_libraries(${ARG_NAME} PRIVATE varnox::headers ${ARG_USES} vnx_options)
+endfunction()
+
+# vnx_test(NAME name SOURCES ... USES ... [LABELS ...] [TIMEOUT seconds])
+# The test program vnx_<name>_tests in bin/; each of its tests is a ctest named
+# <name>.<suite>.<test> with the label <name>.
+function(vnx_test)
+    cmake_parse_arguments(ARG "" "NAME;TIMEOUT" "SOURCES;USES;LABELS" ${ARGN})
+    if(NOT ARG_TIMEOUT)
+        set(ARG_TIMEOUT 120)
+    endif()
+    set(target vnx_${ARG_NAME}_tests)
+    add_executable(${target} ${ARG_SOURCES})
+    # An add-on that a test loads finds the host API in the test program.
+    set_target_properties(${target} PROPERTIES ENABLE_EXPORTS ON)
+    target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}")
+    target_compile_definitions(${target} PRIVATE
+        VNX_SOURCE_DIR="${PROJECT_SOURCE_DIR}" VNX_BIN_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}"
+        VNX_LIB_DIR="${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
+    target_link_libraries(${target} PRIVATE varnox::headers ${ARG_USES} vnx_options
+                          GTest::gmock GTest::gtest GTest::gtest_main)
+    gtest_discover_tests(${target} TEST_PREFIX "${ARG_NAME}." DISCOVERY_MODE PRE_TEST
+                         DISCOVERY_TIMEOUT 60
+                         PROPERTIES LABELS "${ARG_NAME};${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT})
+endfunction()
