@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace varnox::hdqfsloader {
+
+class DescriptorCache;
+
+/// The type of a variable's values as files number it.
+enum class ValueType : std::uint8_t {
+    Float = 1,
+    Double = 2,
+    Int32 = 3,
+    Int16 = 4,
+    Byte = 5,
+    Bit = 6, ///< One byte, 0 or 1.
+};
+
+/// True for the numbers of the enumeration.
+bool isValueType(std::uint8_t number);
+
+/// Bytes of a value in memory and in a binary file.
+std::size_t valueSize(ValueType type);
+
+/// A run of values of one type in a file: a variable's values in a zone, or in one partition of it.
+struct ValueArray
+{
+    std::string const* path; ///< Owned by the data set.
+    std::uint64_t fileLoc;   ///< Where the array starts, in a text file its description.
+    std::uint64_t numValues;
+    std::uint32_t varIndex; ///< From 0; names the array in a text file.
+    ValueType type;
+    bool isAscii;
+};
+
+/// Reads parts of value arrays, each with one positioned read. Keeps a buffer between calls.
+/// Failures are std::runtime_error with a text for a person: the file, the variable and what is
+/// wrong.
+class ValueReader
+{
+public:
+    explicit ValueReader(DescriptorCache& files) : m_files(files) {}
+
+    /// Values first up to but excluding first + count, in their own type, to out.
+    void readNative(ValueArray const& array, std::uint64_t first, std::uint64_t count, void* out);
+    /// The same, each as a double.
+    void readDoubles(ValueArray const& array, std::uint64_t first, std::uint64_t count,
+                     double* out);
+
+private:
+    void readText(ValueArray const& array, std::uint64_t first, std::uint64_t count, void* out);
+
+    DescriptorCache& m_files;
+    std::vector<char> m_text;
+    std::vector<unsigned char> m_native;
+};
+
+}
