@@ -68,14 +68,19 @@ public:
 private:
     struct Chunk;
 
+    static constexpr std::size_t INLINE_SIZE = 512;
+
+    unsigned char* room(std::size_t& available);
     void addBytes(void const* bytes, std::size_t byteCount);
     template <typename T>
     void addNumber(T value);
     template <typename T>
     void addVector(std::vector<T> const& values);
 
-    std::vector<Chunk> m_chunks;
+    std::vector<Chunk> m_chunks; // behind the bytes that lie in the object itself
     std::size_t m_size = 0;
+    std::size_t m_inlineUsed = 0;
+    unsigned char m_inline[INLINE_SIZE]; // a short command costs no allocation
 };
 
 }

@@ -1,0 +1,52 @@
+#include "varnox/ExceptionBase.h"
+#include "varnox/IOException.h"
+#include "varnox/socketutil/SocketException.h"
+
+#include <utility>
+
+namespace varnox {
+
+ExceptionBase::ExceptionBase(std::string const& message, bool) : m_message(message)
+{
+}
+ExceptionBase::~ExceptionBase() = default;
+
+char const* ExceptionBase::what() const noexcept
+{
+    return m_message.c_str();
+}
+
+std::exception const* ExceptionBase::cause() const
+{
+    return nullptr;
+}
+
+std::string ExceptionBase::message() const
+{
+    return m_message;
+}
+
+void ExceptionBase::printStackTrace() const
+{
+    printStackTrace(stderr);
+}
+
+void ExceptionBase::printStackTrace(std::FILE* file) const
+{
+    std::fprintf(file, "%s\n", what());
+}
+
+IOException::IOException(std::string message) : ExceptionBase(std::move(message), false)
+{
+}
+IOException::~IOException() = default;
+
+namespace socketutil {
+
+SocketException::SocketException(std::string const& message) : ExceptionBase(message, false)
+{
+}
+SocketException::~SocketException() = default;
+
+}
+}

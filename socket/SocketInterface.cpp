@@ -1,0 +1,7 @@
+#include "varnox/socketutil/SocketInterface.h"
+
+namespace varnox::socketutil {
+
+SocketInterface::~SocketInterface() = default;
+
+}
