@@ -1,0 +1,375 @@
+// Load on demand: the registration of callbacks, the client's requests, and the bulk data that a
+// callback pushes.
+
+#include "command/LoaderCommands.h"
+#include "proxy/LocalObjects.h"
+#include "proxy/VnxUtilProxyImpl.h"
+
+#include <stdexcept>
+
+namespace varnox {
+
+using namespace hdqremote;
+using socketutil::WriteCache;
+
+namespace {
+
+template <typename Callback>
+void addPresence(WriteCache& command, Callback* callback)
+{
+    command.addUInt32(callback != nullptr ? 1 : 0);
+}
+
+/// The caller's array as a vector.
+template <typename T>
+std::vector<T> elements(T const* values, long count)
+{
+    if (count < 0 || (count > 0 && values == nullptr))
+        throw std::invalid_argument("An array of " + std::to_string(count) +
+                                    " elements can't be sent.");
+    return count > 0 ? std::vector<T>(values, values + count) : std::vector<T>();
+}
+
+/// The handle of a node map or of face neighbours is the zone number itself.
+template <typename Handle>
+Handle* handleOf(int zone)
+{
+    return reinterpret_cast<Handle*>(static_cast<std::intptr_t>(zone));
+}
+
+}
+
+ZoneRecord* VnxUtilProxy::Impl::zoneRecord(long zone)
+{
+    bool const exists = zone >= 1 && static_cast<unsigned long>(zone) <= zones.size();
+    return exists ? &zones[static_cast<std::size_t>(zone - 1)] : nullptr;
+}
+
+FieldDataCallbacks* VnxUtilProxy::Impl::fieldDataCallbacks(long zone, long var)
+{
+    ZoneRecord* const record = zoneRecord(zone);
+    bool const exists = record != nullptr && var >= 1 &&
+                        static_cast<unsigned long>(var) <= record->fieldData.size();
+    return exists ? &record->fieldData[static_cast<std::size_t>(var - 1)] : nullptr;
+}
+
+void VnxUtilProxy::Impl::finishCommand() const
+{
+    socket.sendString(COMMAND_FINISHED);
+}
+
+void VnxUtilProxy::Impl::finishCommand(bool result) const
+{
+    socket.sendString(COMMAND_FINISHED);
+    socket.sendUInt32(result ? 1 : 0);
+}
+
+char VnxUtilProxy::VnxUtilDataValueCustomLOD(int zone, int var, char (*load)(FieldData_s*),
+                                             char (*unload)(FieldData_s*),
+                                             void (*cleanUp)(FieldData_s*),
+                                             double (*getValue)(FieldData_s*, long),
+                                             void (*setValue)(FieldData_s*, long, double),
+                                             long clientData)
+{
+    FieldDataCallbacks* const callbacks = m_impl->fieldDataCallbacks(zone, var);
+    if (callbacks == nullptr)
+        return 0;
+    *callbacks = {load, unload, cleanUp, getValue, setValue, clientData};
+    try {
+        WriteCache command;
+        command.addString(VNXUTILDATAVALUECUSTOMLOD);
+        command.addInt32(zone);
+        command.addInt32(var);
+        addPresence(command, load);
+        addPresence(command, unload);
+        addPresence(command, cleanUp);
+        addPresence(command, getValue);
+        addPresence(command, setValue);
+        m_impl->commandCache.appendCache(command);
+        m_impl->commandCache.addBooleanReceiveRoutine();
+    } catch (...) {
+        return 0;
+    }
+    return 1;
+}
+
+char VnxUtilProxy::VnxUtilDataNodeCustomLOD(int zone, char (*load)(ElemToNodeMap*),
+                                            char (*unload)(ElemToNodeMap*),
+                                            void (*cleanUp)(ElemToNodeMap*), long clientData)
+{
+    ZoneRecord* const record = m_impl->zoneRecord(zone);
+    if (record == nullptr)
+        return 0;
+    record->nodeMapLoad = load;
+    record->nodeMapUnload = unload;
+    record->nodeMapCleanUp = cleanUp;
+    record->nodeMapClientData = clientData;
+    try {
+        WriteCache command;
+        command.addString(VNXUTILDATANODECUSTOMLOD);
+        command.addInt32(zone);
+        addPresence(command, load);
+        addPresence(command, unload);
+        addPresence(command, cleanUp);
+        m_impl->commandCache.appendCache(command);
+        m_impl->commandCache.addBooleanReentrantCommandServiceRoutine();
+    } catch (...) {
+        return 0;
+    }
+    return 1;
+}
+
+char VnxUtilProxy::VnxUtilDataFaceNbrCustomLOD(int zone, char flag, char (*load)(FaceNeighbor_s*),
+                                               char (*unload)(FaceNeighbor_s*),
+                                               void (*cleanUp)(FaceNeighbor_s*), long clientData)
+{
+    ZoneRecord* const record = m_impl->zoneRecord(zone);
+    if (record == nullptr)
+        return 0;
+    record->faceNbrLoad = load;
+    record->faceNbrUnload = unload;
+    record->faceNbrCleanUp = cleanUp;
+    record->faceNbrClientData = clientData;
+    record->faceNbrsLoaded = false;
+    try {
+        WriteCache command;
+        command.addString(VNXUTILDATAFACENBRCUSTOMLOD);
+        command.addInt32(zone);
+        command.addUInt32(flag != 0 ? 1 : 0);
+        addPresence(command, load);
+        addPresence(command, unload);
+        addPresence(command, cleanUp);
+        m_impl->commandCache.appendCache(command);
+        m_impl->commandCache.addBooleanReentrantCommandServiceRoutine();
+    } catch (...) {
+        return 0;
+    }
+    return 1;
+}
+
+long VnxUtilProxy::VnxUtilDataValueGetClientData(FieldData_s* handle)
+{
+    FieldDataCallbacks const* const callbacks =
+        handle != nullptr ? m_impl->fieldDataCallbacks(handle->zone, handle->var) : nullptr;
+    return callbacks != nullptr ? callbacks->clientData : 0;
+}
+
+FieldDataType_e VnxUtilProxy::VnxUtilDataValueGetRefType(FieldData_s* handle)
+{
+    ZoneRecord const* const record = handle != nullptr ? m_impl->zoneRecord(handle->zone) : nullptr;
+    bool const isKnown = record != nullptr && handle->var >= 1 &&
+                         static_cast<std::size_t>(handle->var) <= record->varDataTypes.size();
+    return static_cast<FieldDataType_e>(
+        isKnown ? record->varDataTypes[static_cast<std::size_t>(handle->var - 1)] : 0);
+}
+
+long VnxUtilProxy::VnxUtilDataNodeGetClientData(ElemToNodeMap* handle)
+{
+    ZoneRecord const* const record = m_impl->recordOfHandle(handle);
+    return record != nullptr ? record->nodeMapClientData : 0;
+}
+
+long VnxUtilProxy::VnxUtilDataFaceNbrGetClientData(FaceNeighbor_s* handle)
+{
+    ZoneRecord const* const record = m_impl->recordOfHandle(handle);
+    return record != nullptr ? record->faceNbrClientData : 0;
+}
+
+FaceNeighborMode_e VnxUtilProxy::VnxUtilDataFaceNbrGetModeByRef(FaceNeighbor_s* handle)
+{
+    ZoneRecord const* const record = m_impl->recordOfHandle(handle);
+    return static_cast<FaceNeighborMode_e>(record != nullptr ? record->faceNeighborMode : 0);
+}
+
+FaceNeighborMode_e VnxUtilProxy::VnxUtilDataFaceNbrGetModeByZone(int zone)
+{
+    return VnxUtilDataFaceNbrGetModeByRef(handleOf<FaceNeighbor_s>(zone));
+}
+
+void VnxUtilProxy::VnxUtilDataValueArraySetByRef(FieldData_s* handle, long offset, long count,
+                                                 void const* values)
+{
+    WriteCache command;
+    command.addString(VNXUTILDATAVALUEARRAYSETBYREF);
+    command.addInt64(offset);
+    command.addInt64(count);
+    switch (static_cast<int>(VnxUtilDataValueGetRefType(handle))) {
+    case FieldDataType_Float:
+        command.addFloatVector(elements(static_cast<float const*>(values), count));
+        break;
+    case FieldDataType_Double:
+        command.addDoubleVector(elements(static_cast<double const*>(values), count));
+        break;
+    case FieldDataType_Int32:
+        command.addInt32Vector(elements(static_cast<int const*>(values), count));
+        break;
+    case FieldDataType_Int16:
+        command.addInt16Vector(elements(static_cast<short const*>(values), count));
+        break;
+    case FieldDataType_Byte:
+        command.addUInt8Vector(elements(static_cast<unsigned char const*>(values), count));
+        break;
+    default:
+        // Deliberate: the command is dropped without a report.
+        // Test: LoadOnDemand.ArrayOfAnUnknownTypeSendsNothing
+        return;
+    }
+    m_impl->socket.sendCache(command);
+}
+
+void VnxUtilProxy::VnxUtilDataValueSetByRef(FieldData_s* handle, long offset, double value)
+{
+    // Deliberate: the double's bytes go out as the variable's type, which is right for doubles
+    // alone. Test: LoadOnDemand.SingleValueIsNotConverted
+    VnxUtilDataValueArraySetByRef(handle, offset, 1, &value);
+}
+
+void VnxUtilProxy::VnxUtilDataNodeArraySetByRef(ElemToNodeMap*, long offset, long count,
+                                                int const* nodes)
+{
+    WriteCache command;
+    command.addString(VNXUTILDATANODEARRAYSETBYREF);
+    command.addInt64(offset);
+    command.addInt64(count);
+    command.addInt32Vector(elements(nodes, count));
+    m_impl->socket.sendCache(command);
+}
+
+void VnxUtilProxy::VnxUtilDataNodeSectionArraySetByRef(ElemToNodeMap*, int section, long offset,
+                                                       long count, int const* nodes)
+{
+    WriteCache command;
+    command.addString(VNXUTILDATANODESECTIONARRAYSETBYREF);
+    command.addInt32(section);
+    command.addInt64(offset);
+    command.addInt64(count);
+    command.addInt32Vector(elements(nodes, count));
+    m_impl->socket.sendCache(command);
+}
+
+void VnxUtilProxy::VnxUtilDataNodeSectionArraySetByRef64(ElemToNodeMap*, int section, long offset,
+                                                         long count, long const* nodes)
+{
+    WriteCache command;
+    command.addString(VNXUTILDATANODESECTIONARRAYSETBYREF64);
+    command.addInt32(section);
+    command.addInt64(offset);
+    command.addInt64(count);
+    command.addInt64Vector(elements(nodes, count));
+    m_impl->socket.sendCache(command);
+}
+
+char VnxUtilProxy::VnxUtilDataFaceNbrAssignByRef(FaceNeighbor_s*, long first, int second,
+                                                 char third, int count, int const* items,
+                                                 long const* zones)
+{
+    WriteCache command;
+    command.addString(VNXUTILDATAFACENBRASSIGNBYREF);
+    command.addInt64(first);
+    command.addInt32(second);
+    command.addUInt8(static_cast<unsigned char>(third));
+    command.addInt32(count);
+    command.addInt32Vector(elements(items, count));
+    if (zones != nullptr)
+        command.addInt64Vector(elements(zones, count));
+    m_impl->socket.sendCache(command);
+    return static_cast<char>(m_impl->socket.receiveUInt32() != 0);
+}
+
+// In the handlers no reference into the zones is held while a callback runs: it may add zones.
+
+void VnxUtilProxy::handleLoadFieldData() const
+{
+    FieldData_s handle{};
+    handle.zone = m_impl->socket.receiveInt32();
+    handle.var = m_impl->socket.receiveInt32();
+    FieldDataCallbacks const* const callbacks = m_impl->fieldDataCallbacks(handle.zone, handle.var);
+    auto* const load = callbacks != nullptr ? callbacks->load : nullptr;
+    m_impl->finishCommand(load != nullptr && load(&handle) != 0);
+}
+
+void VnxUtilProxy::handleUnloadFieldData() const
+{
+    FieldData_s handle{};
+    handle.zone = m_impl->socket.receiveInt32();
+    handle.var = m_impl->socket.receiveInt32();
+    FieldDataCallbacks const* const callbacks = m_impl->fieldDataCallbacks(handle.zone, handle.var);
+    auto* const unload = callbacks != nullptr ? callbacks->unload : nullptr;
+    m_impl->finishCommand(unload != nullptr && unload(&handle) != 0);
+}
+
+void VnxUtilProxy::handleCleanUpFieldData() const
+{
+    FieldData_s handle{};
+    handle.zone = m_impl->socket.receiveInt32();
+    handle.var = m_impl->socket.receiveInt32();
+    FieldDataCallbacks const* const callbacks = m_impl->fieldDataCallbacks(handle.zone, handle.var);
+    auto* const cleanUp = callbacks != nullptr ? callbacks->cleanUp : nullptr;
+    if (cleanUp != nullptr)
+        cleanUp(&handle);
+    m_impl->finishCommand();
+}
+
+void VnxUtilProxy::handleLoadNodeMap() const
+{
+    int const zone = m_impl->socket.receiveInt32();
+    ZoneRecord const* const record = m_impl->zoneRecord(zone);
+    auto* const load = record != nullptr ? record->nodeMapLoad : nullptr;
+    m_impl->finishCommand(load != nullptr && load(handleOf<ElemToNodeMap>(zone)) != 0);
+}
+
+void VnxUtilProxy::handleUnloadNodeMap() const
+{
+    int const zone = m_impl->socket.receiveInt32();
+    ZoneRecord const* const record = m_impl->zoneRecord(zone);
+    auto* const unload = record != nullptr ? record->nodeMapUnload : nullptr;
+    m_impl->finishCommand(unload != nullptr && unload(handleOf<ElemToNodeMap>(zone)) != 0);
+}
+
+void VnxUtilProxy::handleCleanUpNodeMap() const
+{
+    int const zone = m_impl->socket.receiveInt32();
+    ZoneRecord const* const record = m_impl->zoneRecord(zone);
+    auto* const cleanUp = record != nullptr ? record->nodeMapCleanUp : nullptr;
+    if (cleanUp != nullptr)
+        cleanUp(handleOf<ElemToNodeMap>(zone));
+    m_impl->finishCommand();
+}
+
+void VnxUtilProxy::handleLoadFaceNeighbors() const
+{
+    int const zone = m_impl->socket.receiveInt32();
+    ZoneRecord const* const record = m_impl->zoneRecord(zone);
+    auto* const load = record != nullptr ? record->faceNbrLoad : nullptr;
+    char const result = load != nullptr ? load(handleOf<FaceNeighbor_s>(zone)) : char{0};
+    m_impl->finishCommand(result != 0);
+    // Deliberate: exactly 1 counts here, anything but 0 in the reply.
+    // Test: LoadOnDemand.LoadResultOfTwoIsTrueForTheClientAndNotLoadedHere
+    if (ZoneRecord* const after = m_impl->zoneRecord(zone))
+        after->faceNbrsLoaded = result == 1;
+}
+
+void VnxUtilProxy::handleUnloadFaceNeighbors() const
+{
+    int const zone = m_impl->socket.receiveInt32();
+    ZoneRecord const* const record = m_impl->zoneRecord(zone);
+    auto* const unload = record != nullptr ? record->faceNbrUnload : nullptr;
+    char const result = unload != nullptr ? unload(handleOf<FaceNeighbor_s>(zone)) : char{0};
+    m_impl->finishCommand(result != 0);
+    if (ZoneRecord* const after = m_impl->zoneRecord(zone))
+        after->faceNbrsLoaded = result != 1; // a refused unload counts as still loaded
+}
+
+void VnxUtilProxy::handleCleanUpFaceNeighbors() const
+{
+    int const zone = m_impl->socket.receiveInt32();
+    ZoneRecord const* const record = m_impl->zoneRecord(zone);
+    auto* const cleanUp = record != nullptr ? record->faceNbrCleanUp : nullptr;
+    if (cleanUp != nullptr)
+        cleanUp(handleOf<FaceNeighbor_s>(zone));
+    m_impl->finishCommand();
+    if (ZoneRecord* const after = m_impl->zoneRecord(zone))
+        after->faceNbrsLoaded = false;
+}
+
+}
