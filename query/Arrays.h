@@ -1,0 +1,71 @@
+#pragma once
+
+#include "query/WithIOException.h"
+#include "varnox/ItemAddress.h"
+#include "varnox/RawArray.h"
+#include "varnox/socketutil/SocketInterface.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace varnox {
+
+using SubzoneAddress = ItemAddress<long>::SubzoneAddress;
+
+/// The owner of an array that a callee may grow, and its view.
+template <typename T>
+class OwnedArray
+{
+public:
+    OwnedArray() : m_view{&m_block, nullptr, 0, 0} {}
+    /// Preallocated with a capacity.
+    explicit OwnedArray(std::size_t capacity) : OwnedArray() { reserve(m_view, capacity); }
+    OwnedArray(OwnedArray const&) = delete;
+    OwnedArray& operator=(OwnedArray const&) = delete;
+    ~OwnedArray() { delete[] m_block; }
+
+    RawArray<T>& view() { return m_view; }
+    RawArray<T> const& view() const { return m_view; }
+    T const* begin() const { return m_view.data; }
+    T const* end() const { return m_view.data + m_view.size; }
+
+private:
+    T* m_block = nullptr;
+    RawArray<T> m_view;
+};
+
+/// A read-only view over a vector, which must outlive it.
+template <typename T>
+RawArray<T> viewOf(std::vector<T>& values)
+{
+    return {nullptr, values.data(), values.size(), values.size()};
+}
+
+namespace hdqlib {
+
+/// Sends an array of 64-bit words as one uint64 vector. Throws IOException.
+template <typename T>
+void send64BitTypeRawArray(socketutil::SocketInterface& socket, RawArray<T> const& array)
+{
+    static_assert(sizeof(T) == sizeof(std::uint64_t));
+    std::vector<unsigned long> words(static_cast<std::size_t>(array.size));
+    for (std::size_t i = 0; i < words.size(); ++i)
+        words[i] = array.data[i].word();
+    withIOException([&] { socket.sendUInt64Vector(words); });
+}
+
+}
+
+namespace hdqremote {
+
+void sendItemAddress(socketutil::SocketInterface& socket, ItemAddress<long> address);
+ItemAddress<long> receiveItemAddress(socketutil::SocketInterface& socket);
+SubzoneAddress receiveSubzoneAddress(socketutil::SocketInterface& socket);
+/// A vector of subzone addresses. Throws IOException.
+std::vector<SubzoneAddress> receiveSubzoneAddresses(socketutil::SocketInterface& socket);
+
+}
+
+}

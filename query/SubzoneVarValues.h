@@ -1,0 +1,72 @@
+#pragma once
+
+#include "varnox/ItemAddress.h"
+#include "varnox/RawArray.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace varnox::socketutil {
+class SocketInterface;
+class WriteCache;
+}
+
+namespace varnox::hdqlib {
+
+/// The low 32 bits of the processor's conversion toward zero: 0x80000000 for what doesn't fit and
+/// for not-a-number.
+std::int32_t truncateToInt32(double value);
+
+/// The values of one variable in one subzone. No type travels with them: the reader knows it from
+/// the variable's registration.
+class SubzoneVarValuesAbstract
+{
+public:
+    virtual ~SubzoneVarValuesAbstract();
+
+    /// The item-th value; the item isn't checked.
+    virtual double fieldValue(unsigned short item) const = 0;
+    /// Grows the result to the number of items and fills it with the subzone's first values.
+    virtual void fieldValues(RawArray<ItemAddress<long>> const& items,
+                             RawArray<double>& values) const = 0;
+    virtual std::size_t size() const = 0;
+    /// Throws IOException.
+    virtual void addToCache(socketutil::WriteCache& cache) = 0;
+
+private:
+    std::uint32_t m_checkoutCount = 0;
+};
+
+/// T is float, double, int, short or unsigned char.
+template <typename T>
+class SubzoneVarValues : public SubzoneVarValuesAbstract
+{
+public:
+    /// Narrows every value to T: integers are cut toward zero to 32 bits and then to their low
+    /// bits.
+    explicit SubzoneVarValues(RawArray<double> const& values);
+    /// Reads the wire form. Throws IOException.
+    explicit SubzoneVarValues(socketutil::SocketInterface& socket);
+
+    std::vector<T> receiveValues(socketutil::SocketInterface& socket);
+
+    double fieldValue(unsigned short item) const override;
+    void fieldValues(RawArray<ItemAddress<long>> const& items,
+                     RawArray<double>& values) const override;
+    std::size_t size() const override { return m_size; }
+    void addToCache(socketutil::WriteCache& cache) override;
+
+private:
+    std::size_t m_size = 0;
+    std::unique_ptr<T[]> m_values;
+};
+
+extern template class SubzoneVarValues<float>;
+extern template class SubzoneVarValues<double>;
+extern template class SubzoneVarValues<int>;
+extern template class SubzoneVarValues<short>;
+extern template class SubzoneVarValues<unsigned char>;
+
+}
