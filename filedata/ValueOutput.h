@@ -1,0 +1,30 @@
+#pragma once
+
+#include "filedata/FileWriterInterface.h"
+#include "filedata/Numbers.h"
+
+#include <cstdint>
+
+/// Typed writing in both forms of the file, the mirror of ValueInput.h. base is added to a value in
+/// the text form alone.
+namespace varnox::hdqio {
+
+/// Index of an array that has none.
+constexpr std::int64_t NO_ARRAY_INDEX = 0x7FFFFFFFFFFFFFFF;
+
+/// An array of nothing isn't written at all. In text the label is the name with index + 1 behind
+/// it; valuesPerLine must not be 0.
+template <typename T, bool hex, int base>
+char writeValueArray(FileWriterInterface& writer, char const* name, std::int64_t index,
+                     std::uint64_t count, T const* values, std::uint64_t valuesPerLine);
+
+/// As pairs of T: cut toward zero for integers, rounded for floats.
+template <typename T>
+char writeMinMaxArray(FileWriterInterface& writer, char const* name, std::int64_t index,
+                      std::uint64_t count, MinMax const* values, std::uint64_t valuesPerLine);
+
+/// The text of a value. True if it fits and isn't empty.
+template <typename T, bool hex, int base>
+bool encodeAsciiValue(char* buffer, int size, T const& value);
+
+}
