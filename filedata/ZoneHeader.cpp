@@ -1,0 +1,741 @@
+#include "filedata/ZoneHeader.h"
+
+#include "filedata/Messages.h"
+#include "filedata/ValueFormats.h"
+#include "filedata/ValueInput.h"
+
+#include <algorithm>
+#include <array>
+#include <exception>
+#include <functional>
+#include <limits>
+#include <new>
+#include <numeric>
+
+namespace varnox::hdqio {
+
+namespace {
+
+constexpr std::uint32_t ZONE_MARKER = 0x02030405;
+constexpr std::uint32_t PARTITION_MARKER = 0x15161718;
+/// Items of a finite-element subzone: a constant of the format, not the file's limit.
+constexpr std::uint64_t SUBZONE_ITEMS = 256;
+
+TagNames const& zoneTagNames()
+{
+    static TagNames const names{
+#define TAG(number, constant, name) {number, name},
+#include "filedata/ZoneHeaderTags.def"
+    };
+    return names;
+}
+
+TagNames const& partitionTagNames()
+{
+    static TagNames const names = [] {
+        TagNames result;
+        for (ZoneHeaderTag const tag :
+             {CSZ_CONN_FILE_LOCS_TAG, NSZ_CONN_FILE_LOCS_TAG, NUM_REF_PARTITIONS_TAG,
+              REF_PARTITIONS_TAG, CSZ_NUM_REF_NSZS_TAG, NSZ_NUM_REF_CSZS_TAG,
+              CSZ_INCL_PTN_BIT_ARRAY_TAG, NSZ_INCL_PTN_BIT_ARRAY_TAG, VAR_FILE_LOCS_TAG,
+              NUM_CELL_SUBZONES_TAG, NUM_NODE_SUBZONES_TAG})
+            result[tag] = zoneTagNames().at(tag);
+        return result;
+    }();
+    return names;
+}
+
+void require(bool allocated)
+{
+    if (!allocated)
+        throw std::bad_alloc();
+}
+
+/// Subzones of 256 that hold a number of items; false if there are more than an address can name.
+bool numRunsOf(std::int64_t items, std::uint32_t& result)
+{
+    if (items < 0)
+        return false;
+    std::uint64_t const runs =
+        (static_cast<std::uint64_t>(items) + SUBZONE_ITEMS - 1) / SUBZONE_ITEMS;
+    result = static_cast<std::uint32_t>(runs);
+    return runs <= MinMaxTree::MAX_ENTRIES;
+}
+
+/// The labels of a zone's arrays, and of a partition's.
+struct Place
+{
+    int zone;
+    std::uint32_t partition = IODescription::UNSET_PARTITION;
+
+    IODescription description(char const* name) const
+    {
+        IODescription result{name, IODescription::UNSET_INDEX, zone, partition};
+        result.orBareName = true;
+        return result;
+    }
+    std::uint64_t zoneNumber() const { return static_cast<std::uint64_t>(zone) + 1; }
+};
+
+char checkArrayHeaderTag(std::uint16_t tag, TagMap const& tags, char const* name,
+                         Place const& place)
+{
+    bool const isPartition = place.partition != IODescription::UNSET_PARTITION;
+    std::uint64_t const partitionNumber = std::uint64_t{place.partition} + 1;
+    auto const found = tags.find(tag);
+    if (found == tags.end())
+        return isPartition ? errorMessage(
+                                 "Missing partition header tag '%s' for partition %lu of zone %lu.",
+                                 name, partitionNumber, place.zoneNumber())
+                           : errorMessage("Missing zone header tag '%s' for zone %lu.", name,
+                                          place.zoneNumber());
+    if (found->second == 0 || found->second == ABSENT_FILE_LOC)
+        return isPartition
+                   ? errorMessage("Invalid value for partition header tag '%s' for partition "
+                                  "%lu of zone %lu.",
+                                  name, partitionNumber, place.zoneNumber())
+                   : errorMessage("Invalid value for zone header tag '%s' for zone %lu", name,
+                                  place.zoneNumber());
+    return 1;
+}
+
+char seekToArray(FileReaderInterface& reader, TagMap const& tags, ZoneHeaderTag tag,
+                 Place const& place)
+{
+    return checkArrayHeaderTag(tag, tags, zoneTagNames().at(tag), place) &&
+           reader.seekToFileLoc(tags.at(tag));
+}
+
+template <typename T, bool hex, typename Vector>
+char readHeaderTagArray(FileReaderInterface& reader, TagMap const& tags, ZoneHeaderTag tag,
+                        std::uint64_t count, Vector& out, Place const& place)
+{
+    return seekToArray(reader, tags, tag, place) &&
+           readValueArray<T, hex, 0>(reader, 0, count, out,
+                                     place.description(zoneTagNames().at(tag)));
+}
+
+/// Cell subzones of a partition by section.
+using SectionCounts = LightweightVector<PlainDataVector<std::uint32_t>>;
+
+/// One array per section that has cell subzones in the partition, following each other.
+template <typename T, bool hex>
+char readSecPtnHeaderTagArrays(FileReaderInterface& reader, TagMap const& tags, ZoneHeaderTag tag,
+                               std::uint32_t partition, SectionCounts const& counts,
+                               LightweightVector<LightweightVector<T>>& out, Place const& place,
+                               std::function<std::uint64_t(std::uint64_t)> const& arrayLength)
+{
+    if (!seekToArray(reader, tags, tag, place))
+        return 0;
+    require(out.alloc(counts.size()));
+    for (std::size_t s = 0; s < counts.size(); ++s)
+        if (counts[s][partition] != 0 &&
+            !readValueArray<T, hex, 0>(reader, 0, arrayLength(counts[s][partition]), out[s],
+                                       place.description(zoneTagNames().at(tag))))
+            return 0;
+    return 1;
+}
+
+std::uint64_t asMany(std::uint64_t count)
+{
+    return count;
+}
+
+bool isAbsent(TagMap const& tags, ZoneHeaderTag tag)
+{
+    auto const found = tags.find(tag);
+    return found == tags.end() || found->second == ABSENT_FILE_LOC;
+}
+
+bool isMarkedAbsent(TagMap const& tags, ZoneHeaderTag tag)
+{
+    auto const found = tags.find(tag);
+    return found != tags.end() && found->second == ABSENT_FILE_LOC;
+}
+
+bool isVolumeZone(ZoneMetadata const& zone)
+{
+    bool const hasVolumeType =
+        zone.zoneType == ZoneType_FETetra || zone.zoneType == ZoneType_FEBrick || zone.isMixed();
+    return hasVolumeType && zone.numDimensions == 3;
+}
+
+std::uint32_t numSectionsOf(ZoneMetadata const& zone)
+{
+    return zone.isMixed() ? zone.numSections : 1;
+}
+
+void allocPerSection(ZoneMetadata& zone, std::uint32_t numSections, std::uint32_t numPartitions)
+{
+    require(zone.numCellsPerSecPtn.alloc(numSections) &&
+            zone.firstCellPerSecPtn.alloc(numSections) && zone.numCszsPerSecPtn.alloc(numSections));
+    for (std::uint32_t s = 0; s < numSections; ++s)
+        require(zone.numCellsPerSecPtn[s].alloc(numPartitions) &&
+                zone.firstCellPerSecPtn[s].alloc(numPartitions) &&
+                zone.numCszsPerSecPtn[s].alloc(numPartitions));
+}
+
+std::int64_t numCellsAlong(std::int64_t nodes)
+{
+    return std::max<std::int64_t>(nodes, 2) - 1;
+}
+
+/// The product of three sizes, or -1 if it doesn't fit.
+std::int64_t productOf(std::int64_t a, std::int64_t b, std::int64_t c)
+{
+    std::int64_t result = 0;
+    return a < 0 || b < 0 || c < 0 || __builtin_mul_overflow(a, b, &result) ||
+                   __builtin_mul_overflow(result, c, &result)
+               ? -1
+               : result;
+}
+
+/// Whether an ordered zone's sizes stay below what subzone addresses and 32-bit counts can name.
+char checkOrderedSize(FileReaderInterface& reader, ZoneMetadata const& zone, Place const& place)
+{
+    std::int64_t const nodes = productOf(zone.ijk.i, zone.ijk.j, zone.ijk.k);
+    // The node table has an entry of 4 bytes for every node, which a file that holds any value of
+    // the zone also pays for.
+    std::uint64_t const here = reader.fileLoc();
+    std::uint64_t const fileSize = here + bytesLeft(reader);
+    if (nodes < 0 || static_cast<std::uint64_t>(nodes) > std::max(fileSize, std::uint64_t{65536}))
+        return errorMessage("The file is too short for the %ld x %ld x %ld nodes of zone %lu.",
+                            zone.ijk.i, zone.ijk.j, zone.ijk.k, place.zoneNumber());
+    return 1;
+}
+
+char cutOrderedZone(FileReaderInterface& reader, FileDescription const& description,
+                    Place const& place, ZoneMetadata& zone)
+{
+    if (!checkOrderedSize(reader, zone, place))
+        return 0;
+    IJK const& n = zone.ijk;
+    IJK const cells{numCellsAlong(n.i), numCellsAlong(n.j), numCellsAlong(n.k),
+                    numCellsAlong(n.i) * numCellsAlong(n.j)};
+    zone.numNodesPerPtn[0] = n.k * n.ij;
+    zone.firstNodePerPtn[0] = 0;
+    zone.numCellsPerSecPtn[0][0] = cells.k * cells.ij;
+    zone.firstCellPerSecPtn[0][0] = 0;
+    require(zone.ijkPtnInfo.alloc(1));
+    IJKZoneInfo& info = zone.ijkPtnInfo[0];
+    info.cells = IJKSubzoneInfo(cells, description.getMaxIJKSubzoneSize(), 0, false);
+    info.nodes = IJKSubzoneInfo(n, description.getMaxIJKSubzoneSize(), 0, false);
+    info.nodeSubzones.assign(static_cast<std::size_t>(n.k * n.ij), 0xFFFFFFF);
+    zone.ptnMinIJK[0] = {0, 0, 0, 0};
+    zone.ptnMaxIJK[0] = {n.i - 1, n.j - 1, n.k - 1, (n.i - 1) * (n.j - 1)};
+    zone.numCszsPerSecPtn[0][0] = info.cells.totalSubzones;
+    zone.numNszsPerPtn[0] = info.nodes.totalSubzones;
+    return 1;
+}
+
+char refuseItemCount(Place const& place)
+{
+    return errorMessage("Zone %lu has more nodes or cells than subzones can hold.",
+                        place.zoneNumber());
+}
+
+char cutFiniteElementZone(FileDescription const& description, Place const& place,
+                          ZoneMetadata& zone)
+{
+    zone.numNodesPerPtn[0] = zone.ijk.i;
+    zone.firstNodePerPtn[0] = 0;
+    if (!numRunsOf(zone.ijk.i, zone.numNszsPerPtn[0]))
+        return refuseItemCount(place);
+    bool const bySection =
+        zone.isMixed() && description.getFileVersion() >= FIRST_VERSION_WITH_SECTIONS;
+    for (std::uint32_t s = 0; s < numSectionsOf(zone); ++s) {
+        std::int64_t const cells = bySection ? zone.numElemsPerSection[s] : s == 0 ? zone.ijk.j : 0;
+        zone.numCellsPerSecPtn[s][0] = cells;
+        if (!numRunsOf(cells, zone.numCszsPerSecPtn[s][0]))
+            return refuseItemCount(place);
+        // Deliberate: the section's own count is added and not its predecessor's.
+        // Test: ZoneHeader.FirstCellOfASectionAddsItsOwnCount
+        zone.firstCellPerSecPtn[s][0] = s == 0 ? 0 : cells + zone.firstCellPerSecPtn[s - 1][0];
+    }
+    return 1;
+}
+
+void growTrees(ZoneMetadata& zone, int zoneOffset, int zoneIndex, int varOffset, int numVars,
+               VarZoneMinMaxes const& zoneMinMaxes)
+{
+    require(zone.varMinMaxTrees.alloc(static_cast<std::uint64_t>(numVars)));
+    for (int v = 0; v < numVars; ++v) {
+        MinMaxTree& tree = zone.varMinMaxTrees[static_cast<std::size_t>(v)];
+        require(tree.alloc(1));
+        tree.levels[0][0] = zoneMinMaxes[static_cast<std::size_t>(varOffset + v)]
+                                        [static_cast<std::size_t>(zoneOffset + zoneIndex)];
+        tree.populateTree(1);
+    }
+}
+
+/// The locations of connectivity records, or the agreement of all tags that there are none.
+char readConnectivityLocations(FileReaderInterface& reader, FileDescription const& description,
+                               TagMap const& tags, Place const& place, ZoneMetadata const& zone,
+                               PartitionMetadata& result)
+{
+    std::uint32_t const version = description.getFileVersion();
+    if (isAbsent(tags, NSZ_CONN_FILE_LOCS_TAG)) {
+        bool const agreed = isMarkedAbsent(tags, NSZ_CONN_FILE_LOCS_TAG) &&
+                            isMarkedAbsent(tags, CSZ_CONN_FILE_LOCS_TAG) &&
+                            (!zone.isMixed() || version < FIRST_VERSION_WITH_SECTIONS ||
+                             isMarkedAbsent(tags, PARTITION_NUM_CELLS_TAG)) &&
+                            (version < FIRST_VERSION_WITH_FILE_TYPE ||
+                             (isMarkedAbsent(tags, CSZ_NUM_REF_NSZS_TAG) &&
+                              isMarkedAbsent(tags, NSZ_NUM_REF_CSZS_TAG)));
+        return agreed || errorMessage("Connectivity integrity error while reading HDQ zone %lu "
+                                      "header.",
+                                      place.zoneNumber());
+    }
+    if (!readSecPtnHeaderTagArrays<std::uint64_t, true>(reader, tags, CSZ_CONN_FILE_LOCS_TAG, 0,
+                                                        zone.numCszsPerSecPtn,
+                                                        result.cszConnFileLocs, place, asMany) ||
+        !readHeaderTagArray<std::uint64_t, true>(reader, tags, NSZ_CONN_FILE_LOCS_TAG,
+                                                 zone.numNszsPerPtn[0], result.nszConnFileLocs,
+                                                 place))
+        return 0;
+    if (version < FIRST_VERSION_WITH_FILE_TYPE)
+        return 1;
+    return readSecPtnHeaderTagArrays<std::uint16_t, false>(reader, tags, CSZ_NUM_REF_NSZS_TAG, 0,
+                                                           zone.numCszsPerSecPtn,
+                                                           result.cszNumRefNszs, place, asMany) &&
+           readHeaderTagArray<std::uint16_t, false>(reader, tags, NSZ_NUM_REF_CSZS_TAG,
+                                                    zone.numNszsPerPtn[0], result.nszNumRefCszs,
+                                                    place);
+}
+
+struct ZoneInFile
+{
+    FileDescription const& description;
+    int zoneOffset;
+    Place place;
+    int varOffset;
+    int numVars;
+    VarZoneMinMaxes const& zoneMinMaxes;
+    VarZoneTypes const& fieldDataTypes;
+
+    std::uint8_t typeOf(int v) const
+    {
+        return fieldDataTypes[static_cast<std::size_t>(varOffset + v)]
+                             [static_cast<std::size_t>(zoneOffset + place.zone)];
+    }
+};
+
+char readNonPartitioned(FileReaderInterface& reader, TagMap const& tags, ZoneInFile const& in,
+                        ZoneMetadata& zone)
+{
+    require(zone.numNodesPerPtn.alloc(1) && zone.firstNodePerPtn.alloc(1) &&
+            zone.numNszsPerPtn.alloc(1));
+    if (zone.isOrdered())
+        require(zone.ptnMinIJK.alloc(1) && zone.ptnMaxIJK.alloc(1));
+    allocPerSection(zone, zone.isOrdered() ? 1 : numSectionsOf(zone), 1);
+    if (!(zone.isOrdered() ? cutOrderedZone(reader, in.description, in.place, zone)
+                           : cutFiniteElementZone(in.description, in.place, zone)))
+        return 0;
+    growTrees(zone, in.zoneOffset, in.place.zone, in.varOffset, in.numVars, in.zoneMinMaxes);
+    require(zone.ptnMetadata.alloc(1));
+    require(readVarLocations(reader, in.description, tags, in.varOffset, in.numVars, zone,
+                             zone.ptnMetadata[0], in.place.zone, 0, in.fieldDataTypes));
+    if (!isVolumeZone(zone) || in.description.dataFileType() == DataFileType_Solution)
+        return 1;
+    return readConnectivityLocations(reader, in.description, tags, in.place, zone,
+                                     zone.ptnMetadata[0]);
+}
+
+char readHDQNonPartitionedZoneHeaderArrays(FileReaderInterface& reader, TagMap const& tags,
+                                           ZoneInFile const& in, ZoneMetadata& zone)
+{
+    char result = 0;
+    try {
+        result = readNonPartitioned(reader, tags, in, zone);
+    } catch (std::bad_alloc const&) {
+        errorMessage("Out-of-memory error while reading HDQ zone %lu header.",
+                     in.place.zoneNumber());
+    } catch (std::exception const&) {
+        errorMessage("Unrecoverable error while reading HDQ zone %lu header.",
+                     in.place.zoneNumber());
+    }
+    if (!result)
+        zone.forgetZoneHeader();
+    return result;
+}
+
+/// P counts, which files before 232 hold in 32 bits.
+char readCounts(FileReaderInterface& reader, FileDescription const& description,
+                std::uint32_t numPartitions, PlainDataVector<std::int64_t>& out,
+                IODescription const& label)
+{
+    if (description.getFileVersion() >= FIRST_VERSION_WITH_64_BIT_COUNTS)
+        return readValueArray<std::int64_t, false, 0>(reader, 0, numPartitions, out, label);
+    PlainDataVector<std::uint32_t> narrow;
+    if (!readValueArray<std::uint32_t, false, 0>(reader, 0, numPartitions, narrow, label))
+        return 0;
+    if (out.isNull())
+        require(out.alloc(numPartitions));
+    std::copy_n(narrow.data(), numPartitions, out.data());
+    return 1;
+}
+
+char mismatchOfNodes(Place const& place)
+{
+    return errorMessage(
+        "Mismatch of number of nodes between zone and partitions in partitioned zone %lu.",
+        place.zoneNumber());
+}
+
+char readVolumePartitions(FileReaderInterface& reader, TagMap const& tags, ZoneInFile const& in,
+                          ZoneMetadata& zone)
+{
+    std::uint32_t const numPartitions = zone.numPartitions;
+    std::uint32_t const numSections = numSectionsOf(zone);
+    require(zone.numCellsPerSecPtn.alloc(numSections) &&
+            zone.firstCellPerSecPtn.alloc(numSections) && zone.numCszsPerSecPtn.alloc(numSections));
+    if (!seekToArray(reader, tags, PARTITION_NUM_CELLS_TAG, in.place))
+        return 0;
+    for (std::uint32_t s = 0; s < numSections; ++s) {
+        if (!readCounts(reader, in.description, numPartitions, zone.numCellsPerSecPtn[s],
+                        in.place.description("partitionNumCells")))
+            return 0;
+        require(zone.firstCellPerSecPtn[s].alloc(numPartitions) &&
+                zone.numCszsPerSecPtn[s].alloc(numPartitions));
+    }
+    std::int64_t firstCell = 0;
+    for (std::uint32_t p = 0; p < numPartitions; ++p) {
+        for (std::uint32_t s = 0; s < numSections; ++s) {
+            std::int64_t const cells = zone.numCellsPerSecPtn[s][p];
+            zone.firstCellPerSecPtn[s][p] = firstCell;
+            if (!numRunsOf(cells, zone.numCszsPerSecPtn[s][p]) ||
+                __builtin_add_overflow(firstCell, cells, &firstCell))
+                return refuseItemCount(in.place);
+        }
+    }
+
+    if (!seekToArray(reader, tags, PARTITION_NUM_NODES_TAG, in.place) ||
+        !readCounts(reader, in.description, numPartitions, zone.numNodesPerPtn,
+                    in.place.description("partitionNumNodes")))
+        return 0;
+    std::int64_t firstNode = 0;
+    for (std::uint32_t p = 0; p < numPartitions; ++p) {
+        zone.firstNodePerPtn[p] = firstNode;
+        if (!numRunsOf(zone.numNodesPerPtn[p], zone.numNszsPerPtn[p]) ||
+            __builtin_add_overflow(firstNode, zone.numNodesPerPtn[p], &firstNode))
+            return refuseItemCount(in.place);
+    }
+    return firstNode == zone.ijk.i || mismatchOfNodes(in.place);
+}
+
+IJK splitNodeNumber(std::uint64_t node, IJK const& zoneSize)
+{
+    auto const n = static_cast<std::int64_t>(node);
+    std::int64_t const rest = n % zoneSize.ij;
+    std::int64_t const i = rest % zoneSize.i;
+    std::int64_t const j = rest / zoneSize.i;
+    return {i, j, n / zoneSize.ij, i * j};
+}
+
+/// Cuts a box of an ordered zone. False if it is none: its end lies before its start.
+bool cutBox(FileDescription const& description, std::uint32_t partition, ZoneMetadata& zone)
+{
+    IJK const& low = zone.ptnMinIJK[partition];
+    IJK const& high = zone.ptnMaxIJK[partition];
+    if (high.i < low.i || high.j < low.j || high.k < low.k || high.k >= zone.ijk.k)
+        return false;
+    IJK nodes{high.i - low.i + 1, high.j - low.j + 1, high.k - low.k + 1, 0};
+    nodes.ij = nodes.i * nodes.j;
+    IJK cells{nodes.i - (high.i == zone.ijk.i - 1), nodes.j - (high.j == zone.ijk.j - 1),
+              nodes.k - (high.k == zone.ijk.k - 1), 0};
+    cells.ij = cells.i * cells.j;
+
+    IJKZoneInfo& info = zone.ijkPtnInfo[partition];
+    info.cells = IJKSubzoneInfo(cells, description.getMaxIJKSubzoneSize(), partition, true);
+    info.nodes = IJKSubzoneInfo(nodes, description.getMaxIJKSubzoneSize(), partition, true);
+    zone.numCellsPerSecPtn[0][partition] = cells.ij * cells.k;
+    zone.numNodesPerPtn[partition] = nodes.ij * nodes.k;
+    zone.numCszsPerSecPtn[0][partition] = info.cells.totalSubzones;
+    zone.numNszsPerPtn[partition] = info.nodes.totalSubzones;
+    zone.insertPartitionBox(partition);
+    return true;
+}
+
+char readOrderedPartitions(FileReaderInterface& reader, TagMap const& tags, ZoneInFile const& in,
+                           ZoneMetadata& zone)
+{
+    std::uint32_t const numPartitions = zone.numPartitions;
+    std::int64_t const numNodes =
+        productOf(zone.ijk.i, zone.ijk.j, zone.isOrdered() ? zone.ijk.k : 1);
+    if (numNodes <= 0 || numNodes / SUBZONE_ITEMS > MinMaxTree::MAX_ENTRIES)
+        return errorMessage("Zone %lu is partitioned and has a size of %ld x %ld x %ld.",
+                            in.place.zoneNumber(), zone.ijk.i, zone.ijk.j, zone.ijk.k);
+    PlainDataVector<std::uint64_t> minNodes;
+    PlainDataVector<std::uint64_t> maxNodes;
+    if (!readHeaderTagArray<std::uint64_t, false>(reader, tags, PARTITION_MIN_NODE_NUMBERS_TAG,
+                                                  numPartitions, minNodes, in.place) ||
+        !readHeaderTagArray<std::uint64_t, false>(reader, tags, PARTITION_MAX_NODE_NUMBERS_TAG,
+                                                  numPartitions, maxNodes, in.place))
+        return 0;
+    allocPerSection(zone, 1, numPartitions);
+    require(zone.numNodesPerPtn.alloc(numPartitions) && zone.ptnMinIJK.alloc(numPartitions) &&
+            zone.ptnMaxIJK.alloc(numPartitions) && zone.ijkPtnInfo.alloc(numPartitions));
+    std::int64_t firstCell = 0;
+    std::int64_t firstNode = 0;
+    for (std::uint32_t p = 0; p < numPartitions; ++p) {
+        zone.ptnMinIJK[p] = splitNodeNumber(minNodes[p], zone.ijk);
+        zone.ptnMaxIJK[p] = splitNodeNumber(maxNodes[p], zone.ijk);
+        if (!cutBox(in.description, p, zone))
+            return errorMessage("Partition %u of zone %lu is no box inside its zone.", p + 1,
+                                in.place.zoneNumber());
+        zone.firstCellPerSecPtn[0][p] = firstCell;
+        zone.firstNodePerPtn[p] = firstNode;
+        if (__builtin_add_overflow(firstCell, zone.numCellsPerSecPtn[0][p], &firstCell) ||
+            __builtin_add_overflow(firstNode, zone.numNodesPerPtn[p], &firstNode))
+            return refuseItemCount(in.place);
+    }
+    std::int64_t const wantedCells =
+        zone.isOrdered()
+            ? numCellsAlong(zone.ijk.i) * numCellsAlong(zone.ijk.j) * numCellsAlong(zone.ijk.k)
+            : zone.ijk.j;
+    std::int64_t const wantedNodes = zone.isOrdered() ? numNodes : zone.ijk.i;
+    // Deliberate: the wording of the first. Test: ZoneHeader.CellMismatchOfPartitionsSaysMismatched
+    if (firstCell != wantedCells)
+        return errorMessage("Mismatched of number of cells between zone and partitions in "
+                            "partitioned zone %lu.",
+                            in.place.zoneNumber());
+    return firstNode == wantedNodes ||
+           errorMessage("Mismatched of number of nodes between zone and partitions in partitioned "
+                        "zone %lu.",
+                        in.place.zoneNumber());
+}
+
+char locatePartitionMinMaxes(FileReaderInterface& reader, TagMap const& tags, ZoneInFile const& in,
+                             ZoneMetadata& zone)
+{
+    if (!checkArrayHeaderTag(VAR_PARTITION_MIN_MAX_TAG, tags,
+                             zoneTagNames().at(VAR_PARTITION_MIN_MAX_TAG), in.place))
+        return 0;
+    auto const numVars = static_cast<std::uint64_t>(in.numVars);
+    require(zone.varPtnMinMaxFileLocs.allocFilled(numVars, 0xFF) &&
+            zone.varMinMaxTrees.alloc(numVars));
+    for (int v = 0; v < in.numVars; ++v) {
+        auto const var = static_cast<std::size_t>(v);
+        // Deliberate: the step is the size of this variable's array and not of the one in between.
+        // Test: ZoneHeader.PartitionMinMaxesStepByTheVariablesOwnType
+        zone.varPtnMinMaxFileLocs[var] =
+            v == 0 ? tags.at(VAR_PARTITION_MIN_MAX_TAG)
+                   : zone.varPtnMinMaxFileLocs[var - 1] +
+                         minMaxArraySizeInFile(in.typeOf(v), zone.numPartitions, reader.isAscii());
+    }
+    return 1;
+}
+
+char readPartitioned(FileReaderInterface& reader, TagMap const& tags, ZoneInFile const& in,
+                     ZoneMetadata& zone)
+{
+    std::uint32_t const numPartitions = zone.numPartitions;
+    // Every partition has at least its file number and location in the file.
+    if (numPartitions > MinMaxTree::MAX_ENTRIES || !reader.seekToFileStart() ||
+        !fileCanHold(reader, numPartitions, 4))
+        return errorMessage("The file is too short for the %u partitions of zone %lu.",
+                            numPartitions, in.place.zoneNumber());
+    require(zone.ptnMetadata.alloc(numPartitions) && zone.numNszsPerPtn.alloc(numPartitions) &&
+            zone.firstNodePerPtn.alloc(numPartitions));
+    return readHeaderTagArray<std::uint32_t, false>(reader, tags, PARTITION_FILE_NUMS_TAG,
+                                                    numPartitions, zone.ptnFileNums, in.place) &&
+           readHeaderTagArray<std::uint64_t, true>(reader, tags, PARTITION_FILE_LOCS_TAG,
+                                                   numPartitions, zone.ptnFileLocs, in.place) &&
+           (isVolumeZone(zone) ? readVolumePartitions(reader, tags, in, zone)
+                               : readOrderedPartitions(reader, tags, in, zone)) &&
+           locatePartitionMinMaxes(reader, tags, in, zone);
+}
+
+char readHDQPartitionedZoneHeaderArrays(FileReaderInterface& reader, TagMap const& tags,
+                                        ZoneInFile const& in, ZoneMetadata& zone)
+{
+    char result = 0;
+    try {
+        result = readPartitioned(reader, tags, in, zone);
+    } catch (std::bad_alloc const&) {
+        errorMessage("Out-of-memory error while reading partitioned zone %lu header.",
+                     in.place.zoneNumber());
+    } catch (std::exception const&) {
+        errorMessage("Unrecoverable error while reading partitioned zone %lu header.",
+                     in.place.zoneNumber());
+    }
+    if (!result)
+        zone.forgetZoneHeader();
+    return result;
+}
+
+std::int64_t locationOrNone(TagMap const& tags, ZoneHeaderTag tag)
+{
+    std::uint64_t const value = valueOrZero(tags, tag);
+    return value == 0 ? -1 : static_cast<std::int64_t>(value);
+}
+
+char readPlain(FileReaderInterface& reader, TagMap const& tags, ZoneInFile const& in,
+               ZoneMetadata& zone)
+{
+    char result = 0;
+    try {
+        zone.classicVarFileLocs.dealloc(); // a plain zone is read anew at each request
+        result = readHeaderTagArray<std::uint64_t, true>(reader, tags, VAR_FILE_LOCS_TAG,
+                                                         static_cast<std::uint64_t>(in.numVars),
+                                                         zone.classicVarFileLocs, in.place);
+    } catch (std::bad_alloc const&) {
+        errorMessage("Out-of-memory error while reading zone %lu header.", in.place.zoneNumber());
+    } catch (std::exception const&) {
+        errorMessage("Unrecoverable error while reading zone %lu header.", in.place.zoneNumber());
+    }
+    return result;
+}
+
+template <typename T>
+std::uint64_t pairArraySize(std::uint64_t count, bool isAscii)
+{
+    return arraySizeInFile<ValuePair<T>, false>(count, isAscii);
+}
+
+char readPartitionConnectivity(FileReaderInterface& reader, TagMap const& tags, Place const& place,
+                               ZoneMetadata const& zone, PartitionMetadata& result)
+{
+    std::uint32_t const p = place.partition;
+    std::uint64_t const numNszs = zone.numNszsPerPtn[p];
+    auto const bytesForBits = [](std::uint64_t n) { return numBytesForNumBits(n); };
+    if (result.numRefPartitions != 0 &&
+        !readHeaderTagArray<std::uint32_t, false>(
+            reader, tags, REF_PARTITIONS_TAG, result.numRefPartitions, result.refPartitions, place))
+        return 0;
+    return readSecPtnHeaderTagArrays<std::uint16_t, false>(reader, tags, CSZ_NUM_REF_NSZS_TAG, p,
+                                                           zone.numCszsPerSecPtn,
+                                                           result.cszNumRefNszs, place, asMany) &&
+           readHeaderTagArray<std::uint16_t, false>(reader, tags, NSZ_NUM_REF_CSZS_TAG, numNszs,
+                                                    result.nszNumRefCszs, place) &&
+           readSecPtnHeaderTagArrays<std::uint8_t, true>(
+               reader, tags, CSZ_INCL_PTN_BIT_ARRAY_TAG, p, zone.numCszsPerSecPtn,
+               result.cszInclPtnBitArray, place, bytesForBits) &&
+           readHeaderTagArray<std::uint8_t, true>(reader, tags, NSZ_INCL_PTN_BIT_ARRAY_TAG,
+                                                  numBytesForNumBits(numNszs),
+                                                  result.nszInclPtnBitArray, place);
+}
+
+}
+
+std::uint64_t minMaxArraySizeInFile(std::uint8_t fieldDataType, std::uint64_t count, bool isAscii)
+{
+    switch (fieldDataType) {
+    case FieldDataType_Float:
+        return pairArraySize<float>(count, isAscii);
+    case FieldDataType_Double:
+        return pairArraySize<double>(count, isAscii);
+    case FieldDataType_Int32:
+        return pairArraySize<std::int32_t>(count, isAscii);
+    case FieldDataType_Int16:
+        return pairArraySize<std::int16_t>(count, isAscii);
+    case FieldDataType_Byte:
+    case FieldDataType_Bit:
+        return pairArraySize<std::uint8_t>(count, isAscii);
+    default:
+        return 0;
+    }
+}
+
+char readZoneHeaderTags(FileReaderInterface& reader, int zone, TagMap& tags)
+{
+    if (reader.isAscii() &&
+        (!readAndVerifyValue<std::uint32_t, false>(reader, ZONE_MARKER, {"zoneMarker*"}) ||
+         !readAndVerifyValue<std::uint32_t, false>(reader, static_cast<std::uint32_t>(zone) + 1,
+                                                   {"zoneNum*"})))
+        return 0;
+    return readTagList(reader, zoneTagNames(), tags);
+}
+
+char readVarLocations(FileReaderInterface& reader, FileDescription const& description,
+                      TagMap const& tags, int varOffset, int numVars, ZoneMetadata const& zone,
+                      PartitionMetadata& result, int zoneIndex, std::uint32_t partition,
+                      VarZoneTypes const& fieldDataTypes)
+{
+    bool const isAscii = description.isAscii() == 1;
+    Place const place{zoneIndex,
+                      zone.numPartitions == 1 ? IODescription::UNSET_PARTITION : partition};
+    auto const count = static_cast<std::uint64_t>(numVars);
+    if (!readHeaderTagArray<std::uint64_t, true>(reader, tags, VAR_FILE_LOCS_TAG, count,
+                                                 result.varFileLocs, place))
+        return 0;
+    require(result.varCszMinMaxFileLocs.alloc(count) && result.varDataFileLocs.alloc(count));
+    std::uint32_t const numSections = numSectionsOf(zone);
+    for (std::size_t v = 0; v < count; ++v) {
+        std::uint64_t const start = result.varFileLocs[v];
+        result.varCszMinMaxFileLocs[v] = ABSENT_FILE_LOC;
+        result.varDataFileLocs[v] = ABSENT_FILE_LOC;
+        if (start == ABSENT_FILE_LOC)
+            continue;
+        std::uint8_t const type = fieldDataTypes[static_cast<std::size_t>(varOffset) + v]
+                                                [static_cast<std::size_t>(zoneIndex)];
+        std::uint64_t loc =
+            start + minMaxArraySizeInFile(type, zone.numNszsPerPtn[partition], isAscii);
+        result.varCszMinMaxFileLocs[v] = loc;
+        for (std::uint32_t s = 0; s < numSections; ++s)
+            loc += minMaxArraySizeInFile(type, zone.numCszsPerSecPtn[s][partition], isAscii);
+        result.varDataFileLocs[v] = loc;
+    }
+    return 1;
+}
+
+char readPartitionHeader(FileReaderInterface& reader, FileDescription const& description, int zone,
+                         int varOffset, int numVars, std::uint32_t partition,
+                         ZoneMetadata const& metadata, VarZoneTypes const& fieldDataTypes,
+                         PartitionMetadata& result)
+{
+    if (reader.isAscii() &&
+        (!readAndVerifyValue<std::uint32_t, false>(reader, PARTITION_MARKER,
+                                                   {"partitionMarker*"}) ||
+         !readAndVerifyValue<std::uint32_t, false>(reader, partition + 1, {"partitionNum*"})))
+        return 0;
+    TagMap tags;
+    if (!readTagList(reader, partitionTagNames(), tags))
+        return 0;
+    Place const place{zone, partition};
+    result.numRefPartitions = static_cast<std::uint32_t>(valueOrZero(tags, NUM_REF_PARTITIONS_TAG));
+    auto const readLocations = [&] {
+        return readVarLocations(reader, description, tags, varOffset, numVars, metadata, result,
+                                zone, partition, fieldDataTypes);
+    };
+    if (metadata.isOrdered() || description.dataFileType() == DataFileType_Solution ||
+        isAbsent(tags, NSZ_CONN_FILE_LOCS_TAG))
+        return readLocations();
+    if (readSecPtnHeaderTagArrays<std::uint64_t, true>(reader, tags, CSZ_CONN_FILE_LOCS_TAG,
+                                                       partition, metadata.numCszsPerSecPtn,
+                                                       result.cszConnFileLocs, place, asMany) &&
+        readHeaderTagArray<std::uint64_t, true>(reader, tags, NSZ_CONN_FILE_LOCS_TAG,
+                                                metadata.numNszsPerPtn[partition],
+                                                result.nszConnFileLocs, place) &&
+        readLocations() && readPartitionConnectivity(reader, tags, place, metadata, result))
+        return 1;
+    result.nszConnFileLocs.dealloc();
+    return 0;
+}
+
+char readZoneHeaders(FileReaderInterface& reader, FileDescription const& description,
+                     int zoneOffset, int zone, int varOffset, int numVars,
+                     VarZoneMinMaxes const& zoneMinMaxes, VarZoneTypes const& fieldDataTypes,
+                     ZoneMetadata& result)
+{
+    TagMap tags;
+    if (!readZoneHeaderTags(reader, zone, tags))
+        return 0;
+    result.nodeMapFileLoc = locationOrNone(tags, NODE_MAP_FILE_LOC_TAG);
+    result.userFaceNbrFileLoc = locationOrNone(tags, USER_FACE_NBR_FILE_LOC_TAG);
+    std::uint64_t const numPartitions = valueOrZero(tags, NUM_PARTITIONS_TAG);
+    if (numPartitions > MinMaxTree::MAX_ENTRIES)
+        return errorMessage("Zone %d claims %lu partitions, more than there can be.", zone + 1,
+                            numPartitions);
+    result.numPartitions = numPartitions == 0 ? 1 : static_cast<std::uint32_t>(numPartitions);
+
+    ZoneInFile const in{description, zoneOffset,   {zone},        varOffset,
+                        numVars,     zoneMinMaxes, fieldDataTypes};
+    if (!result.isHdqZone)
+        return readPlain(reader, tags, in, result);
+    return result.numPartitions == 1
+               ? readHDQNonPartitionedZoneHeaderArrays(reader, tags, in, result)
+               : readHDQPartitionedZoneHeaderArrays(reader, tags, in, result);
+}
+
+}
