@@ -1,0 +1,523 @@
+#include "varnox/hdqremote/DataSetRegistrationServer.h"
+
+#include "command/CommandCache.h"
+#include "command/LoaderCommands.h"
+#include "filedata/DataFileHeader.h"
+#include "filedata/FileSetMetadata.h"
+#include "filedata/FileStreamReader.h"
+#include "filedata/ZoneMetadataSerializer.h"
+#include "query/CellConnectivityQueryServer.h"
+#include "query/LoaderServer.h"
+#include "query/NodeConnectivityQueryServer.h"
+#include "query/OrderedSubzoneQueryServer.h"
+#include "query/VarSubzoneQueryServer.h"
+#include "query/VarValueQueryServer.h"
+#include "query/ZoneVarIDQueryServer.h"
+#include "varnox/hdq/VarValueQueryInterface.h"
+#include "varnox/socketutil/SocketInterface.h"
+#include "varnox/socketutil/WriteCache.h"
+
+#include <algorithm>
+
+namespace varnox::hdqremote {
+
+using hdqio::FileSetMetadata;
+using socketutil::SocketInterface;
+using socketutil::WriteCache;
+
+namespace {
+
+/// A zone or variable number this far beyond the data set is taken for a mistake of the add-on.
+constexpr std::size_t MAX_GAP = 1'000'000;
+
+std::string zoneMessage(int zone)
+{
+    return "Zone " + std::to_string(zone) + " does not exist.";
+}
+
+/// The file type of a path.
+DataFileType_e classify(std::string const& path)
+{
+    hdqio::FileStreamReader reader(path);
+    if (!reader.open())
+        throw DataSetRegistrationServer::Error("Failed to open file for reading: " + path);
+    hdqio::FileDescription description;
+    std::uint64_t byteOrderIndicator = 0;
+    std::uint64_t dataSetHeaderFileLoc = 0;
+    if (!hdqio::readDataFileHeader(reader, description, byteOrderIndicator, dataSetHeaderFileLoc))
+        throw DataSetRegistrationServer::Error("Failed to read HDQFS header: " + path);
+    return description.dataFileType();
+}
+
+/// A share inside a file set as one of the whole data set.
+std::int32_t inDataSet(std::int32_t shared, std::int32_t firstZone)
+{
+    return shared == -1 ? -1
+                        : static_cast<std::int32_t>(static_cast<std::uint32_t>(shared) +
+                                                    static_cast<std::uint32_t>(firstZone));
+}
+
+}
+
+class DataSetRegistrationServer::Impl
+{
+public:
+    Impl(SocketInterface& connection, CommandCache& cache) : socket(connection), commandCache(cache)
+    {
+    }
+
+    template <typename T>
+    using Servers = std::vector<std::shared_ptr<T>>;
+
+    void startAfresh()
+    {
+        loaderServer.reset();
+        zoneVarIDQueryServers.clear();
+        cellConnectivityQueryServers.clear();
+        nodeConnectivityQueryServers.clear();
+        orderedSubzoneQueryServers.clear();
+        zoneFileSets.clear();
+        zoneShareConnectivity.clear();
+        varZoneShareVar.clear();
+        nodalVarQueryServers.clear();
+        cellCenteredVarQueryServers.clear();
+        varSubzoneQueryServers.clear();
+        fileSetFirstZones.clear();
+        fileSets.clear();
+    }
+
+    void setFilePaths(std::vector<std::string> const& paths)
+    {
+        startAfresh();
+        fileSetFirstZones.reserve(paths.size() + 1);
+        fileSetFirstZones.push_back(0);
+        fileSets.reserve(paths.size());
+        if (paths.empty()) {
+            ensureCapacityForZoneVarService(-1, -1);
+            return;
+        }
+        std::int32_t maxVars = 0;
+        std::size_t next = 0;
+        while (next < paths.size())
+            maxVars = std::max(maxVars, addFileSet(takeFileSet(paths, next)));
+        ensureCapacityForZoneVarService(fileSetFirstZones.back() - 1, maxVars - 1);
+    }
+
+    /// The next path with the solution files that follow it.
+    static std::vector<std::string> takeFileSet(std::vector<std::string> const& paths,
+                                                std::size_t& next)
+    {
+        std::vector<std::string> set{paths[next]};
+        if (classify(paths[next]) == DataFileType_Solution)
+            throw Error("Expected a grid file but found a solution file: " + paths[next] +
+                        "\n\nOne or more solution files must be preceded by a grid file.");
+        for (++next; next < paths.size() && classify(paths[next]) == DataFileType_Solution; ++next)
+            set.push_back(paths[next]);
+        return set;
+    }
+
+    /// Returns the number of variables of the set.
+    std::int32_t addFileSet(std::vector<std::string> const& paths)
+    {
+        auto set = std::make_unique<FileSetMetadata>(paths);
+        auto const fileSetIndex = static_cast<std::uint32_t>(fileSets.size());
+        std::int32_t const first = fileSetFirstZones.back();
+        std::int32_t const numVars = set->numFileSetVars();
+        std::int64_t const totalZones = std::int64_t{first} + set->numFileSetZones();
+        if (totalZones >= 0x7FFFFFFF)
+            throw Error("The data set has more zones than there can be.");
+        zoneFileSets.resize(static_cast<std::size_t>(totalZones));
+        zoneShareConnectivity.resize(static_cast<std::size_t>(totalZones));
+        varZoneShareVar.resize(static_cast<std::size_t>(totalZones));
+        for (std::int32_t z = 0; z < set->numFileSetZones(); ++z) {
+            auto const inSet = static_cast<std::size_t>(z);
+            auto const zone = static_cast<std::size_t>(first) + inSet;
+            zoneFileSets[zone] = fileSetIndex;
+            zoneShareConnectivity[zone] = inDataSet(set->zoneShareConnectivity()[inSet], first);
+            varZoneShareVar[zone].resize(static_cast<std::size_t>(numVars));
+            for (std::size_t v = 0; v < static_cast<std::size_t>(numVars); ++v)
+                varZoneShareVar[zone][v] = inDataSet(set->varZoneShareVar()[v][inSet], first);
+        }
+        fileSets.push_back(std::move(set));
+        fileSetFirstZones.push_back(static_cast<std::int32_t>(totalZones));
+        return numVars;
+    }
+
+    void ensureCapacityForZoneService(int zone)
+    {
+        auto const wanted = static_cast<std::size_t>(std::int64_t{zone} + 1);
+        if (cellConnectivityQueryServers.size() >= wanted)
+            return;
+        if (wanted > std::max(zoneFileSets.size(), cellConnectivityQueryServers.size()) + MAX_GAP)
+            throw Error(zoneMessage(zone));
+        zoneVarIDQueryServers.resize(wanted);
+        cellConnectivityQueryServers.resize(wanted);
+        nodeConnectivityQueryServers.resize(wanted);
+        orderedSubzoneQueryServers.resize(wanted);
+        zoneFileSets.resize(wanted, 0);
+        zoneShareConnectivity.resize(wanted, -1);
+        varZoneShareVar.resize(wanted);
+        nodalVarQueryServers.resize(wanted);
+        cellCenteredVarQueryServers.resize(wanted);
+        varSubzoneQueryServers.resize(wanted);
+    }
+
+    /// Gives every zone of the data set a slot for the variable, so that variables are numbered
+    /// alike.
+    void ensureCapacityForZoneVarService(int zone, int var)
+    {
+        ensureCapacityForZoneService(zone);
+        auto const wanted = static_cast<std::size_t>(std::int64_t{var} + 1);
+        if (wanted > MAX_GAP && wanted > widestZone() + MAX_GAP)
+            throw Error("Variable " + std::to_string(var) + " does not exist.");
+        for (std::size_t z = 0; z < cellCenteredVarQueryServers.size(); ++z) {
+            if (cellCenteredVarQueryServers[z].size() >= wanted)
+                continue;
+            varZoneShareVar[z].resize(wanted, -1);
+            nodalVarQueryServers[z].resize(wanted);
+            cellCenteredVarQueryServers[z].resize(wanted);
+            varSubzoneQueryServers[z].resize(wanted);
+        }
+    }
+
+    std::size_t widestZone() const
+    {
+        std::size_t widest = 0;
+        for (auto const& shares : varZoneShareVar)
+            widest = std::max(widest, shares.size());
+        return widest;
+    }
+
+    void checkZone(int zone) const
+    {
+        if (zone < 0)
+            throw Error(zoneMessage(zone));
+    }
+
+    FileSetMetadata const& firstFileSet() const
+    {
+        if (fileSets.empty())
+            throw Error("Nothing can be registered before a data set has been loaded.");
+        return *fileSets.front();
+    }
+
+    std::size_t connectivityZone(int zone) const
+    {
+        std::int32_t const shared = zoneShareConnectivity[static_cast<std::size_t>(zone)];
+        auto const result = static_cast<std::size_t>(shared == -1 ? zone : shared);
+        if (result >= cellConnectivityQueryServers.size() ||
+            cellConnectivityQueryServers[result] == nullptr ||
+            nodeConnectivityQueryServers[result] == nullptr)
+            throw Error("The connectivity of zone " + std::to_string(zone) +
+                        " must be registered before its variables.");
+        return result;
+    }
+
+    void registerVarQueryServers(hdq::VarValueQueryInterface* cellCentered,
+                                 hdq::VarValueQueryInterface* nodal,
+                                 hdq::VarSubzoneQueryInterface* subzones, FieldDataType_e type,
+                                 int zone, int var)
+    {
+        std::uint16_t const maxSize = firstFileSet().subzoneMaxSize();
+        ensureCapacityForZoneVarService(zone, var);
+        std::size_t const connectivity = connectivityZone(zone);
+        auto const z = static_cast<std::size_t>(zone);
+        auto const v = static_cast<std::size_t>(var);
+        cellCenteredVarQueryServers[z][v] = std::make_shared<VarValueQueryServer>(
+            cellCentered, &cellConnectivityQueryServers[connectivity]->queryInterface(), socket,
+            maxSize, zone, type);
+        varZoneShareVar[z][v] = -1;
+        nodalVarQueryServers[z][v] = std::make_shared<VarValueQueryServer>(
+            nodal, &nodeConnectivityQueryServers[connectivity]->queryInterface(), socket, maxSize,
+            zone, type);
+        varSubzoneQueryServers[z][v] = std::make_shared<VarSubzoneQueryServer>(*subzones, socket);
+    }
+
+    /// Reads the client's answer to a variable's announcement: only it tells the type.
+    bool registerVarQueryServices(hdq::VarValueQueryInterface* cellCentered,
+                                  hdq::VarValueQueryInterface* nodal,
+                                  hdq::VarSubzoneQueryInterface* subzones, int zone, int var)
+    {
+        auto const type = static_cast<FieldDataType_e>(socket.receiveInt32());
+        registerVarQueryServers(cellCentered, nodal, subzones, type, zone, var);
+        return true;
+    }
+
+    template <typename T>
+    T* lookup(Servers<T> const& servers, int zone) const
+    {
+        if (static_cast<std::size_t>(zone) >= servers.size())
+            throw Error(zoneMessage(zone));
+        return servers[static_cast<std::size_t>(zone)].get();
+    }
+
+    template <typename T>
+    T* lookup(std::vector<Servers<T>> const& servers, int zone, int var) const
+    {
+        if (static_cast<std::size_t>(zone) >= servers.size())
+            throw Error(zoneMessage(zone));
+        Servers<T> const& ofZone = servers[static_cast<std::size_t>(zone)];
+        if (static_cast<std::size_t>(var) >= ofZone.size())
+            throw Error("Zone " + std::to_string(zone) + " does not exist for var " +
+                        std::to_string(var) + ".");
+        return ofZone[static_cast<std::size_t>(var)].get();
+    }
+
+    SocketInterface& socket;
+    CommandCache& commandCache;
+    Servers<ZoneVarIDQueryServer> zoneVarIDQueryServers;
+    Servers<CellConnectivityQueryServer> cellConnectivityQueryServers;
+    Servers<NodeConnectivityQueryServer> nodeConnectivityQueryServers;
+    Servers<OrderedSubzoneQueryServer> orderedSubzoneQueryServers;
+    std::vector<std::uint32_t> zoneFileSets;
+    std::vector<std::int32_t> zoneShareConnectivity;
+    std::vector<std::vector<std::int32_t>> varZoneShareVar;
+    std::vector<Servers<VarValueQueryServer>> nodalVarQueryServers;
+    std::vector<Servers<VarValueQueryServer>> cellCenteredVarQueryServers;
+    std::vector<Servers<VarSubzoneQueryServer>> varSubzoneQueryServers;
+    std::vector<std::int32_t> fileSetFirstZones;
+    std::vector<std::unique_ptr<FileSetMetadata>> fileSets;
+    std::unique_ptr<LoaderServer> loaderServer;
+};
+
+DataSetRegistrationServer::Error::Error(std::string const& message) : ExceptionBase(message, false)
+{
+}
+
+DataSetRegistrationServer::Error::~Error() = default;
+
+DataSetRegistrationServer::DataSetRegistrationServer(SocketInterface& socket,
+                                                     CommandCache& commandCache)
+    : m_impl(std::make_unique<Impl>(socket, commandCache))
+{
+}
+
+DataSetRegistrationServer::~DataSetRegistrationServer() = default;
+
+namespace {
+
+/// The first registration of a load sequence announces the data set.
+void ensureLoaderServer(std::unique_ptr<LoaderServer>& loaderServer,
+                        DataSetRegistrationServer& registrationServer)
+{
+    if (loaderServer == nullptr)
+        loaderServer = std::make_unique<LoaderServer>(registrationServer);
+}
+
+void announceZone(CommandCache& commandCache, std::string const& command, int zone)
+{
+    WriteCache cache;
+    cache.addString(command);
+    cache.addInt(zone);
+    commandCache.appendCache(cache);
+}
+
+}
+
+void DataSetRegistrationServer::registerZoneConnectivityQueryServices(
+    hdq::CellConnectivityQueryInterface* cell, hdq::NodeConnectivityQueryInterface* node, int zone)
+{
+    m_impl->checkZone(zone);
+    m_impl->ensureCapacityForZoneService(zone);
+    ensureLoaderServer(m_impl->loaderServer, *this);
+    auto const z = static_cast<std::size_t>(zone);
+    m_impl->cellConnectivityQueryServers[z] =
+        std::make_shared<CellConnectivityQueryServer>(*cell, char{0}, m_impl->socket, zone);
+    m_impl->nodeConnectivityQueryServers[z] =
+        std::make_shared<NodeConnectivityQueryServer>(*node, m_impl->socket, zone);
+    announceZone(m_impl->commandCache, REGISTER_FE_CONNECTIVITY_QUERY_SERVICES, zone);
+}
+
+void DataSetRegistrationServer::registerZoneConnectivityQueryServices(
+    hdq::CellConnectivityQueryInterface* cell, hdq::NodeConnectivityQueryInterface* node,
+    hdq::OrderedSubzoneQueryInterface* ordered, int zone)
+{
+    m_impl->checkZone(zone);
+    m_impl->ensureCapacityForZoneService(zone);
+    ensureLoaderServer(m_impl->loaderServer, *this);
+    auto const z = static_cast<std::size_t>(zone);
+    m_impl->cellConnectivityQueryServers[z] =
+        std::make_shared<CellConnectivityQueryServer>(*cell, char{1}, m_impl->socket, zone);
+    m_impl->nodeConnectivityQueryServers[z] =
+        std::make_shared<NodeConnectivityQueryServer>(*node, m_impl->socket, zone);
+    m_impl->orderedSubzoneQueryServers[z] =
+        std::make_shared<OrderedSubzoneQueryServer>(*ordered, m_impl->socket);
+    announceZone(m_impl->commandCache, REGISTER_ORDERED_CONNECTIVITY_QUERY_SERVICES, zone);
+}
+
+void DataSetRegistrationServer::registerZoneVarIDQueryServices(
+    hdq::ZoneVarIDQueryInterface* zoneVarID, int zone)
+{
+    m_impl->checkZone(zone);
+    m_impl->ensureCapacityForZoneService(zone);
+    ensureLoaderServer(m_impl->loaderServer, *this);
+    m_impl->zoneVarIDQueryServers[static_cast<std::size_t>(zone)] =
+        std::make_shared<ZoneVarIDQueryServer>(*zoneVarID, zone, m_impl->socket, *this);
+    announceZone(m_impl->commandCache, REGISTER_ZONE_VARID_QUERY_SERVICES, zone);
+}
+
+void DataSetRegistrationServer::registerVarQueryServices(hdq::VarValueQueryInterface* cellCentered,
+                                                         hdq::VarValueQueryInterface* nodal,
+                                                         hdq::VarSubzoneQueryInterface* subzones,
+                                                         int zone, int var)
+{
+    m_impl->checkZone(zone);
+    if (var < 0)
+        throw Error("Zone " + std::to_string(zone) + " does not exist for var " +
+                    std::to_string(var) + ".");
+    ensureLoaderServer(m_impl->loaderServer, *this);
+    double ranges[4] = {};
+    nodal->minMax(ranges[0], ranges[1]);
+    cellCentered->minMax(ranges[2], ranges[3]);
+    WriteCache cache;
+    cache.addString(REGISTER_VAR_QUERY_SERVICES);
+    cache.addInt(zone);
+    cache.addInt(var);
+    for (double const value : ranges)
+        cache.addDouble(value);
+    m_impl->commandCache.appendCache(cache);
+    m_impl->commandCache.addReceiveRoutine(
+        [impl = m_impl.get(), cellCentered, nodal, subzones, zone, var] {
+            return impl->registerVarQueryServices(cellCentered, nodal, subzones, zone, var);
+        });
+}
+
+void DataSetRegistrationServer::setFilePaths(std::vector<std::string> const& paths)
+{
+    m_impl->setFilePaths(paths);
+}
+
+int DataSetRegistrationServer::registerCalcVarQueryServices(
+    hdq::VarValueQueryInterface* cellCentered, hdq::VarValueQueryInterface* nodal,
+    hdq::VarSubzoneQueryInterface* subzones, FieldDataType_e fieldDataType, int zone)
+{
+    auto const& servers = m_impl->cellCenteredVarQueryServers;
+    if (static_cast<std::size_t>(zone) >= servers.size())
+        throw Error(zoneMessage(zone));
+    auto const var = static_cast<int>(servers[static_cast<std::size_t>(zone)].size());
+    m_impl->registerVarQueryServers(cellCentered, nodal, subzones, fieldDataType, zone, var);
+    return var;
+}
+
+int DataSetRegistrationServer::createDuplicateZoneVarIDQueryService(
+    int zone, hdq::ZoneVarIDQueryInterface* zoneVarID)
+{
+    Impl& impl = *m_impl;
+    if (static_cast<std::size_t>(zone) >= impl.cellConnectivityQueryServers.size())
+        throw Error(zoneMessage(zone));
+    if (zoneVarID == nullptr)
+        throw Error("Zone " + std::to_string(zone) + " was not duplicated.");
+    auto const source = static_cast<std::size_t>(zone);
+    std::size_t const copy = impl.cellConnectivityQueryServers.size();
+    auto const newZone = static_cast<int>(copy);
+    std::size_t const numVars = impl.cellCenteredVarQueryServers[source].size();
+    std::size_t const connectivity = impl.connectivityZone(zone);
+    impl.ensureCapacityForZoneVarService(newZone, static_cast<int>(numVars) - 1);
+
+    CellConnectivityQueryServer const& cells = *impl.cellConnectivityQueryServers[connectivity];
+    impl.cellConnectivityQueryServers[copy] = std::make_shared<CellConnectivityQueryServer>(
+        cells.queryInterface(), static_cast<char>(cells.isOrdered()), impl.socket, newZone);
+    impl.nodeConnectivityQueryServers[copy] = std::make_shared<NodeConnectivityQueryServer>(
+        impl.nodeConnectivityQueryServers[connectivity]->queryInterface(), impl.socket, newZone);
+    if (auto const& ordered = impl.orderedSubzoneQueryServers[connectivity])
+        impl.orderedSubzoneQueryServers[copy] =
+            std::make_shared<OrderedSubzoneQueryServer>(ordered->queryInterface(), impl.socket);
+    impl.zoneVarIDQueryServers[copy] =
+        std::make_shared<ZoneVarIDQueryServer>(*zoneVarID, newZone, impl.socket, *this);
+    impl.zoneShareConnectivity[copy] = static_cast<std::int32_t>(connectivity);
+    for (std::size_t v = 0; v < numVars; ++v) {
+        std::int32_t const shared = impl.varZoneShareVar[source][v];
+        impl.varZoneShareVar[copy][v] = shared != -1 ? shared : zone;
+        impl.nodalVarQueryServers[copy][v] = impl.nodalVarQueryServers[source][v];
+        impl.cellCenteredVarQueryServers[copy][v] = impl.cellCenteredVarQueryServers[source][v];
+        impl.varSubzoneQueryServers[copy][v] = impl.varSubzoneQueryServers[source][v];
+    }
+    return newZone;
+}
+
+LoaderServer* DataSetRegistrationServer::loaderServer()
+{
+    return m_impl->loaderServer.get();
+}
+
+CellConnectivityQueryServer* DataSetRegistrationServer::cellConnectivityQueryServer(int zone)
+{
+    return m_impl->lookup(m_impl->cellConnectivityQueryServers, zone);
+}
+
+NodeConnectivityQueryServer* DataSetRegistrationServer::nodeConnectivityQueryServer(int zone)
+{
+    return m_impl->lookup(m_impl->nodeConnectivityQueryServers, zone);
+}
+
+OrderedSubzoneQueryServer* DataSetRegistrationServer::orderedSubzoneQueryServer(int zone)
+{
+    return m_impl->lookup(m_impl->orderedSubzoneQueryServers, zone);
+}
+
+ZoneVarIDQueryServer* DataSetRegistrationServer::zoneVarIDQueryServer(int zone)
+{
+    return m_impl->lookup(m_impl->zoneVarIDQueryServers, zone);
+}
+
+VarValueQueryServer* DataSetRegistrationServer::nodalVarQueryServer(int zone, int var)
+{
+    return m_impl->lookup(m_impl->nodalVarQueryServers, zone, var);
+}
+
+VarValueQueryServer* DataSetRegistrationServer::cellCenteredVarQueryServer(int zone, int var)
+{
+    return m_impl->lookup(m_impl->cellCenteredVarQueryServers, zone, var);
+}
+
+VarSubzoneQueryServer* DataSetRegistrationServer::varSubzoneQueryServer(int zone, int var)
+{
+    return m_impl->lookup(m_impl->varSubzoneQueryServers, zone, var);
+}
+
+void DataSetRegistrationServer::handleLoaderMetadataRequest()
+{
+    FileSetMetadata const& first = m_impl->firstFileSet();
+    if (m_impl->commandCache.isCachingCommands())
+        m_impl->commandCache.flushCachedCommands(); // what was batched before arrives first
+    hdqio::IJK const limit = first.subzoneMaxIJK();
+    WriteCache cache;
+    cache.addString(REGISTER_LOADER_QUERY_SERVICE);
+    cache.addUInt32(first.subzoneMaxSize());
+    cache.addUInt32(static_cast<std::uint32_t>(limit.i));
+    cache.addUInt32(static_cast<std::uint32_t>(limit.j));
+    cache.addUInt32(static_cast<std::uint32_t>(limit.k));
+    cache.addInt32Vector(m_impl->zoneShareConnectivity);
+    for (std::vector<std::int32_t> const& shares : m_impl->varZoneShareVar)
+        cache.addInt32Vector(shares);
+    cache.addUInt32(static_cast<std::uint32_t>(m_impl->fileSets.size()));
+    for (auto const& set : m_impl->fileSets) {
+        cache.addUInt32(set->numFilesInFileSet());
+        cache.addInt32(set->numGridOrFullFileZones());
+        cache.addInt32(set->numGridOrFullFileVars());
+    }
+    cache.addInt32Vector(m_impl->fileSetFirstZones);
+    cache.addUInt32Vector(m_impl->zoneFileSets);
+    m_impl->socket.sendCache(cache);
+}
+
+void DataSetRegistrationServer::handleZoneMetadataRequest()
+{
+    m_impl->socket.receiveString(); // there is one request only, whatever its name
+    std::uint32_t const fileSet = m_impl->socket.receiveUInt32();
+    std::uint32_t const file = m_impl->socket.receiveUInt32();
+    std::int32_t const zone = m_impl->socket.receiveInt32();
+    if (fileSet >= m_impl->fileSets.size())
+        throw Error("File set " + std::to_string(fileSet) + " does not exist.");
+    FileSetMetadata& set = *m_impl->fileSets[fileSet];
+    if (file >= set.numFilesInFileSet())
+        throw Error("File " + std::to_string(file) + " does not exist in file set " +
+                    std::to_string(fileSet) + ".");
+    if (zone < 0 || zone >= set.numGridOrFullFileZones())
+        throw Error(zoneMessage(zone));
+    WriteCache cache;
+    hdqlib::ZoneMetadataSerializer(set.zoneMetadata(file, zone)).addToCache(cache);
+    m_impl->socket.sendCache(cache);
+}
+
+}
