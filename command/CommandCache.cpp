@@ -38,8 +38,8 @@ public:
         return socket.receiveUInt32() != 0;
     }
 
-    /// Sends the batch and reads its replies. False: a routine stopped the walk. A failed send leaves
-    /// the batch and its routines as they were.
+    /// Sends the batch and reads its replies. False: a routine stopped the walk. A failed send
+    /// leaves the batch and its routines as they were.
     bool processCachedCommands()
     {
         socket.sendCache(*cache);
@@ -48,8 +48,8 @@ public:
         cache.reset();
         ScopedExitAction const forgetRoutines([this] { receiveRoutines.clear(); });
 
-        // The walk keeps to what stood in the list at its start, and a batch that a nested service sends
-        // meanwhile finds only routines of its own.
+        // The walk keeps to what stood in the list at its start, and a batch that a nested service
+        // sends meanwhile finds only routines of its own.
         std::vector<std::function<bool()>> const routines = std::move(receiveRoutines);
         receiveRoutines.clear();
         for (std::function<bool()> const& routine : routines)

@@ -11,8 +11,8 @@ void serviceCommandsUntil(std::string const& endCommand, socketutil::SocketInter
 {
     for (;;) {
         std::string const command = socket.receiveString();
-        // Deliberate: the end of a loop is recognised in any case of letters, a command proper only in
-        // its own. Test: CommandLoop.EndCommandIsMatchedWithoutRegardToCase
+        // Deliberate: the end of a loop is recognised in any case of letters, a command proper only
+        // in its own. Test: CommandLoop.EndCommandIsMatchedWithoutRegardToCase
         if (boost::iequals(command, endCommand))
             return;
         handler(command);

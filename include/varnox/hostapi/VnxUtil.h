@@ -1,0 +1,356 @@
+#ifndef VARNOX_HOSTAPI_VNXUTIL_H
+#define VARNOX_HOSTAPI_VNXUTIL_H
+
+/* The host API for loader add-ons, for C and C++: the functions that this library answers or
+   forwards to the client. Zone and variable numbers count from 1. Calls run on the thread that
+   called the add-on. A call that waits in the batch reaches the client at the next call that needs
+   an answer; one that is sent at once overtakes the batch. In C++ any call may throw when the
+   connection fails; let it pass. */
+
+#include "varnox/hostapi/VnxTypes.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Registers the add-on: version of the API it was built for, its name, its date, its maker. Returns
+   a handle that other calls take; nothing else is kept. */
+AddOnList_s* VnxUtilAddOnRegister(int version, char const* name, char const* date,
+                                  char const* company);
+
+/* A new empty argument list; the caller frees it with VnxUtilArgListDealloc. */
+_ArgList_s* VnxUtilArgListAlloc(void);
+
+/* Adds or replaces an argument. Names match whatever their case. Returns 1. */
+char VnxUtilArgListAppendArbParam(_ArgList_s* list, char const* name, long value);
+
+/* An array of int, one element for each variable of the data set; it stays the caller's and must
+   live until the list has been used. Returns 1. */
+char VnxUtilArgListAppendArray(_ArgList_s* list, char const* name, void const* array);
+
+/* Adds or replaces a real. Returns 1. */
+char VnxUtilArgListAppendDouble(_ArgList_s* list, char const* name, double value);
+
+/* Adds or replaces a function. The client sees its name alone. Returns 1. */
+char VnxUtilArgListAppendFunction(_ArgList_s* list, char const* name, void const* function);
+
+/* Adds or replaces an integer. Returns 1. */
+char VnxUtilArgListAppendInt(_ArgList_s* list, char const* name, long value);
+
+/* An array of long, one element for each variable of the data set; it stays the caller's.
+ * Returns 1. */
+char VnxUtilArgListAppendInt64Array(_ArgList_s* list, char const* name, long const* array);
+
+/* Adds or replaces a text, which is copied. Returns 1. */
+char VnxUtilArgListAppendString(_ArgList_s* list, char const* name, char const* text);
+
+/* Adds or replaces a list of texts, which is copied. Returns 1. */
+char VnxUtilArgListAppendStringList(_ArgList_s* list, char const* name, StringList_s* strings);
+
+/* Frees a list and sets the pointer to null; a null list is fine. */
+void VnxUtilArgListDealloc(_ArgList_s** list);
+
+/* A handle for the auxiliary data of the data set. Nothing is sent. */
+AuxData_s* VnxUtilAuxDataDataSetGetRef(void);
+
+/* A handle for the auxiliary data of a variable, counted from 1. Nothing is sent. */
+AuxData_s* VnxUtilAuxDataVarGetRef(int var);
+
+/* A handle for the auxiliary data of a zone, counted from 1. Nothing is sent. */
+AuxData_s* VnxUtilAuxDataZoneGetRef(int zone);
+
+/* Two zones, counted from 1, share their connectivity. Waits in the batch. */
+void VnxUtilDataConnectShare(int first, int second);
+
+/* Hands over face neighbours inside a load callback; zones may be null. Sent at once. Returns the
+   client's answer. */
+char VnxUtilDataFaceNbrAssignByRef(FaceNeighbor_s* handle, long first, int second, char third,
+                                   int count, int const* items, long const* zones);
+
+/* Registers the load-on-demand callbacks of a zone's face neighbours; a null callback doesn't
+   exist. Zone counts from 1. Returns 0 for a zone that was not added. Waits in the batch. */
+char VnxUtilDataFaceNbrCustomLOD(int zone, char flag, char (*load)(FaceNeighbor_s*),
+                                 char (*unload)(FaceNeighbor_s*), void (*cleanUp)(FaceNeighbor_s*),
+                                 long clientData);
+
+/* The client data given at registration, 0 for an unknown zone. */
+long VnxUtilDataFaceNbrGetClientData(FaceNeighbor_s* handle);
+
+/* The zone's "FaceNeighborMode", 0 for an unknown zone. */
+FaceNeighborMode_e VnxUtilDataFaceNbrGetModeByRef(FaceNeighbor_s* handle);
+
+/* The same by the zone's number, counted from 1. */
+FaceNeighborMode_e VnxUtilDataFaceNbrGetModeByZone(int zone);
+
+/* The unique ID that VnxUtilDataSetGetUniqueIDsForZones gave for the zone before the handle's, or
+ * 0. */
+long VnxUtilDataFaceNbrGetZoneUniqueIDByRef(FaceNeighbor_s* handle);
+
+/* Ends a load: delivers the batch and ends batching. On success ids receives what the client sends,
+   and 1 is returned; on 0 ids is untouched. */
+char VnxUtilDataLoadFinishX(_ArgList_s* args, long* ids);
+
+/* Begins a load. Sent at once. */
+void VnxUtilDataLoadStart(void);
+
+/* Hands over nodes of a zone's node map inside a load callback. Sent at once, without an answer. */
+void VnxUtilDataNodeArraySetByRef(VNX_ELEM_TO_NODE_MAP* handle, long offset, long count,
+                                  int const* nodes);
+
+/* Registers the load-on-demand callbacks of a zone's node map; a null callback doesn't exist. Zone
+   counts from
+   1. Returns 0 for a zone that was not added. Waits in the batch. */
+char VnxUtilDataNodeCustomLOD(int zone, char (*load)(VNX_ELEM_TO_NODE_MAP*),
+                              char (*unload)(VNX_ELEM_TO_NODE_MAP*),
+                              void (*cleanUp)(VNX_ELEM_TO_NODE_MAP*), long clientData);
+
+/* The client data given at registration, 0 for an unknown zone. */
+long VnxUtilDataNodeGetClientData(VNX_ELEM_TO_NODE_MAP* handle);
+
+/* Always 0. */
+int VnxUtilDataNodeGetRawItemType(VNX_ELEM_TO_NODE_MAP* handle);
+
+/* Always null: use VnxUtilDataNodeArraySetByRef. */
+int* VnxUtilDataNodeGetWritableRawPtrByRef(VNX_ELEM_TO_NODE_MAP* handle);
+
+/* VnxUtilDataNodeArraySetByRef for one section of a mixed zone. */
+void VnxUtilDataNodeSectionArraySetByRef(VNX_ELEM_TO_NODE_MAP* handle, int section, long offset,
+                                         long count, int const* nodes);
+
+/* The same with 64-bit node numbers. */
+void VnxUtilDataNodeSectionArraySetByRef64(VNX_ELEM_TO_NODE_MAP* handle, int section, long offset,
+                                           long count, long const* nodes);
+
+/* Always 1; nothing is kept. */
+char VnxUtilDataSetAddWriterX(_ArgList_s* args);
+
+/* Adds a zone, described by named arguments that travel to the client as they are. This library
+   itself reads "Zone", "ConnectShareZone", "FaceNeighborMode" and "VarDataType". Waits in the
+   batch, unless it shares connectivity with a zone whose face neighbours are still to be loaded.
+   Always 1. */
+char VnxUtilDataSetAddZoneX(_ArgList_s* args);
+
+/* Creates the data set: title and variable names. Sent at once; returns the client's answer. */
+char VnxUtilDataSetCreate(char const* title, StringList_s* varNames, char flag);
+
+/* The same by named arguments; "VarNames" gives the number of variables. Sent at once. */
+char VnxUtilDataSetCreateX(_ArgList_s* args);
+
+/* Where query objects are handed in; belongs to the host. C++ only. */
+VNX_HDQ_REGISTRATION* VnxUtilDataSetGetHDQRegistration(void);
+
+/* Asks the client, behind the batch. 0 if the batch failed. */
+int VnxUtilDataSetGetNumVars(void);
+
+/* Asks the client, behind the batch. 0 if the batch failed. */
+int VnxUtilDataSetGetNumZones(void);
+
+/* Asks the client, behind the batch. 0 if the batch failed. */
+long VnxUtilDataSetGetUniqueID(void);
+
+/* Asks the client, behind the batch, for the unique IDs of count zones; ids has room for count. */
+void VnxUtilDataSetGetUniqueIDsForZones(int const* zoneList, int count, long* ids);
+
+/* Hands over values of a variable inside a load callback: count values of the variable's own type.
+   Sent at once, without an answer. */
+void VnxUtilDataValueArraySetByRef(FieldData_s* handle, long offset, long count,
+                                   void const* values);
+
+/* Registers the load-on-demand callbacks of a variable in a zone, both counted from 1; a null
+   callback doesn't exist. Returns 0 for a zone or variable that was not added. Waits in the batch.
+ */
+char VnxUtilDataValueCustomLOD(int zone, int var, char (*load)(FieldData_s*),
+                               char (*unload)(FieldData_s*), void (*cleanUp)(FieldData_s*),
+                               double (*getValue)(FieldData_s*, long),
+                               void (*setValue)(FieldData_s*, long, double), long clientData);
+
+/* The client data given at registration. */
+long VnxUtilDataValueGetClientData(FieldData_s* handle);
+
+/* The variable's type in the zone, 0 for an unknown one. */
+FieldDataType_e VnxUtilDataValueGetRefType(FieldData_s* handle);
+
+/* Always null: use VnxUtilDataValueArraySetByRef. */
+void* VnxUtilDataValueGetWritableRawPtrByRef(FieldData_s* handle);
+
+/* One value, whose bytes go out as the variable's type: right for doubles alone. */
+void VnxUtilDataValueSetByRef(FieldData_s* handle, long offset, double value);
+
+/* The range of a variable in a zone, both counted from 1. Waits in the batch. */
+void VnxUtilDataValueSetMinMaxByZoneVar(int zone, int var, double min, double max);
+
+/* Two zones share the values of a variable. Waits in the batch. */
+void VnxUtilDataValueShare(int first, int second, int third);
+
+/* Shows an error to the user, behind the batch; dropped if the batch failed. */
+void VnxUtilDialogErrMsg(char const* text);
+
+/* Shows a message to the user. Sent at once; returns the client's answer. */
+char VnxUtilDialogMessageBox(char const* text, MessageBoxType_e type);
+
+/* Corners and nodes of a cell of a shape with polynomials of an order; 0 and 0 for an unknown
+ * shape. */
+void VnxUtilFECellTypeGetNumNodes(FECellShape_e shape, int order, FECellBasisFunction_e basis,
+                                  int* numCorners, int* numNodes);
+
+/* Asks the client, behind the batch. 0 if the batch failed. */
+long VnxUtilGetNextUniqueID(void);
+
+/* Registers the loader: "LoaderCallback", "ClientData", "LoaderName", "FileNameExtensions".
+ * Returns 1. */
+char VnxUtilImportAddLoaderX(_ArgList_s* args);
+
+/* Tells the client that the loader's instructions were set; they themselves don't travel. Behind
+ * the batch. */
+char VnxUtilImportSetLoaderInstr(char const* name, StringList_s* instructions);
+
+/* Always 0: a load is never interrupted. */
+char VnxUtilInterruptCheck(void);
+
+/* Always 0. */
+char VnxUtilInterruptIsSet(void);
+
+/* Nothing to do: there is one thread. */
+void VnxUtilLockFinish(AddOnList_s* addOn);
+
+/* Nothing to do. */
+void VnxUtilLockOff(void);
+
+/* Nothing to do. */
+void VnxUtilLockOn(void);
+
+/* Nothing to do. */
+void VnxUtilLockStart(AddOnList_s* addOn);
+
+/* Always 1; the callback is never called. */
+char VnxUtilMacroAddCommandCallback(char const* command, char (*callback)(char*, char**));
+
+/* The callback is not called. */
+void VnxUtilMainlineInvoke(void (*callback)(long), long param);
+
+/* Nothing to do. */
+void VnxUtilPleaseWait(char const* text, char wait);
+
+/* Adds a member that may be there already. Returns 1. */
+char VnxUtilSetAddMember(Set_s* set, long member, char showErr);
+
+/* A new empty set; the caller frees it with VnxUtilSetDealloc. */
+Set_s* VnxUtilSetAlloc(char showErr);
+
+/* Makes dst a copy of src. Returns 1. */
+char VnxUtilSetCopy(Set_s* dst, Set_s* src, char showErr);
+
+/* Frees a set and sets the pointer to null; a null set is fine. */
+void VnxUtilSetDealloc(Set_s** set);
+
+/* The smallest member above this one, 0 at the end; 0 asks for the first. */
+long VnxUtilSetGetNextMember(Set_s* set, long member);
+
+/* Removes a member that may be absent. */
+void VnxUtilSetRemoveMember(Set_s* set, long member);
+
+/* Always 1; the callback is never called. */
+char VnxUtilStateChangeAddCallbackX(_ArgList_s* args);
+
+/* Only state change 3 is forwarded, with the members of the Set_s* in param. Sent at once. */
+void VnxUtilStateChanged(StateChange_e change, long param);
+
+/* Room for maxLength characters and a terminator, not cleared; null if memory is short. Free it
+   with VnxUtilStringDealloc. */
+char* VnxUtilStringAlloc(long maxLength, char const* debugInfo);
+
+/* Frees a text and sets the pointer to null; a null text is fine. */
+void VnxUtilStringDealloc(char** text);
+
+/* A new empty list; the caller frees it with VnxUtilStringListDealloc. */
+StringList_s* VnxUtilStringListAlloc(void);
+
+/* Appends a copy. Returns 1. */
+char VnxUtilStringListAppendString(StringList_s* list, char const* text);
+
+/* Frees a list and sets the pointer to null; a null list is fine. */
+void VnxUtilStringListDealloc(StringList_s** list);
+
+/* Texts in the list. */
+long VnxUtilStringListGetCount(StringList_s* list);
+
+/* The index-th text, counted from 1, in the list's own memory. Another index throws
+ * std::out_of_range. */
+char const* VnxUtilStringListGetRawStringPtr(StringList_s* list, long index);
+
+/* A new mutex, not recursive, for the add-on's own threads; freed with VnxUtilThreadMutexDealloc.
+ */
+Mutex_s* VnxUtilThreadMutexAlloc(void);
+
+/* Frees a mutex and sets the pointer to null; a null mutex is fine. */
+void VnxUtilThreadMutexDealloc(Mutex_s** mutex);
+
+/* Waits for the mutex. */
+void VnxUtilThreadMutexLock(Mutex_s* mutex);
+
+/* Gives the mutex back. */
+void VnxUtilThreadMutexUnlock(Mutex_s* mutex);
+
+/* Asks the client, behind the batch, for a variable's name; *name is then the caller's to free with
+   VnxUtilStringDealloc. 0 leaves *name alone. */
+char VnxUtilVarGetName(int var, char** name);
+
+/* Asks the client at once. */
+long VnxUtilVarGetUniqueID(int var);
+
+/* Asks the client, behind the batch. 0 leaves *numSections alone. */
+char VnxUtilZoneGetNumSections(long first, int second, int* numSections);
+
+/* These report themselves as unimplemented in this version: they throw std::runtime_error. */
+
+char VnxUtilAuxDataSetItem(AuxData_s* ref, char const* name, long value, AuxDataType_e type,
+                           char retain);
+char VnxUtilCustomLabelsAppend(StringList_s* labels);
+long VnxUtilGeom2DMPolyCreate(CoordSys_e p0, int p1, long const* p2);
+void VnxUtilGeom2DMPolySetPoint(long id, int p1, long p2, double p3, double p4);
+long VnxUtilGeom3DMPolyCreate(int p0, long const* p1);
+void VnxUtilGeom3DMPolySetPoint(long id, int p1, long p2, double p3, double p4, double p5);
+void VnxUtilGeomArrowheadSetAngle(long id, double p1);
+void VnxUtilGeomArrowheadSetAttach(long id, ArrowheadAttachment_e p1);
+void VnxUtilGeomArrowheadSetSize(long id, double p1);
+void VnxUtilGeomArrowheadSetStyle(long id, ArrowheadStyle_e p1);
+long VnxUtilGeomCircleCreate(CoordSys_e p0, double p1, double p2, double p3);
+long VnxUtilGeomEllipseCreate(CoordSys_e p0, double p1, double p2, double p3, double p4);
+void VnxUtilGeomEllipseSetNumPoints(long id, int p1);
+long VnxUtilGeomRectangleCreate(CoordSys_e p0, double p1, double p2, double p3, double p4);
+void VnxUtilGeomSetAnchorPos(long id, double p1, double p2, double p3);
+void VnxUtilGeomSetAttached(long id, char p1);
+void VnxUtilGeomSetClipping(long id, Clipping_e p1);
+void VnxUtilGeomSetColor(long id, int p1);
+void VnxUtilGeomSetFillColor(long id, int p1);
+void VnxUtilGeomSetIsFilled(long id, char p1);
+void VnxUtilGeomSetLinePattern(long id, LinePattern_e p1);
+void VnxUtilGeomSetLineThickness(long id, double p1);
+char VnxUtilGeomSetMacroFunctionCmd(long id, char const* p1);
+void VnxUtilGeomSetPatternLength(long id, double p1);
+void VnxUtilGeomSetPositionCoordSys(long id, CoordSys_e p1);
+void VnxUtilGeomSetScope(long id, Scope_e p1);
+void VnxUtilGeomSetZoneOrMap(long id, int p1);
+long VnxUtilGeomSquareCreate(CoordSys_e p0, double p1, double p2, double p3);
+void VnxUtilTextBoxSetColor(long id, int p1);
+void VnxUtilTextBoxSetFillColor(long id, int p1);
+void VnxUtilTextBoxSetLineThickness(long id, double p1);
+void VnxUtilTextBoxSetMargin(long id, double p1);
+void VnxUtilTextBoxSetType(long id, TextBox_e p1);
+long VnxUtilTextCreate(CoordSys_e p0, double p1, double p2, Units_e p3, double p4, char const* p5);
+void VnxUtilTextSetAnchor(long id, TextAnchor_e p1);
+void VnxUtilTextSetAngle(long id, double p1);
+void VnxUtilTextSetAttached(long id, char p1);
+void VnxUtilTextSetClipping(long id, Clipping_e p1);
+void VnxUtilTextSetColor(long id, int p1);
+void VnxUtilTextSetLineSpacing(long id, double p1);
+char VnxUtilTextSetMacroFunctionCmd(long id, char const* p1);
+void VnxUtilTextSetScope(long id, Scope_e p1);
+void VnxUtilTextSetTypeface(long id, char const* p1, char p2, char p3);
+void VnxUtilTextSetZoneOrMap(long id, int p1);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
