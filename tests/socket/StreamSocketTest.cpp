@@ -1,0 +1,225 @@
+#include "socket/StreamSocket.h"
+
+#include "tests/support/RecordingSocket.h"
+#include "varnox/socketutil/SocketException.h"
+#include "varnox/socketutil/WriteCache.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <functional>
+#include <memory>
+#include <thread>
+
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace varnox::socketutil {
+namespace {
+
+/// Two connected sockets, or one over a pair of pipes.
+struct Pair
+{
+    explicit Pair(bool overPipes = false, std::size_t limit = StreamSocket::DEFAULT_MAX_ITEM_BYTES)
+    {
+        int there[2];
+        int back[2];
+        if (overPipes) {
+            EXPECT_EQ(::pipe(there), 0);
+            EXPECT_EQ(::pipe(back), 0);
+            a = std::make_unique<StreamSocket>(back[0], there[1], limit);
+            b = std::make_unique<StreamSocket>(there[0], back[1], limit);
+        } else {
+            EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, there), 0);
+            a = std::make_unique<StreamSocket>(there[0], there[0], limit);
+            b = std::make_unique<StreamSocket>(there[1], there[1], limit);
+        }
+    }
+    std::unique_ptr<StreamSocket> a;
+    std::unique_ptr<StreamSocket> b;
+};
+
+std::string messageOf(std::function<void()> const& action)
+{
+    try {
+        action();
+    } catch (SocketException const& error) {
+        return error.what();
+    }
+    return "";
+}
+
+class StreamSocketPairs : public testing::TestWithParam<bool>
+{
+};
+
+TEST_P(StreamSocketPairs, EveryItemArrivesAsItWasSent)
+{
+    Pair pair(GetParam());
+    StreamSocket& a = *pair.a;
+    StreamSocket& b = *pair.b;
+    a.sendInt(-5);
+    EXPECT_EQ(b.receiveInt(), -5);
+    a.sendBool(true);
+    EXPECT_TRUE(b.receiveBool());
+    a.sendUInt8(200);
+    EXPECT_EQ(b.receiveUInt8(), 200);
+    a.sendInt16(-300);
+    EXPECT_EQ(b.receiveInt16(), -300);
+    a.sendUInt16(60000);
+    EXPECT_EQ(b.receiveUInt16(), 60000);
+    a.sendInt32(-70000);
+    EXPECT_EQ(b.receiveInt32(), -70000);
+    a.sendUInt32(0xFFFFFFFF);
+    EXPECT_EQ(b.receiveUInt32(), 0xFFFFFFFF);
+    a.sendUInt64(1UL << 63);
+    EXPECT_EQ(b.receiveUInt64(), 1UL << 63);
+    a.sendInt64(-1L << 40);
+    EXPECT_EQ(b.receiveInt64(), -1L << 40);
+    a.sendDouble(0.1);
+    EXPECT_EQ(b.receiveDouble(), 0.1);
+    a.sendFloat(0.25F);
+    EXPECT_EQ(b.receiveFloat(), 0.25F);
+    a.sendString(std::string("x\0y", 3));
+    EXPECT_EQ(b.receiveString(), std::string("x\0y", 3));
+    a.sendIntVector({1, -2});
+    EXPECT_EQ(b.receiveIntVector(), (std::vector<int>{1, -2}));
+    a.sendBoolVector({true, false});
+    EXPECT_EQ(b.receiveBoolVector(), (std::vector<bool>{true, false}));
+    a.sendUInt8Vector({1, 2});
+    EXPECT_EQ(b.receiveUInt8Vector(), (std::vector<unsigned char>{1, 2}));
+    a.sendInt16Vector({-1});
+    EXPECT_EQ(b.receiveInt16Vector(), (std::vector<short>{-1}));
+    a.sendUInt16Vector({65535});
+    EXPECT_EQ(b.receiveUInt16Vector(), (std::vector<unsigned short>{65535}));
+    a.sendInt32Vector({-1});
+    EXPECT_EQ(b.receiveInt32Vector(), (std::vector<int>{-1}));
+    a.sendUInt32Vector({0xFFFFFFFF});
+    EXPECT_EQ(b.receiveUInt32Vector(), (std::vector<unsigned int>{0xFFFFFFFF}));
+    a.sendUInt64Vector({1, 2, 3});
+    EXPECT_EQ(b.receiveUInt64Vector(), (std::vector<unsigned long>{1, 2, 3}));
+    a.sendInt64Vector({-1});
+    EXPECT_EQ(b.receiveInt64Vector(), (std::vector<long>{-1}));
+    a.sendDoubleVector({0.5});
+    EXPECT_EQ(b.receiveDoubleVector(), (std::vector<double>{0.5}));
+    a.sendFloatVector({});
+    EXPECT_EQ(b.receiveFloatVector(), (std::vector<float>{}));
+    a.sendStringVector({"one", ""});
+    EXPECT_EQ(b.receiveStringVector(), (std::vector<std::string>{"one", ""}));
+    EXPECT_EQ(a.bytesSent(), b.bytesReceived());
+}
+
+TEST_P(StreamSocketPairs, LargeItemsCrossWholeWhileTheOtherSideReadsSlowly)
+{
+    Pair pair(GetParam());
+    std::vector<double> values(1'500'000);
+    for (std::size_t i = 0; i < values.size(); ++i)
+        values[i] = static_cast<double>(i);
+    std::thread sender([&] {
+        pair.a->sendDoubleVector(values);
+        WriteCache cache;
+        cache.addDoubleVector(values);
+        cache.addString("end");
+        pair.a->sendCache(cache);
+    });
+    EXPECT_EQ(pair.b->receiveDoubleVector(), values);
+    EXPECT_EQ(pair.b->receiveDoubleVector(), values);
+    EXPECT_EQ(pair.b->receiveString(), "end");
+    sender.join();
+}
+
+TEST_P(StreamSocketPairs, ClosedPeerIsAnExceptionAndNoSignal)
+{
+    Pair pair(GetParam());
+    pair.b.reset();
+    std::vector<double> const values(1'000'000);
+    EXPECT_EQ(messageOf([&] {
+                  pair.a->sendDoubleVector(values);
+                  pair.a->sendDoubleVector(values);
+              }),
+              "Sending failed: the other side closed the connection.");
+    EXPECT_EQ(messageOf([&] { pair.a->receiveInt(); }),
+              "Receiving failed: the other side closed the connection.");
+}
+
+TEST_P(StreamSocketPairs, HangUpShowsOnceEverythingIsRead)
+{
+    Pair pair(GetParam());
+    EXPECT_FALSE(pair.a->peerHasHungUp());
+    pair.b->sendInt(1);
+    pair.b.reset();
+    EXPECT_FALSE(pair.a->peerHasHungUp());
+    EXPECT_EQ(pair.a->receiveInt(), 1);
+    EXPECT_TRUE(pair.a->peerHasHungUp());
+}
+
+INSTANTIATE_TEST_SUITE_P(Transports, StreamSocketPairs, testing::Bool(), [](auto const& test) {
+    return test.param ? std::string("Pipes") : std::string("Sockets");
+});
+
+TEST(StreamSocket, EmptyCacheSendsNothing)
+{
+    Pair pair;
+    WriteCache empty;
+    pair.a->sendCache(empty);
+    EXPECT_EQ(pair.a->bytesSent(), 0U);
+    pair.a->sendInt(7);
+    EXPECT_EQ(pair.b->receiveInt(), 7);
+}
+
+TEST(StreamSocket, CutItemIsAnException)
+{
+    Pair pair;
+    pair.a->sendUInt16(1);
+    pair.a.reset();
+    EXPECT_NE(messageOf([&] { pair.b->receiveInt32(); }), "");
+}
+
+TEST(StreamSocket, CountAboveTheLimitIsRefusedUnread)
+{
+    Pair pair(false, 1000);
+    pair.a->sendUInt64(126); // doubles: 1008 bytes
+    EXPECT_EQ(messageOf([&] { pair.b->receiveDoubleVector(); }),
+              "Received a vector of 126 elements, more than the limit of 1000 bytes for one item.");
+    pair.a->sendUInt64(0xFFFFFFFFFFFFFFFF);
+    EXPECT_NE(messageOf([&] { pair.b->receiveString(); }), "");
+}
+
+TEST(StreamSocket, ItemOfExactlyTheLimitPasses)
+{
+    Pair pair(false, 1000);
+    pair.a->sendDoubleVector(std::vector<double>(125, 2.0));
+    EXPECT_EQ(pair.b->receiveDoubleVector().size(), 125U);
+}
+
+TEST(StreamSocket, LyingCountCostsLittleMemory)
+{
+    Pair pair;
+    pair.a->sendUInt64((std::uint64_t{1} << 30) / 8); // a GiB of doubles is announced
+    pair.a->sendInt(0);
+    pair.a.reset();
+    rusage before{};
+    ::getrusage(RUSAGE_SELF, &before);
+    EXPECT_NE(messageOf([&] { pair.b->receiveDoubleVector(); }), "");
+    rusage after{};
+    ::getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 32 * 1024);
+}
+
+TEST(StreamSocket, VectorOfManyEmptyStringsIsBounded)
+{
+    Pair pair(false, 1000);
+    std::thread sender([&] {
+        try {
+            pair.a->sendStringVector(std::vector<std::string>(100));
+        } catch (SocketException const&) {
+        }
+    });
+    EXPECT_NE(messageOf([&] { pair.b->receiveStringVector(); }), "");
+    pair.b.reset();
+    sender.join();
+}
+
+}
+}
