@@ -27,7 +27,8 @@ endif()
 
 add_library(vnx_options INTERFACE)
 target_compile_options(vnx_options INTERFACE
-    -Wall -Wextra -Wconversion -Wshadow -Wnon-virtual-dtor -Wcast-qual -Wpointer-arith
+    -Wall -Wextra -Wconversion -Wshadow -Wcast-qual -Wpointer-arith
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wduplicated-cond -Wlogical-op>
     $<$<BOOL:${VNX_WERROR}>:-Werror>)
 if(VNX_SANITIZE)

@@ -77,7 +77,7 @@ bool appendInstructions(StringList_s* instructions, std::vector<std::string> con
 
 }
 
-class AddonProxy::Impl
+class VNX_LOCAL AddonProxy::Impl
 {
 public:
     Impl(std::string const& addonPath, SocketInterface& connection, AddonProxy& owner)

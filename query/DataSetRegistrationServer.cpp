@@ -59,7 +59,7 @@ std::int32_t inDataSet(std::int32_t shared, std::int32_t firstZone)
 
 }
 
-class DataSetRegistrationServer::Impl
+class VNX_LOCAL DataSetRegistrationServer::Impl
 {
 public:
     Impl(SocketInterface& connection, CommandCache& cache) : socket(connection), commandCache(cache)

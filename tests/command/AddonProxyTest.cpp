@@ -1,0 +1,365 @@
+#include "varnox/hdqremote/AddonProxy.h"
+
+#include "command/LoaderCommands.h"
+#include "tests/support/RecordingSocket.h"
+#include "varnox/hdqremote/DataSetRegistrationServer.h"
+#include "varnox/socketutil/WriteCache.h"
+
+#include <boost/filesystem.hpp>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+
+namespace varnox::hdqremote {
+namespace {
+
+using socketutil::WriteCache;
+using tests::cached;
+using tests::RecordingSocket;
+
+std::string addon(std::string const& name)
+{
+    return std::string(VNX_LIB_DIR) + "/" + name + ".so";
+}
+
+std::string sample(std::string const& name)
+{
+    return std::string(VNX_SOURCE_DIR) + "/examples/data/" + name;
+}
+
+template <typename Exception>
+std::string messageOf(std::function<void()> const& action)
+{
+    try {
+        action();
+    } catch (Exception const& error) {
+        return error.what();
+    }
+    return "nothing was thrown";
+}
+
+TEST(AddonProxyConstruction, PrintsExactlyTwoLines)
+{
+    RecordingSocket socket;
+    testing::internal::CaptureStdout();
+    AddonProxy const proxy(addon("vnxscriptedaddon"), socket);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Attempting to load addon\nSuccess\n");
+    EXPECT_EQ(socket.numOperations(), 0U);
+}
+
+TEST(AddonProxyConstruction, MissingAddonIsAnErrorWithTheLoadersReason)
+{
+    RecordingSocket socket;
+    testing::internal::CaptureStdout();
+    std::string const message =
+        messageOf<AddonProxy::Error>([&] { AddonProxy("/nowhere/a.so", socket); });
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(message.rfind("Unable to load library /nowhere/a.so (", 0), 0U) << message;
+    EXPECT_EQ(message.back(), ')');
+}
+
+TEST(AddonProxyConstruction, AddonWithoutEntryIsAnError)
+{
+    RecordingSocket socket;
+    testing::internal::CaptureStdout();
+    std::string const path = addon("vnxnoentryaddon");
+    EXPECT_EQ(messageOf<AddonProxy::Error>([&] { AddonProxy(path, socket); }),
+              "Function InitVnxAddOn113 not found in load library " + path);
+    testing::internal::GetCapturedStdout();
+}
+
+TEST(AddonProxyConstruction, AddonWithoutLoaderShowsNoSuccess)
+{
+    RecordingSocket socket;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(messageOf<AddonProxy::Error>([&] { AddonProxy(addon("vnxnoloaderaddon"), socket); }),
+              "Loader add-on did not register a loader callback.");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Attempting to load addon\n");
+}
+
+/// A proxy over the scripted add-on, with helpers to play conversations.
+class AddonProxySession : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        testing::internal::CaptureStdout();
+        proxy = std::make_unique<AddonProxy>(addon("vnxscriptedaddon"), socket);
+        testing::internal::GetCapturedStdout();
+        folder = boost::filesystem::temp_directory_path() / boost::filesystem::unique_path();
+        boost::filesystem::create_directory(folder);
+    }
+    void TearDown() override { boost::filesystem::remove_all(folder); }
+
+    /// A copy of a data file under a name that tells the scripted loader what to do.
+    std::string fileNamed(std::string const& name)
+    {
+        auto const path = folder / name;
+        boost::filesystem::copy_file(sample("tjunction_grid.hdqfs"), path);
+        return path.string();
+    }
+
+    void script(std::function<void(WriteCache&)> const& add) { socket.appendScript(cached(add)); }
+
+    std::string failureOfLoading(std::string const& paths)
+    {
+        script([&](WriteCache& c) {
+            c.addString("load dataset");
+            c.addString(paths);
+        });
+        return messageOf<AddonProxy::Error>(
+            [&] { proxy->serviceCommandsUntil(CLOSE_DATA_SERVER); });
+    }
+
+    std::string finished(bool loaded)
+    {
+        return cached([&](WriteCache& c) {
+            c.addString("command finished");
+            c.addUInt32(loaded ? 1 : 0);
+        });
+    }
+
+    std::string dialog(std::string const& text)
+    {
+        return cached([&](WriteCache& c) {
+            c.addString("VnxUtilDialogErrMsg");
+            c.addString(text);
+        });
+    }
+
+    RecordingSocket socket;
+    std::unique_ptr<AddonProxy> proxy;
+    boost::filesystem::path folder;
+};
+
+TEST_F(AddonProxySession, ListsItsFileTypes)
+{
+    script([](WriteCache& c) {
+        c.addString("list file types");
+        c.addString("Close Data Server");
+    });
+    proxy->serviceCommandsUntil(CLOSE_DATA_SERVER);
+    EXPECT_EQ(socket.sent(), cached([](WriteCache& c) {
+                  c.addString("Scripted");
+                  c.addString("hdqfs");
+                  c.addString("command finished");
+              }));
+    EXPECT_EQ(socket.numSendCaches(), 1U);
+}
+
+TEST_F(AddonProxySession, CommandInCapitalsIsUnrecognised)
+{
+    script([](WriteCache& c) { c.addString("LOAD DATASET"); });
+    EXPECT_EQ(messageOf<AddonProxy::Error>([&] { proxy->serviceCommandsUntil("end"); }),
+              "Unrecognized command received: LOAD DATASET");
+    EXPECT_TRUE(socket.sent().empty());
+}
+
+TEST_F(AddonProxySession, EmptyCommandIsUnrecognised)
+{
+    script([](WriteCache& c) { c.addString(""); });
+    EXPECT_EQ(messageOf<AddonProxy::Error>([&] { proxy->serviceCommandsUntil("end"); }),
+              "Unrecognized command received: ");
+}
+
+TEST_F(AddonProxySession, FailureOfTheConnectionIsACommunicationError)
+{
+    EXPECT_EQ(
+        messageOf<AddonProxy::CommunicationError>([&] { proxy->serviceCommandsUntil("end"); }),
+        "the script has ended");
+}
+
+TEST_F(AddonProxySession, LoadsAndReportsSuccess)
+{
+    script([&](WriteCache& c) {
+        c.addString("load dataset");
+        c.addString(fileNamed("succeeds.hdqfs"));
+        c.addString("close data server");
+    });
+    proxy->serviceCommandsUntil(CLOSE_DATA_SERVER);
+    EXPECT_EQ(socket.sent(), finished(true));
+}
+
+TEST_F(AddonProxySession, LoaderThatReturnsFalseGivesNoDialogAndAnEmptyError)
+{
+    EXPECT_EQ(failureOfLoading(fileNamed("fails.hdqfs")), "");
+    EXPECT_EQ(socket.sent(), finished(false));
+}
+
+TEST_F(AddonProxySession, LoaderThatThrowsGivesItsTextToTheClientAndTheHost)
+{
+    EXPECT_EQ(failureOfLoading(fileNamed("throws.hdqfs")), "the loader has failed");
+    EXPECT_EQ(socket.sent(), dialog("the loader has failed") + finished(false));
+}
+
+TEST_F(AddonProxySession, ExceptionWithoutATextCountsAsNoMessage)
+{
+    EXPECT_EQ(failureOfLoading(fileNamed("throwsNothing.hdqfs")), "");
+    EXPECT_EQ(socket.sent(), finished(false));
+}
+
+TEST_F(AddonProxySession, WhatIsNoStandardExceptionPassesUnanswered)
+{
+    script([&](WriteCache& c) {
+        c.addString("load dataset");
+        c.addString(fileNamed("throwsInt.hdqfs"));
+    });
+    EXPECT_THROW(proxy->serviceCommandsUntil("end"), int);
+    EXPECT_TRUE(socket.sent().empty());
+}
+
+TEST_F(AddonProxySession, UnimplementedCallEndsTheLoadWithItsName)
+{
+    EXPECT_EQ(failureOfLoading(fileNamed("unimplemented.hdqfs"))
+                  .rfind("Unimplemented method: VnxUtilZoneRename;", 0),
+              0U);
+}
+
+TEST_F(AddonProxySession, EmptyPathFailsBeforeTheLoaderIsCalled)
+{
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(failureOfLoading(""), "Failed to open file for reading: ");
+    testing::internal::GetCapturedStderr();
+    EXPECT_EQ(socket.sent(), dialog("Failed to open file for reading: ") + finished(false));
+}
+
+TEST_F(AddonProxySession, TrailingNewlineGivesAnEmptyLastPath)
+{
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(failureOfLoading(fileNamed("succeeds.hdqfs") + "\n"),
+              "Failed to open file for reading: ");
+    testing::internal::GetCapturedStderr();
+}
+
+TEST_F(AddonProxySession, LoneSolutionFileIsRefused)
+{
+    std::string const path = sample("tjunction_t00.hdqfs");
+    EXPECT_EQ(failureOfLoading(path),
+              "Expected a grid file but found a solution file: " + path +
+                  "\n\nOne or more solution files must be preceded by a grid file.");
+}
+
+TEST_F(AddonProxySession, QueryForAnUnknownZoneIsAnError)
+{
+    script([](WriteCache& c) {
+        c.addString("NodalVarQuery");
+        c.addInt(3);
+        c.addInt(0);
+    });
+    EXPECT_EQ(
+        messageOf<DataSetRegistrationServer::Error>([&] { proxy->serviceCommandsUntil("end"); }),
+        "Zone 3 does not exist.");
+}
+
+TEST_F(AddonProxySession, LoaderQueryBeforeAnyRegistrationIsAnError)
+{
+    script([](WriteCache& c) { c.addString("loaderQuery"); });
+    EXPECT_EQ(
+        messageOf<DataSetRegistrationServer::Error>([&] { proxy->serviceCommandsUntil("end"); }),
+        "There is no query service for the loader.");
+}
+
+TEST_F(AddonProxySession, QueryForASlotWithoutAServerIsAnError)
+{
+    script([&](WriteCache& c) {
+        c.addString("load dataset");
+        c.addString(fileNamed("succeeds.hdqfs"));
+        c.addString("CellConnectivityQuery");
+        c.addInt(0);
+    });
+    EXPECT_EQ(
+        messageOf<DataSetRegistrationServer::Error>([&] { proxy->serviceCommandsUntil("end"); }),
+        "There is no query service for the cells of zone 0.");
+}
+
+/// The client's answers while the scripted loader builds its data set.
+void answerBuilding(WriteCache& c)
+{
+    c.addString("command finished"); // VnxUtilDataSetCreate
+    c.addUInt32(1);
+    c.addString("command finished"); // VnxUtilDataSetAddZoneX, at the flush
+    c.addUInt32(1);
+    c.addUInt32(1);                 // VnxUtilDataValueCustomLOD
+    c.addString("load field data"); // while VnxUtilDataLoadFinishX is served
+    c.addInt32(1);
+    c.addInt32(1);
+    c.addString("command finished");
+    c.addInt(1);
+    c.addInt64Vector({11, 12});
+}
+
+std::string buildingBytes()
+{
+    return cached([](WriteCache& c) {
+        c.addString("VnxUtilDataLoadStart");
+        c.addString("VnxUtilDataSetCreate");
+        c.addString("title");
+        c.addStringVector({"p"});
+        c.addInt(1);
+        c.addString("VnxUtilDataSetAddZoneX");
+        c.addInt(1);
+        c.addString("NAME");
+        c.addString("inlet");
+        c.addString("VnxUtilDataValueCustomLOD");
+        c.addInt32(1);
+        c.addInt32(1);
+        c.addUInt32(1);
+        for (int absent = 0; absent < 4; ++absent)
+            c.addUInt32(0);
+        c.addString("VnxUtilDataLoadFinishX");
+        c.addInt(0);
+        c.addString("VnxUtilDataValueArraySetByRef");
+        c.addInt64(1);
+        c.addInt64(2);
+        c.addFloatVector({1.5F, -2.0F});
+        c.addString("command finished");
+        c.addUInt32(1);
+    });
+}
+
+TEST_F(AddonProxySession, WholeLoadWithANestedRequestIsItsGoldenBytes)
+{
+    script([&](WriteCache& c) {
+        c.addString("load dataset");
+        c.addString(fileNamed("builds.hdqfs"));
+        answerBuilding(c);
+        c.addString("load field data"); // a zone beyond the range gets false
+        c.addInt32(9);
+        c.addInt32(1);
+        c.addString("close data server");
+    });
+    proxy->serviceCommandsUntil(CLOSE_DATA_SERVER);
+    EXPECT_EQ(socket.sent(), buildingBytes() + finished(true) + finished(false));
+    EXPECT_TRUE(socket.allWasRead());
+}
+
+TEST_F(AddonProxySession, EveryFailingOperationOfALoadEndsInAnException)
+{
+    std::string const path = fileNamed("builds.hdqfs");
+    std::string const conversation = cached([&](WriteCache& c) {
+        c.addString("load dataset");
+        c.addString(path);
+        answerBuilding(c);
+        c.addString("close data server");
+    });
+    std::size_t numOperations = 0;
+    {
+        socket.appendScript(conversation);
+        proxy->serviceCommandsUntil(CLOSE_DATA_SERVER);
+        numOperations = socket.numOperations();
+    }
+    ASSERT_GT(numOperations, 20U);
+    for (std::size_t n = 0; n < numOperations; ++n) {
+        proxy.reset(); // one at a time in a process
+        RecordingSocket failing(conversation);
+        testing::internal::CaptureStdout();
+        AddonProxy session(addon("vnxscriptedaddon"), failing);
+        failing.failAt(n);
+        EXPECT_ANY_THROW(session.serviceCommandsUntil(CLOSE_DATA_SERVER)) << "operation " << n;
+        testing::internal::GetCapturedStdout();
+    }
+}
+
+}
+}

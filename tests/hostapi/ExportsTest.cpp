@@ -1,0 +1,94 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <set>
+#include <string>
+
+namespace {
+
+/// The dynamic symbols that the shared library defines, as nm prints them.
+std::set<std::string> exportedSymbols(bool demangled)
+{
+    std::string const command = std::string("nm -D --defined-only ") + (demangled ? "-C " : "") +
+                                VNX_LIB_DIR "/libvnxsdkbase.so";
+    std::FILE* const output = ::popen(command.c_str(), "r");
+    std::set<std::string> symbols;
+    std::array<char, 4096> line;
+    while (output != nullptr && std::fgets(line.data(), line.size(), output) != nullptr) {
+        std::string text(line.data());
+        while (!text.empty() && text.back() == '\n')
+            text.pop_back();
+        symbols.insert(text.substr(19)); // behind address and kind
+    }
+    EXPECT_EQ(::pclose(output), 0);
+    return symbols;
+}
+
+TEST(Exports, EveryHostApiFunctionIsExportedUnderItsPlainName)
+{
+    std::set<std::string> const symbols = exportedSymbols(false);
+    std::set<std::string> missing;
+    std::size_t count = 0;
+#define HOST_API(result, name, parameters, arguments)                                              \
+    count += symbols.count(#name);                                                                 \
+    if (symbols.count(#name) == 0)                                                                 \
+        missing.insert(#name);
+#define HOST_API_CXX(result, name, parameters, arguments)                                          \
+    EXPECT_EQ(                                                                                     \
+        symbols.count("_Z23" #name "PKcS0_P5Set_slllllllll15FieldDataType_e15ValueLocation_ec"),   \
+        1U);
+#include "varnox/hostapi/HostApi.def"
+    EXPECT_TRUE(missing.empty()) << *missing.begin();
+    EXPECT_EQ(count, 1432U);
+}
+
+TEST(Exports, NothingElseIsExportedButTheClassesForHostsAndAddons)
+{
+    std::set<std::string> hostApi;
+#define HOST_API(result, name, parameters, arguments) hostApi.insert(#name);
+#define HOST_API_CXX(result, name, parameters, arguments)                                          \
+    hostApi.insert("_Z23" #name "PKcS0_P5Set_slllllllll15FieldDataType_e15ValueLocation_ec");
+#include "varnox/hostapi/HostApi.def"
+    constexpr char const* CLASSES[] = {
+        "varnox::VnxMock",
+        "varnox::hdqremote::AddonProxy",
+        "varnox::hdqremote::DataSetRegistrationServer",
+        "varnox::hdq::DataSetRegistrationInterface",
+        "varnox::hdq::LoaderInterface",
+        "varnox::hdq::ZoneVarIDQueryInterface",
+        "varnox::hdq::VarValueQueryInterface",
+        "varnox::hdq::VarSubzoneQueryInterface",
+        "varnox::hdq::OrderedSubzoneQueryInterface",
+        "varnox::hdq::CellConnectivityQueryInterface",
+        "varnox::hdq::NodeConnectivityQueryInterface",
+        "varnox::ExceptionBase",
+        "varnox::IOException",
+        "varnox::socketutil::SocketException",
+        "varnox::socketutil::SocketInterface",
+        "varnox::socketutil::WriteCache",
+    };
+    auto const belongsToAClass = [&](std::string symbol) {
+        for (char const* prefix : {"typeinfo for ", "typeinfo name for ", "vtable for "})
+            if (symbol.rfind(prefix, 0) == 0)
+                symbol = symbol.substr(std::string(prefix).size()) + "::";
+        if (symbol.find("::Impl") != std::string::npos)
+            return false;
+        for (char const* name : CLASSES)
+            if (symbol.rfind(std::string(name) + "::", 0) == 0)
+                return true;
+        return false;
+    };
+    std::size_t numFunctions = 0;
+    for (std::string const& symbol : exportedSymbols(false))
+        numFunctions += hostApi.count(symbol);
+    EXPECT_EQ(numFunctions, hostApi.size());
+    for (std::string const& symbol : exportedSymbols(true)) {
+        std::string const name = symbol.substr(0, symbol.find('('));
+        EXPECT_TRUE(hostApi.count(name) == 1 || name == "VnxAppWriteEquationFile" ||
+                    belongsToAClass(symbol))
+            << symbol;
+    }
+}
+
+}

@@ -1,0 +1,130 @@
+#include "varnox/hostapi/VnxMock.h"
+
+// Both declare the functions; a difference doesn't compile.
+#include "varnox/hostapi/VnxUtil.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#define HOST_API(result, name, parameters, arguments) extern "C" result name parameters;
+#define HOST_API_CXX(result, name, parameters, arguments) result name parameters;
+#include "varnox/hostapi/HostApi.def"
+
+namespace varnox {
+namespace {
+
+/// Keeps the name instead of throwing.
+class RecordingMock : public VnxMock
+{
+public:
+    void Unimplemented(std::string const& name) const override { names.push_back(name); }
+    mutable std::vector<std::string> names;
+};
+
+template <typename T>
+bool isZero(T value)
+{
+    return value == T();
+}
+
+/// Calls an exported function with zeros and tells whether it gave the empty result.
+template <typename Result, typename... Parameters>
+bool givesTheEmptyResult(Result (*function)(Parameters...))
+{
+    if constexpr (std::is_void_v<Result>) {
+        function(Parameters()...);
+        return true;
+    } else {
+        return isZero(function(Parameters()...));
+    }
+}
+
+TEST(VnxMock, EveryExportedFunctionReportsItsExactNameAndGivesTheEmptyResult)
+{
+    RecordingMock const mock;
+    std::vector<std::string> expected;
+#define HOST_API(result, name, parameters, arguments)                                              \
+    EXPECT_TRUE(givesTheEmptyResult(&::name)) << #name;                                            \
+    expected.emplace_back(#name);
+#include "varnox/hostapi/HostApi.def"
+    EXPECT_EQ(mock.names, expected);
+    EXPECT_EQ(expected.size(), 1433U);
+}
+
+TEST(VnxMock, UnimplementedFunctionThrowsWithItsName)
+{
+    VnxMock const mock;
+    try {
+        VnxUtilZoneRename();
+        FAIL() << "nothing was thrown";
+    } catch (std::runtime_error const& error) {
+        EXPECT_STREQ(error.what(),
+                     "Unimplemented method: VnxUtilZoneRename; Add a MOCK_METHODX to the "
+                     "VnxMock-derived class. Should a unit test be written for the use of this "
+                     "VnxUtil function?");
+    }
+}
+
+TEST(VnxMock, IrregularNameShowsItsSmallT)
+{
+    RecordingMock const mock;
+    VnxUtiltDataSetDefVarLoadFinish();
+    EXPECT_EQ(mock.names, (std::vector<std::string>{"VnxUtiltDataSetDefVarLoadFinish"}));
+}
+
+TEST(VnxMock, InstanceIsTheLastOneBuilt)
+{
+    EXPECT_EQ(VnxMock::GetInstance(), nullptr);
+    VnxMock const first;
+    EXPECT_EQ(VnxMock::GetInstance(), &first);
+    VnxMock const second;
+    EXPECT_EQ(VnxMock::GetInstance(), &second);
+}
+
+TEST(VnxMock, DestroyingAnyObjectClearsTheInstance)
+{
+    auto first = std::make_unique<VnxMock>();
+    VnxMock const second;
+    first.reset();
+    EXPECT_EQ(VnxMock::GetInstance(), nullptr);
+}
+
+class OverridingMock : public VnxMock
+{
+public:
+    long VnxUtilStringListGetCount(StringList_s*) override { return 42; }
+};
+
+TEST(VnxMock, ExportedFunctionReachesTheOverride)
+{
+    OverridingMock const mock;
+    EXPECT_EQ(::VnxUtilStringListGetCount(nullptr), 42);
+}
+
+/// The position of a virtual function in the table, from its pointer to member.
+template <typename Function>
+std::size_t slotOf(Function function)
+{
+    static_assert(sizeof(function) >= sizeof(std::size_t));
+    std::size_t offset = 0;
+    __builtin_memcpy(&offset, &function, sizeof(offset));
+    return (offset - 1) / sizeof(void*); // virtual ones hold 1 plus the offset
+}
+
+TEST(VnxMock, VirtualsStandInTheOrderOfTheTable)
+{
+    // Two entries of the destructor, then the report, then the functions.
+    EXPECT_EQ(slotOf(&VnxMock::Unimplemented), 2U);
+    std::size_t slot = 3;
+#define HOST_API(result, name, parameters, arguments)                                              \
+    EXPECT_EQ(slotOf(&VnxMock::name), slot++) << #name;
+#include "varnox/hostapi/HostApi.def"
+}
+
+}
+}
