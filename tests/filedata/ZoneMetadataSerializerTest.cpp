@@ -1,0 +1,145 @@
+#include "filedata/ZoneMetadataSerializer.h"
+
+#include "filedata/FileSetMetadata.h"
+#include "tests/support/RecordingSocket.h"
+#include "varnox/IOException.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace varnox::hdqlib {
+namespace {
+
+using hdqio::FileSetMetadata;
+using hdqio::ZoneMetadata;
+using socketutil::WriteCache;
+using tests::cached;
+using tests::hex;
+using tests::RecordingSocket;
+
+std::string bytesOf(ZoneMetadata& zone)
+{
+    return cached([&](WriteCache& cache) { ZoneMetadataSerializer(zone).addToCache(cache); });
+}
+
+std::unique_ptr<ZoneMetadata> rebuilt(std::string const& bytes)
+{
+    RecordingSocket socket(bytes);
+    std::unique_ptr<ZoneMetadata> zone(ZoneMetadataSerializer::deserialize(socket).metadata());
+    EXPECT_TRUE(socket.allWasRead());
+    return zone;
+}
+
+TEST(ZoneMetadataSerializer, BrickZoneIsItsGoldenBytes)
+{
+    FileSetMetadata set({std::string(VNX_SOURCE_DIR) + "/examples/data/tjunction_t00.hdqfs"});
+    std::string const bytes = bytesOf(set.zoneMetadata(0, 0));
+    std::string const start = hex("04 00 00 00"             // a brick zone
+                                  "01"                      // in subzones
+                                  "f0 15 00 00 00 00 00 00" // 5616 nodes
+                                  "23 0f 00 00 00 00 00 00" // 3875 cells
+                                  "06 00 00 00 00 00 00 00" // faces per cell
+                                  "01 00 00 00"             // one partition
+                                  "01 00 00 00 00 00 00 00" // its cells
+                                  "23 0f 00 00 00 00 00 00"
+                                  "01 00 00 00 00 00 00 00" // its nodes
+                                  "f0 15 00 00 00 00 00 00"
+                                  "01 00 00 00 00 00 00 00" // its cell subzones
+                                  "10 00 00 00"
+                                  "01 00 00 00 00 00 00 00" // its node subzones
+                                  "16 00 00 00"
+                                  "07 00 00 00"); // seven variables with ranges
+    EXPECT_EQ(bytes.substr(0, start.size()), start);
+    EXPECT_EQ(bytes.size(), start.size() + 7 * 16);
+}
+
+TEST(ZoneMetadataSerializer, OrderedZoneComesBackWithItsBoxesAndTrees)
+{
+    FileSetMetadata set({std::string(VNX_SOURCE_DIR) + "/examples/data/tankbox_partitions.hdqfs"});
+    ZoneMetadata& sent = set.zoneMetadata(0, 0);
+    auto const received = rebuilt(bytesOf(sent));
+    EXPECT_EQ(received->zoneType, ZoneType_Ordered);
+    EXPECT_EQ(received->numPartitions, 8U);
+    EXPECT_EQ(received->ijk.ij, 40 * 33);
+    EXPECT_EQ(received->ptnRTree->size(), 8U);
+    for (std::size_t p = 0; p < 8; ++p) {
+        EXPECT_EQ(received->ptnMaxIJK[p].i, sent.ptnMaxIJK[p].i);
+        EXPECT_EQ(received->ptnMaxIJK[p].ij, received->ptnMaxIJK[p].i * received->ptnMaxIJK[p].j);
+        EXPECT_EQ(received->numCszsPerSecPtn[0][p], sent.numCszsPerSecPtn[0][p]);
+    }
+    ASSERT_EQ(received->varMinMaxTrees.size(), 9U);
+    EXPECT_EQ(received->varMinMaxTrees[6].levels[4][0].max,
+              sent.varMinMaxTrees[6].levels[4][0].max);
+    EXPECT_EQ(bytesOf(*received), bytesOf(sent));
+    EXPECT_EQ(received->zone, -1);
+}
+
+TEST(ZoneMetadataSerializer, OrderedZoneWithoutPartitionsHasEmptyVectorsAndNoBoxes)
+{
+    ZoneMetadata zone;
+    zone.ijk = {3, 4, 5, 12};
+    zone.setZoneType(ZoneType_Ordered);
+    EXPECT_EQ(bytesOf(zone).size(), 4U + 1 + 24 + 4 + 4 * 8 + 4);
+    EXPECT_EQ(rebuilt(bytesOf(zone))->numPartitions, 0U);
+}
+
+TEST(ZoneMetadataSerializer, MixedZoneWithoutSectionsHasNoPerSectionVectors)
+{
+    ZoneMetadata zone;
+    zone.ijk = {8, 1, 0, 8};
+    zone.setZoneType(ZoneType_FEMixed);
+    EXPECT_EQ(bytesOf(zone).size(), 4U + 1 + 24 + 4 + 4 + 2 * 8 + 4);
+    EXPECT_EQ(rebuilt(bytesOf(zone))->numSections, 0U);
+}
+
+TEST(ZoneMetadataSerializer, MixedZoneComesBackWithItsSections)
+{
+    ZoneMetadata zone;
+    zone.ijk = {8, 3, 0, 24};
+    zone.setZoneType(ZoneType_FEMixed);
+    long const cells[] = {1, 2};
+    unsigned char const shapes[] = {4, 3};
+    unsigned char const orders[] = {1, 2};
+    unsigned char const bases[] = {0, 0};
+    zone.setSectionMetrics(2, {nullptr, cells, 2, 2}, {nullptr, shapes, 2, 2},
+                           {nullptr, orders, 2, 2}, {nullptr, bases, 2, 2});
+    auto const received = rebuilt(bytesOf(zone));
+    ASSERT_EQ(received->numSections, 2U);
+    EXPECT_EQ(received->numCornersPerSection[0], 8U);
+    EXPECT_EQ(received->numNodesPerCellPerSection[1], 10U);
+}
+
+TEST(ZoneMetadataSerializer, WideKStaysWholeInOrderedZonesAlone)
+{
+    for (ZoneType_e const type : {ZoneType_Ordered, ZoneType_FEPolyhedron}) {
+        ZoneMetadata zone;
+        zone.ijk = {1, 1, (1L << 32) + 5, 1};
+        zone.setZoneType(type);
+        EXPECT_EQ(rebuilt(bytesOf(zone))->ijk.k, type == ZoneType_Ordered ? (1L << 32) + 5 : 5);
+    }
+}
+
+TEST(ZoneMetadataSerializer, PolyhedralZoneHasOneSectionWithoutTables)
+{
+    ZoneMetadata zone;
+    zone.ijk = {1, 1, 1, 1};
+    zone.setZoneType(ZoneType_FEPolyhedron);
+    auto const received = rebuilt(bytesOf(zone));
+    EXPECT_EQ(received->numSections, 1U);
+    EXPECT_TRUE(received->numElemsPerSection.isNull());
+    EXPECT_EQ(received->numCellsPerSecPtn.size(), 1U);
+}
+
+TEST(ZoneMetadataSerializer, CutRecordIsAnIOException)
+{
+    FileSetMetadata set({std::string(VNX_SOURCE_DIR) + "/examples/data/tankbox_partitions.hdqfs"});
+    std::string const whole = bytesOf(set.zoneMetadata(0, 0));
+    for (std::size_t length = 0; length < whole.size(); length += 3) {
+        RecordingSocket socket(whole.substr(0, length));
+        EXPECT_THROW(ZoneMetadataSerializer::deserialize(socket), IOException) << length;
+    }
+}
+
+}
+}
