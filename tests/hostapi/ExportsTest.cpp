@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdio>
+#include <iterator>
 #include <set>
 #include <string>
 
@@ -25,31 +26,26 @@ std::set<std::string> exportedSymbols(bool demangled)
     return symbols;
 }
 
+/// The names of the host API as the linker sees them.
+constexpr char const* HOST_API_SYMBOLS[] = {
+#define HOST_API(result, name, parameters, arguments) #name,
+#define HOST_API_CXX(result, name, parameters, arguments)                                          \
+    "_Z23" #name "PKcS0_P5Set_slllllllll15FieldDataType_e15ValueLocation_ec",
+#include "varnox/hostapi/HostApi.def"
+};
+
 TEST(Exports, EveryHostApiFunctionIsExportedUnderItsPlainName)
 {
     std::set<std::string> const symbols = exportedSymbols(false);
-    std::set<std::string> missing;
-    std::size_t count = 0;
-#define HOST_API(result, name, parameters, arguments)                                              \
-    count += symbols.count(#name);                                                                 \
-    if (symbols.count(#name) == 0)                                                                 \
-        missing.insert(#name);
-#define HOST_API_CXX(result, name, parameters, arguments)                                          \
-    EXPECT_EQ(                                                                                     \
-        symbols.count("_Z23" #name "PKcS0_P5Set_slllllllll15FieldDataType_e15ValueLocation_ec"),   \
-        1U);
-#include "varnox/hostapi/HostApi.def"
-    EXPECT_TRUE(missing.empty()) << *missing.begin();
-    EXPECT_EQ(count, 1432U);
+    for (char const* name : HOST_API_SYMBOLS)
+        EXPECT_EQ(symbols.count(name), 1U) << name;
+    EXPECT_EQ(std::size(HOST_API_SYMBOLS), 1433U);
 }
 
 TEST(Exports, NothingElseIsExportedButTheClassesForHostsAndAddons)
 {
-    std::set<std::string> hostApi;
-#define HOST_API(result, name, parameters, arguments) hostApi.insert(#name);
-#define HOST_API_CXX(result, name, parameters, arguments)                                          \
-    hostApi.insert("_Z23" #name "PKcS0_P5Set_slllllllll15FieldDataType_e15ValueLocation_ec");
-#include "varnox/hostapi/HostApi.def"
+    std::set<std::string> const hostApi(
+        std::begin(HOST_API_SYMBOLS), std::end(HOST_API_SYMBOLS));
     constexpr char const* CLASSES[] = {
         "varnox::VnxMock",
         "varnox::hdqremote::AddonProxy",

@@ -44,14 +44,26 @@ bool givesTheEmptyResult(Result (*function)(Parameters...))
     }
 }
 
+struct ExportedFunction
+{
+    char const* name;
+    bool (*givesTheEmptyResult)();
+};
+
+constexpr ExportedFunction EXPORTED_FUNCTIONS[] = {
+#define HOST_API(result, name, parameters, arguments)                                              \
+    {#name, [] { return givesTheEmptyResult(&::name); }},
+#include "varnox/hostapi/HostApi.def"
+};
+
 TEST(VnxMock, EveryExportedFunctionReportsItsExactNameAndGivesTheEmptyResult)
 {
     RecordingMock const mock;
     std::vector<std::string> expected;
-#define HOST_API(result, name, parameters, arguments)                                              \
-    EXPECT_TRUE(givesTheEmptyResult(&::name)) << #name;                                            \
-    expected.emplace_back(#name);
-#include "varnox/hostapi/HostApi.def"
+    for (ExportedFunction const& function : EXPORTED_FUNCTIONS) {
+        EXPECT_TRUE(function.givesTheEmptyResult()) << function.name;
+        expected.emplace_back(function.name);
+    }
     EXPECT_EQ(mock.names, expected);
     EXPECT_EQ(expected.size(), 1433U);
 }
@@ -116,14 +128,25 @@ std::size_t slotOf(Function function)
     return (offset - 1) / sizeof(void*); // virtual ones hold 1 plus the offset
 }
 
+struct Slot
+{
+    char const* name;
+    std::size_t (*slot)();
+};
+
+constexpr Slot SLOTS[] = {
+#define HOST_API(result, name, parameters, arguments)                                              \
+    {#name, [] { return slotOf(&VnxMock::name); }},
+#include "varnox/hostapi/HostApi.def"
+};
+
 TEST(VnxMock, VirtualsStandInTheOrderOfTheTable)
 {
     // Two entries of the destructor, then the report, then the functions.
     EXPECT_EQ(slotOf(&VnxMock::Unimplemented), 2U);
     std::size_t slot = 3;
-#define HOST_API(result, name, parameters, arguments)                                              \
-    EXPECT_EQ(slotOf(&VnxMock::name), slot++) << #name;
-#include "varnox/hostapi/HostApi.def"
+    for (Slot const& function : SLOTS)
+        EXPECT_EQ(function.slot(), slot++) << function.name;
 }
 
 }
