@@ -3,6 +3,7 @@
 #include "command/CommandCache.h"
 #include "command/FileListing.h"
 #include "command/LoaderCommands.h"
+#include "command/ScopedExitAction.h"
 #include "proxy/VnxUtilProxy.h"
 #include "query/CellConnectivityQueryServer.h"
 #include "query/LoaderServer.h"
@@ -170,11 +171,10 @@ private:
         socket.sendCache(reply);
     }
 
-    void handleLoadDataset()
+    /// Receives the paths, runs the loader and shows what went wrong in a dialog.
+    bool loadDataset(std::string& errorMessage)
     {
-        std::string errorMessage;
         std::vector<std::string> filePaths;
-        StringList_s* instructions = nullptr;
         bool loaded = false;
         bool pathsWereRead = false;
         try {
@@ -184,7 +184,8 @@ private:
         } catch (std::exception const& error) {
             errorMessage = error.what();
         }
-        instructions = VnxUtilStringListAlloc();
+        StringList_s* instructions = VnxUtilStringListAlloc();
+        ScopedExitAction const dealloc([&] { VnxUtilStringListDealloc(&instructions); });
         if (pathsWereRead && appendInstructions(instructions, filePaths)) {
             try {
                 registrationServer.setFilePaths(filePaths);
@@ -199,7 +200,13 @@ private:
         }
         if (!loaded && !errorMessage.empty())
             VnxUtilDialogErrMsg(errorMessage.c_str());
-        VnxUtilStringListDealloc(&instructions);
+        return loaded;
+    }
+
+    void handleLoadDataset()
+    {
+        std::string errorMessage;
+        bool const loaded = loadDataset(errorMessage);
         socket.sendString(COMMAND_FINISHED);
         socket.sendUInt32(loaded ? 1 : 0);
         if (!loaded)

@@ -3,7 +3,7 @@
 #include "varnox/Export.h"
 #include "varnox/hostapi/VnxUtil.h"
 
-#include <cstring>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -18,24 +18,27 @@ char loadFieldValues(FieldData_s* handle)
     return VnxUtilDataValueGetClientData(handle) == 77 ? 1 : 0;
 }
 
+struct Dealloc
+{
+    void operator()(StringList_s* list) const { VnxUtilStringListDealloc(&list); }
+    void operator()(_ArgList_s* list) const { VnxUtilArgListDealloc(&list); }
+};
+
 void buildDataSet()
 {
     VnxUtilDataLoadStart();
-    StringList_s* names = VnxUtilStringListAlloc();
-    VnxUtilStringListAppendString(names, "p");
-    VnxUtilDataSetCreate("title", names, 1);
-    VnxUtilStringListDealloc(&names);
+    std::unique_ptr<StringList_s, Dealloc> const names(VnxUtilStringListAlloc());
+    VnxUtilStringListAppendString(names.get(), "p");
+    VnxUtilDataSetCreate("title", names.get(), 1);
 
-    _ArgList_s* zone = VnxUtilArgListAlloc();
-    VnxUtilArgListAppendString(zone, "Name", "inlet");
-    VnxUtilDataSetAddZoneX(zone);
-    VnxUtilArgListDealloc(&zone);
+    std::unique_ptr<_ArgList_s, Dealloc> const zone(VnxUtilArgListAlloc());
+    VnxUtilArgListAppendString(zone.get(), "Name", "inlet");
+    VnxUtilDataSetAddZoneX(zone.get());
     VnxUtilDataValueCustomLOD(1, 1, loadFieldValues, nullptr, nullptr, nullptr, nullptr, 77);
 
-    _ArgList_s* empty = VnxUtilArgListAlloc();
+    std::unique_ptr<_ArgList_s, Dealloc> const empty(VnxUtilArgListAlloc());
     long ids[4] = {};
-    VnxUtilDataLoadFinishX(empty, ids);
-    VnxUtilArgListDealloc(&empty);
+    VnxUtilDataLoadFinishX(empty.get(), ids);
 }
 
 char load(StringList_s* instructions, unsigned long clientData)
