@@ -23,6 +23,16 @@ struct Set_s
 
 struct Mutex_s
 {
+    Mutex_s() = default;
+    Mutex_s(Mutex_s const&) = delete;
+    Mutex_s& operator=(Mutex_s const&) = delete;
+    /// A mutex that is still locked is freed all the same, where a debug build of Boost would stop.
+    ~Mutex_s()
+    {
+        mutex.try_lock();
+        mutex.unlock();
+    }
+
     boost::mutex mutex;
 };
 
