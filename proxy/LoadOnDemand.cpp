@@ -273,7 +273,7 @@ char VnxUtilProxy::VnxUtilDataFaceNbrAssignByRef(FaceNeighbor_s*, long first, in
     if (zones != nullptr)
         command.addInt64Vector(elements(zones, count));
     m_impl->socket.sendCache(command);
-    return static_cast<char>(m_impl->socket.receiveUInt32() != 0);
+    return static_cast<char>(m_impl->socket.receiveUInt32());
 }
 
 // In the handlers no reference into the zones is held while a callback runs: it may add zones.
