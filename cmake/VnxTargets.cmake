@@ -20,11 +20,12 @@ function(vnx_program)
 endfunction()
 
 # vnx_addon(NAME name SOURCES ... USES ...): a loader add-on, lib/<name>.so. Its host API symbols stay
-# undefined; the process that loads it provides them.
+# undefined; the process that loads it provides them. Of libraries that it takes in it shows nothing.
 function(vnx_addon)
     cmake_parse_arguments(ARG "" "NAME" "SOURCES;USES" ${ARGN})
     add_library(${ARG_NAME} MODULE ${ARG_SOURCES})
     set_target_properties(${ARG_NAME} PROPERTIES PREFIX "")
+    target_link_options(${ARG_NAME} PRIVATE "LINKER:--exclude-libs,ALL")
     target_include_directories(${ARG_NAME} PRIVATE "${PROJECT_SOURCE_DIR}")
     target_link_libraries(${ARG_NAME} PRIVATE varnox::headers ${ARG_USES} vnx_options)
 endfunction()

@@ -9,20 +9,19 @@
 
 #include <cstdint>
 #include <string>
+#include <tuple>
+#include <unordered_map>
+#include <map>
 #include <vector>
 
 namespace varnox::hdqfsloader {
 
-/// Range of the values of a subzone, a partition or a zone.
-struct Range
-{
-    double min;
-    double max;
-};
+/// The two kinds of items that values stand at.
+enum class Items { Cells, Nodes };
 
-/// One HDQFS file with its headers. Opening reads the data set header; zone and partition headers are
-/// read when they are first needed. Zone, partition and variable indices count from 0 in the file.
-/// Failures are std::runtime_error with a text for a person.
+/// One HDQFS file with its headers. Opening reads the data set header; the headers of zones and
+/// partitions are read when they are first needed. Zone, partition and variable indices count from 0
+/// in the file. Failures are std::runtime_error with a text for a person.
 class DataFile
 {
 public:
@@ -32,46 +31,59 @@ public:
 
     std::string const& path() const { return m_path; }
     std::string const& title() const { return m_title; }
-    hdqio::FileDescription const& description() const { return m_description; }
+    DataFileType_e type() const { return m_description.dataFileType(); }
     hdqio::ZoneVarMetadata const& headers() const { return m_headers; }
-    std::uint32_t numZones() const { return static_cast<std::uint32_t>(m_headers.numZones); }
+    std::uint32_t numZones() const { return m_numZones; }
     std::uint32_t numVars() const { return m_numVars; }
 
-    ValueType valueType(std::uint32_t zoneIndex, std::uint32_t varIndex) const;
-    bool isNodal(std::uint32_t zoneIndex, std::uint32_t varIndex) const;
-    bool isPassive(std::uint32_t zoneIndex, std::uint32_t varIndex) const;
+    bool isNodal(std::uint32_t zone, std::uint32_t var) const;
+    bool isPassive(std::uint32_t zone, std::uint32_t var) const;
     /// The zone whose values this one shares, or -1.
-    std::int32_t sharedFrom(std::uint32_t zoneIndex, std::uint32_t varIndex) const;
+    std::int32_t sharedFrom(std::uint32_t zone, std::uint32_t var) const;
+    ValueType valueType(std::uint32_t zone, std::uint32_t var) const;
 
     /// The zone with its own header read.
-    hdqio::ZoneMetadata const& zone(std::uint32_t zoneIndex);
+    hdqio::ZoneMetadata const& zone(std::uint32_t zone);
 
     /// How the nodes or the cells of a partition of an HDQ zone lie in subzones.
-    SubzoneLayout layout(std::uint32_t zoneIndex, std::uint32_t partition, bool nodes);
+    SubzoneLayout const& layout(std::uint32_t zone, std::uint32_t partition, Items items);
 
     /// The values of a variable in a partition of an HDQ zone.
-    ValueArray values(std::uint32_t zoneIndex, std::uint32_t varIndex, std::uint32_t partition);
+    ValueArray values(std::uint32_t zone, std::uint32_t var, std::uint32_t partition);
     /// The values of a variable in a plain zone, all of them.
-    ValueArray plainValues(std::uint32_t zoneIndex, std::uint32_t varIndex);
+    ValueArray plainValues(std::uint32_t zone, std::uint32_t var);
+    /// The nodes of the cells of a plain finite-element zone, section after section.
+    ValueArray nodeMap(std::uint32_t zone);
 
-    /// The ranges of a variable's subzones in a partition of an HDQ zone, section after section.
-    std::vector<Range> subzoneRanges(std::uint32_t zoneIndex, std::uint32_t varIndex,
-                                     std::uint32_t partition, bool nodes);
+    /// Ranges of a variable in an HDQ zone: one for each partition.
+    std::vector<hdqio::MinMax> partitionRanges(std::uint32_t zone, std::uint32_t var);
+    /// One for each subzone of a partition, section after section.
+    std::vector<hdqio::MinMax> subzoneRanges(std::uint32_t zone, std::uint32_t var,
+                                             std::uint32_t partition, Items items);
 
 private:
     void readHeaders();
-    void readZone(std::uint32_t zoneIndex);
-    void readPartition(std::uint32_t zoneIndex, std::uint32_t partition);
-    hdqio::PartitionMetadata const& partition(std::uint32_t zoneIndex, std::uint32_t partition);
+    void checkHeaders() const;
+    hdqio::PartitionMetadata const& partition(std::uint32_t zone, std::uint32_t partition);
+    /// The number of values that a variable has in a zone of this size.
+    std::uint64_t numPlainValues(std::uint32_t zone, std::uint32_t var) const;
+    std::string zoneName(std::uint32_t zone) const;
 
     std::string m_path;
     std::string m_title;
     hdqio::FileDescription m_description;
+    std::uint32_t m_numZones = 0;
     std::uint32_t m_numVars = 0;
     hdqio::ZoneVarMetadata m_headers;
     hdqio::LightweightVector<std::uint64_t> m_zoneHeaderFileLocs;
-    std::vector<hdqio::ZoneMetadata> m_zones;
-    std::vector<bool> m_zoneIsRead;
+    std::unordered_map<std::uint32_t, hdqio::ZoneMetadata> m_zones;
+    std::map<std::tuple<std::uint32_t, std::uint32_t, Items>, SubzoneLayout> m_layouts;
 };
+
+/// The product of three sizes; a negative one or an overflow is an error in the file named.
+std::uint64_t itemCount(std::int64_t a, std::int64_t b, std::int64_t c, std::string const& path);
+
+/// Cells along an axis of an ordered zone: one at least.
+std::int64_t numCellsAlong(std::int64_t nodes);
 
 }

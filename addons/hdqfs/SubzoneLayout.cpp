@@ -65,17 +65,22 @@ std::uint64_t SubzoneLayout::numSubzones() const
     return total;
 }
 
-std::uint64_t SubzoneLayout::numItems() const
+std::uint64_t SubzoneLayout::numItems(std::uint32_t section) const
 {
     if (m_isOrdered)
-        return m_axes[0].size * m_axes[1].size * m_axes[2].size;
+        return section != 0 ? 0 : m_axes[0].size * m_axes[1].size * m_axes[2].size;
+    return section < m_itemsPerSection.size() ? m_itemsPerSection[section] : 0;
+}
+
+std::uint64_t SubzoneLayout::numItems() const
+{
     std::uint64_t total = 0;
-    for (std::uint64_t const items : m_itemsPerSection)
-        total += items;
+    for (std::uint32_t section = 0; section < numSections(); ++section)
+        total += numItems(section);
     return total;
 }
 
-SubzoneLayout::Brick SubzoneLayout::brick(std::uint64_t subzone) const
+SubzoneLayout::Box SubzoneLayout::brick(std::uint64_t subzone) const
 {
     if (!m_isOrdered || subzone >= numSubzones(0))
         throwNoSuchSubzone(0, subzone);
@@ -83,7 +88,7 @@ SubzoneLayout::Brick SubzoneLayout::brick(std::uint64_t subzone) const
     std::uint64_t const numJ = m_axes[1].numBricks;
     std::array<std::uint64_t, 3> const place{subzone % numI, subzone / numI % numJ,
                                              subzone / (numI * numJ)};
-    Brick result{};
+    Box result{};
     for (std::size_t axis = 0; axis < 3; ++axis) {
         result.begin[axis] = brickBegin(m_axes[axis], place[axis]);
         result.end[axis] = brickBegin(m_axes[axis], place[axis] + 1);
@@ -98,7 +103,7 @@ SubzoneLayout::Run SubzoneLayout::run(std::uint32_t section, std::uint64_t subzo
     if (m_isOrdered) {
         // Ahead of a brick stand the whole layers below it, in its layer the whole rows before it,
         // in its row the bricks before it.
-        Brick const b = brick(subzone);
+        Box const b = brick(subzone);
         std::uint64_t const first =
             b.begin[2] * m_axes[1].size * m_axes[0].size +
             b.extent(2) * (b.begin[1] * m_axes[0].size + b.extent(1) * b.begin[0]);

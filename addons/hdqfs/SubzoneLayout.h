@@ -21,17 +21,14 @@ public:
         std::uint32_t size;
     };
 
-    /// A brick of an ordered partition: indices from begin up to but excluding end, along I, J, K,
-    /// counted in the partition. One that holds nothing has begin equal to end on some axis.
-    struct Brick
+    /// Indices from begin up to but excluding end, along I, J, K.
+    struct Box
     {
         std::array<std::uint64_t, 3> begin;
         std::array<std::uint64_t, 3> end;
 
-        std::uint64_t extent(int axis) const
-        {
-            return end[static_cast<std::size_t>(axis)] - begin[static_cast<std::size_t>(axis)];
-        }
+        std::uint64_t extent(std::size_t axis) const { return end[axis] - begin[axis]; }
+        std::uint64_t numItems() const { return extent(0) * extent(1) * extent(2); }
     };
 
     /// Along one axis of an ordered partition: index i lies in brick (i + shift) / limit.
@@ -52,12 +49,14 @@ public:
     std::uint64_t numSubzones(std::uint32_t section) const;
     std::uint64_t numSubzones() const;
     std::uint64_t numItems() const;
+    std::uint64_t numItems(std::uint32_t section) const;
 
     /// Throws std::out_of_range for a subzone that doesn't exist.
     Run run(std::uint32_t section, std::uint64_t subzone) const;
-    /// Of an ordered partition. Throws like run().
-    Brick brick(std::uint64_t subzone) const;
-    Axis const& axis(int axis) const { return m_axes[static_cast<std::size_t>(axis)]; }
+    /// The items of a subzone of an ordered partition, counted in the partition. One that holds
+    /// nothing has begin equal to end on some axis. Throws like run().
+    Box brick(std::uint64_t subzone) const;
+    Axis const& axis(std::size_t axis) const { return m_axes[axis]; }
 
 private:
     bool m_isOrdered = false;

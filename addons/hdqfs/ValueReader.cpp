@@ -35,6 +35,8 @@ std::uint64_t textWidth(ValueType type)
     case ValueType::Byte:
     case ValueType::Bit:
         return 5;
+    case ValueType::UInt32:
+        return 12;
     }
     throw std::logic_error("A value has no type.");
 }
@@ -60,13 +62,17 @@ void withType(ValueType type, F&& f)
     case ValueType::Bit:
         f(std::uint8_t{});
         return;
+    case ValueType::UInt32:
+        f(std::uint32_t{});
+        return;
     }
     throw std::logic_error("A value has no type.");
 }
 
 std::string nameOf(ValueArray const& array)
 {
-    return "the values of variable " + std::to_string(array.varIndex + 1) + " in " + *array.path;
+    return (array.isNodeMap ? "the node map of zone " : "the values of variable ") +
+           std::to_string(array.index + 1) + " in " + *array.path;
 }
 
 /// One field: blanks around a number, which must fill it. False if it holds something else.
@@ -101,7 +107,8 @@ void checkDescription(ValueArray const& array, char const* text)
     while (length < DESCRIPTION_SIZE && text[length] != ' ' && text[length] != '\r' &&
            text[length] != '\n')
         ++length;
-    std::string const expected = "valuesForVar" + std::to_string(array.varIndex + 1);
+    std::string const expected = (array.isNodeMap ? "nodeMapForZone" : "valuesForVar") +
+                                 std::to_string(array.index + 1);
     if (length != expected.size() || strncasecmp(text, expected.c_str(), length) != 0)
         throw std::runtime_error("Cannot read " + nameOf(array) + ": looking for '" + expected +
                                  "', found '" + std::string(text, length) + "' instead.");

@@ -1,0 +1,352 @@
+#include "addons/hdqfs/DataFile.h"
+
+#include "filedata/DataFileHeader.h"
+#include "filedata/DataSetHeader.h"
+#include "filedata/FileStreamReader.h"
+#include "filedata/Messages.h"
+#include "filedata/ValueInput.h"
+#include "filedata/ZoneHeader.h"
+#include "filedata/ZoneTypes.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <new>
+#include <stdexcept>
+#include <utility>
+
+namespace varnox::hdqfsloader {
+
+using hdqio::FileStreamReader;
+using hdqio::IJKSubzoneInfo;
+using hdqio::MinMax;
+using hdqio::PartitionMetadata;
+using hdqio::TagMap;
+using hdqio::ZoneMetadata;
+
+namespace {
+
+/// Runs a read of the file layer, and turns a false of it into an exception with its messages.
+void require(std::string const& what, std::function<bool()> const& read)
+{
+    hdqio::MessageCapture messages;
+    bool succeeded = false;
+    try {
+        succeeded = read();
+    } catch (std::bad_alloc const&) {
+        throw std::runtime_error(what + ": memory is short.");
+    }
+    if (!succeeded)
+        throw std::runtime_error(
+            what + (messages.text().empty() ? std::string(".") : ": " + messages.text()));
+}
+
+void open(FileStreamReader& reader, hdqio::FileDescription const& description)
+{
+    require("Cannot open " + reader.fileName(), [&] { return reader.open() != 0; });
+    reader.setIsAscii(description.isAscii() == 1);
+    reader.setDataFileType(description.dataFileType());
+}
+
+bool readMinMaxes(FileStreamReader& reader, ValueType type, std::uint64_t count,
+                  hdqio::LightweightVector<MinMax>& out, hdqio::IODescription const& description)
+{
+    switch (type) {
+    case ValueType::Float:
+        return hdqio::readMinMaxArray<float>(reader, 0, count, out, description);
+    case ValueType::Double:
+        return hdqio::readMinMaxArray<double>(reader, 0, count, out, description);
+    case ValueType::Int32:
+        return hdqio::readMinMaxArray<std::int32_t>(reader, 0, count, out, description);
+    case ValueType::Int16:
+        return hdqio::readMinMaxArray<std::int16_t>(reader, 0, count, out, description);
+    default:
+        return hdqio::readMinMaxArray<std::uint8_t>(reader, 0, count, out, description);
+    }
+}
+
+/// Reads count ranges at a place of the file and appends them.
+void appendRanges(FileStreamReader& reader, ValueType type, std::uint64_t count,
+                  hdqio::IODescription const& description, std::vector<MinMax>& out)
+{
+    hdqio::LightweightVector<MinMax> ranges;
+    require("Cannot read the ranges of a variable in " + reader.fileName(),
+            [&] { return readMinMaxes(reader, type, count, ranges, description); });
+    out.insert(out.end(), ranges.begin(), ranges.end());
+}
+
+SubzoneLayout bricksOf(IJKSubzoneInfo const& info)
+{
+    std::array<std::int64_t, 3> const sizes{info.dims.i, info.dims.j, info.dims.k};
+    std::array<std::int64_t, 3> const limits{info.maxSubzoneDims.i, info.maxSubzoneDims.j,
+                                             info.maxSubzoneDims.k};
+    std::array<SubzoneLayout::Axis, 3> axes{};
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        axes[axis] = {static_cast<std::uint64_t>(sizes[axis]),
+                      static_cast<std::uint16_t>(limits[axis]), info.subzoneOffset[axis],
+                      info.numSubzones[axis]};
+    return SubzoneLayout::ofBricks(axes);
+}
+
+SubzoneLayout layoutOf(ZoneMetadata const& zone, std::uint32_t partition, Items items)
+{
+    if (zone.isOrdered()) {
+        auto const& info = zone.ijkPtnInfo[partition];
+        return bricksOf(items == Items::Nodes ? info.nodes : info.cells);
+    }
+    std::vector<std::uint64_t> counts;
+    if (items == Items::Nodes)
+        counts.push_back(static_cast<std::uint64_t>(zone.numNodesPerPtn[partition]));
+    else
+        for (auto const& cells : zone.numCellsPerSecPtn)
+            counts.push_back(static_cast<std::uint64_t>(cells[partition]));
+    return SubzoneLayout::ofSections(std::move(counts));
+}
+
+}
+
+std::int64_t numCellsAlong(std::int64_t nodes)
+{
+    return std::max<std::int64_t>(nodes, 2) - 1;
+}
+
+std::uint64_t itemCount(std::int64_t a, std::int64_t b, std::int64_t c, std::string const& path)
+{
+    std::int64_t result = 0;
+    if (a < 0 || b < 0 || c < 0 || __builtin_mul_overflow(a, b, &result) ||
+        __builtin_mul_overflow(result, c, &result))
+        throw std::runtime_error("A zone of " + path + " has an impossible size of " +
+                                 std::to_string(a) + " x " + std::to_string(b) + " x " +
+                                 std::to_string(c) + ".");
+    return static_cast<std::uint64_t>(result);
+}
+
+DataFile::DataFile(std::string path) : m_path(std::move(path))
+{
+    readHeaders();
+    checkHeaders();
+}
+
+void DataFile::readHeaders()
+{
+    FileStreamReader reader(m_path);
+    open(reader, {});
+    require("Cannot read the headers of " + m_path, [&] {
+        std::uint64_t byteOrderIndicator = 0;
+        std::uint64_t fileLoc = 0;
+        TagMap tags;
+        int numVars = 0;
+        int numZones = 0;
+        if (!hdqio::readDataFileHeader(reader, m_description, byteOrderIndicator, fileLoc) ||
+            !reader.seekToFileLoc(fileLoc) ||
+            !hdqio::readDataSetHeaderTags(reader, m_description, tags) ||
+            !hdqio::applyDataSetHeaderScalarTagValues(tags, numVars, numZones) ||
+            !hdqio::readDataSetHeader(reader, m_description, tags, m_title, m_headers,
+                                      m_zoneHeaderFileLocs))
+            return false;
+        m_numVars = static_cast<std::uint32_t>(numVars);
+        m_numZones = static_cast<std::uint32_t>(numZones);
+        return true;
+    });
+}
+
+void DataFile::checkHeaders() const
+{
+    auto const isZone = [this](std::int32_t zone) {
+        return zone >= -1 && zone < static_cast<std::int64_t>(m_numZones);
+    };
+    for (std::uint32_t z = 0; z < m_numZones; ++z) {
+        if (!isZone(m_headers.shareConnectivity[z]) || !isZone(m_headers.parentZones[z]))
+            throw std::runtime_error(zoneName(z) + " refers to a zone that doesn't exist.");
+        for (std::uint32_t v = 0; v < m_numVars; ++v) {
+            if (!isZone(sharedFrom(z, v)))
+                throw std::runtime_error("Variable " + std::to_string(v + 1) + " of " + zoneName(z) +
+                                         " is shared from a zone that doesn't exist.");
+            if (!isPassive(z, v) && !isValueType(m_headers.fieldDataTypes[v][z]))
+                throw std::runtime_error("Variable " + std::to_string(v + 1) + " of " + zoneName(z) +
+                                         " has the unknown data type " +
+                                         std::to_string(m_headers.fieldDataTypes[v][z]) + ".");
+        }
+    }
+}
+
+std::string DataFile::zoneName(std::uint32_t zone) const
+{
+    return "zone " + std::to_string(zone + 1) + " of " + m_path;
+}
+
+bool DataFile::isNodal(std::uint32_t zone, std::uint32_t var) const
+{
+    return m_headers.valueLocations[var][zone] != 0;
+}
+
+bool DataFile::isPassive(std::uint32_t zone, std::uint32_t var) const
+{
+    return m_headers.passive[var][zone] != 0;
+}
+
+std::int32_t DataFile::sharedFrom(std::uint32_t zone, std::uint32_t var) const
+{
+    return m_headers.shareVar[var][zone];
+}
+
+ValueType DataFile::valueType(std::uint32_t zone, std::uint32_t var) const
+{
+    return static_cast<ValueType>(m_headers.fieldDataTypes[var][zone]);
+}
+
+ZoneMetadata const& DataFile::zone(std::uint32_t zone)
+{
+    auto const found = m_zones.find(zone);
+    if (found != m_zones.end())
+        return found->second;
+    ZoneMetadata result;
+    FileStreamReader reader(m_path);
+    open(reader, m_description);
+    auto const index = static_cast<int>(zone);
+    require("Cannot read the header of " + zoneName(zone), [&] {
+        hdqio::storeZoneMetadata(m_headers, index, 0, result);
+        return reader.seekToFileLoc(m_zoneHeaderFileLocs[zone]) &&
+               hdqio::readZoneHeaders(reader, m_description, 0, index, 0,
+                                      static_cast<int>(m_numVars), m_headers.zoneMinMaxes,
+                                      m_headers.fieldDataTypes, result);
+    });
+    for (std::size_t p = 0; !result.ptnFileNums.isNull() && p < result.numPartitions; ++p)
+        if (result.ptnFileNums[p] != 0)
+            throw std::runtime_error("Partitions of " + zoneName(zone) +
+                                     " lie in other files, which is not supported.");
+    return m_zones.emplace(zone, std::move(result)).first->second;
+}
+
+PartitionMetadata const& DataFile::partition(std::uint32_t zoneIndex, std::uint32_t partition)
+{
+    zone(zoneIndex);
+    ZoneMetadata& metadata = m_zones.at(zoneIndex);
+    if (partition >= metadata.ptnMetadata.size())
+        throw std::out_of_range("There is no partition " + std::to_string(partition) + " in " +
+                                zoneName(zoneIndex) + ".");
+    PartitionMetadata& result = metadata.ptnMetadata[partition];
+    if (!result.varFileLocs.isNull() || m_numVars == 0)
+        return result;
+    FileStreamReader reader(m_path);
+    open(reader, m_description);
+    require("Cannot read the header of partition " + std::to_string(partition + 1) + " of " +
+                zoneName(zoneIndex),
+            [&] {
+                PartitionMetadata header;
+                if (!reader.seekToFileLoc(metadata.ptnFileLocs[partition]) ||
+                    !hdqio::readPartitionHeader(reader, m_description, static_cast<int>(zoneIndex),
+                                                0, static_cast<int>(m_numVars), partition, metadata,
+                                                m_headers.fieldDataTypes, header))
+                    return false;
+                result = std::move(header);
+                return true;
+            });
+    return result;
+}
+
+SubzoneLayout const& DataFile::layout(std::uint32_t zoneIndex, std::uint32_t partition, Items items)
+{
+    auto const key = std::make_tuple(zoneIndex, partition, items);
+    auto const found = m_layouts.find(key);
+    if (found != m_layouts.end())
+        return found->second;
+    ZoneMetadata const& metadata = zone(zoneIndex);
+    if (!metadata.isHdqZone || partition >= metadata.numPartitions)
+        throw std::out_of_range("There is no partition " + std::to_string(partition) + " in " +
+                                zoneName(zoneIndex) + ".");
+    return m_layouts.emplace(key, layoutOf(metadata, partition, items)).first->second;
+}
+
+ValueArray DataFile::values(std::uint32_t zoneIndex, std::uint32_t var, std::uint32_t partitionIndex)
+{
+    PartitionMetadata const& header = partition(zoneIndex, partitionIndex);
+    Items const items = isNodal(zoneIndex, var) ? Items::Nodes : Items::Cells;
+    return {&m_path,
+            header.varDataFileLocs[var],
+            layout(zoneIndex, partitionIndex, items).numItems(),
+            var,
+            valueType(zoneIndex, var),
+            m_description.isAscii() != 0};
+}
+
+std::uint64_t DataFile::numPlainValues(std::uint32_t zone, std::uint32_t var) const
+{
+    auto const i = static_cast<std::int64_t>(m_headers.iMaxOrNumNodes[zone]);
+    auto const j = static_cast<std::int64_t>(m_headers.jMaxOrNumCells[zone]);
+    auto const k = static_cast<std::int64_t>(m_headers.kMaxOrNumFaces[zone]);
+    bool const isOrdered =
+        hdqio::zoneTypeFromFileChar(m_headers.zoneTypes[zone]) == ZoneType_Ordered;
+    if (isOrdered && isNodal(zone, var))
+        return itemCount(i, j, k, m_path);
+    if (isOrdered)
+        return itemCount(numCellsAlong(i), numCellsAlong(j), numCellsAlong(k), m_path);
+    return itemCount(isNodal(zone, var) ? i : j, 1, 1, m_path);
+}
+
+ValueArray DataFile::plainValues(std::uint32_t zoneIndex, std::uint32_t var)
+{
+    return {&m_path,
+            zone(zoneIndex).classicVarFileLocs[var],
+            numPlainValues(zoneIndex, var),
+            var,
+            valueType(zoneIndex, var),
+            m_description.isAscii() != 0};
+}
+
+ValueArray DataFile::nodeMap(std::uint32_t zoneIndex)
+{
+    ZoneMetadata const& metadata = zone(zoneIndex);
+    if (metadata.nodeMapFileLoc < 0)
+        throw std::runtime_error("There is no node map in " + zoneName(zoneIndex) + ".");
+    std::uint64_t numNodes = 0;
+    for (std::uint32_t s = 0; s < metadata.numSections; ++s)
+        if (__builtin_add_overflow(numNodes,
+                                   itemCount(metadata.numElemsPerSection[s],
+                                             metadata.numNodesPerCellPerSection[s], 1, m_path),
+                                   &numNodes))
+            throw std::runtime_error("The node map of " + zoneName(zoneIndex) +
+                                     " has an impossible size.");
+    return {&m_path,   static_cast<std::uint64_t>(metadata.nodeMapFileLoc),
+            numNodes,  zoneIndex,
+            ValueType::UInt32, m_description.isAscii() != 0,
+            true};
+}
+
+std::vector<MinMax> DataFile::partitionRanges(std::uint32_t zoneIndex, std::uint32_t var)
+{
+    ZoneMetadata const& metadata = zone(zoneIndex);
+    if (metadata.numPartitions < 2)
+        return {m_headers.zoneMinMaxes[var][zoneIndex]};
+    std::vector<MinMax> result;
+    FileStreamReader reader(m_path);
+    open(reader, m_description);
+    require("Cannot find the partition ranges of " + zoneName(zoneIndex),
+            [&] { return reader.seekToFileLoc(metadata.varPtnMinMaxFileLocs[var]); });
+    appendRanges(reader, valueType(zoneIndex, var), metadata.numPartitions,
+                 {"partitionMinMaxes", static_cast<std::int32_t>(var)}, result);
+    return result;
+}
+
+std::vector<MinMax> DataFile::subzoneRanges(std::uint32_t zoneIndex, std::uint32_t var,
+                                            std::uint32_t partitionIndex, Items items)
+{
+    PartitionMetadata const& header = partition(zoneIndex, partitionIndex);
+    SubzoneLayout const& subzones = layout(zoneIndex, partitionIndex, items);
+    bool const isNodes = items == Items::Nodes;
+    std::uint64_t const fileLoc =
+        isNodes ? header.varFileLocs[var] : header.varCszMinMaxFileLocs[var];
+    std::vector<MinMax> result;
+    FileStreamReader reader(m_path);
+    open(reader, m_description);
+    require("Cannot find the subzone ranges of " + zoneName(zoneIndex),
+            [&] { return reader.seekToFileLoc(fileLoc); });
+    for (std::uint32_t s = 0; s < subzones.numSections(); ++s)
+        if (subzones.numSubzones(s) != 0)
+            appendRanges(reader, valueType(zoneIndex, var), subzones.numSubzones(s),
+                         {isNodes ? "nszMinMaxes" : "cszMinMaxes", static_cast<std::int32_t>(var)},
+                         result);
+    return result;
+}
+
+}
