@@ -1,0 +1,248 @@
+#include "addons/hdqfs/QueryObjects.h"
+
+#include "addons/hdqfs/Loading.h"
+#include "tests/hdqfs/RecordingEngine.h"
+#include "tests/hdqfs/Samples.h"
+#include "varnox/hdq/CellConnectivityQueryInterface.h"
+#include "varnox/hdq/NodeConnectivityQueryInterface.h"
+#include "varnox/hdq/VarSubzoneQueryInterface.h"
+#include "varnox/hdq/VarValueQueryInterface.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <map>
+
+namespace varnox::hdqfsloader {
+namespace {
+
+using tests::RecordingEngine;
+using tests::sample;
+using tests::samples;
+using SubzoneAddress = ItemAddress<long>::SubzoneAddress;
+
+/// Keeps what is handed in.
+class Registration final : public hdq::DataSetRegistrationInterface
+{
+public:
+    struct Zone
+    {
+        hdq::CellConnectivityQueryInterface* cells = nullptr;
+        hdq::NodeConnectivityQueryInterface* nodes = nullptr;
+        hdq::OrderedSubzoneQueryInterface* ordered = nullptr;
+    };
+    struct Variable
+    {
+        hdq::VarValueQueryInterface* cellCentered = nullptr;
+        hdq::VarValueQueryInterface* nodal = nullptr;
+        hdq::VarSubzoneQueryInterface* subzones = nullptr;
+    };
+
+    void registerZoneConnectivityQueryServices(hdq::CellConnectivityQueryInterface* cell,
+                                               hdq::NodeConnectivityQueryInterface* node,
+                                               int zone) override
+    {
+        zones[zone] = {cell, node, nullptr};
+    }
+    void registerZoneConnectivityQueryServices(hdq::CellConnectivityQueryInterface* cell,
+                                               hdq::NodeConnectivityQueryInterface* node,
+                                               hdq::OrderedSubzoneQueryInterface* ordered,
+                                               int zone) override
+    {
+        zones[zone] = {cell, node, ordered};
+    }
+    void registerZoneVarIDQueryServices(hdq::ZoneVarIDQueryInterface*, int) override
+    {
+        ADD_FAILURE() << "no search is served yet";
+    }
+    void registerVarQueryServices(hdq::VarValueQueryInterface* cellCentered,
+                                  hdq::VarValueQueryInterface* nodal,
+                                  hdq::VarSubzoneQueryInterface* subzones, int zone,
+                                  int var) override
+    {
+        EXPECT_EQ(zones.count(zone), 1U) << "connectivity comes first";
+        variables[{zone, var}] = {cellCentered, nodal, subzones};
+    }
+
+    std::map<int, Zone> zones;
+    std::map<std::pair<int, int>, Variable> variables;
+};
+
+struct Objects
+{
+    explicit Objects(std::vector<std::string> const& paths) : dataSet(paths), queries(dataSet)
+    {
+        queries.registerAll(registration);
+    }
+
+    DataSet dataSet;
+    QueryObjects queries;
+    Registration registration;
+};
+
+std::vector<double> valuesOf(hdq::VarValueQueryInterface& object, SubzoneAddress const& subzone,
+                             std::uint16_t size)
+{
+    std::vector<ItemAddress<long>> items;
+    for (std::uint16_t i = 0; i < size; ++i)
+        items.emplace_back(subzone, static_cast<std::uint8_t>(i));
+    RawArray<ItemAddress<long>> const itemArray{nullptr, items.data(), size, size};
+    double buffer[256];
+    RawArray<double> values{nullptr, buffer, 256, 0};
+    object.fieldValues(itemArray, values);
+    EXPECT_EQ(values.size, size);
+    return {buffer, buffer + size};
+}
+
+std::vector<double> arrayOf(std::function<void(RawArray<double>&)> const& fill)
+{
+    double* owner = nullptr;
+    RawArray<double> array{&owner, nullptr, 0, 0};
+    fill(array);
+    std::vector<double> result(array.data, array.data + array.size);
+    delete[] owner;
+    return result;
+}
+
+std::vector<double> wholeVariable(DataSet& dataSet, std::uint32_t zone, std::uint32_t var)
+{
+    RecordingEngine engine;
+    sendValues(dataSet, zone, var, nullptr);
+    auto const values = engine.values<float>();
+    return {values.begin(), values.end()};
+}
+
+TEST(QueryObjects, SubzonesOfAFiniteElementZoneAreRunsOfItsValues)
+{
+    Objects objects(samples({"tjunction_grid", "tjunction_t05"}));
+    auto const& zone = objects.registration.zones.at(0);
+    EXPECT_EQ(zone.ordered, nullptr);
+    EXPECT_EQ(zone.nodes->numSubzones(), (5616 + 255) / 256);
+    EXPECT_EQ(zone.cells->numSubzones(), (3875 + 255) / 256);
+    std::vector<double> all;
+    for (std::uint32_t s = 0; s < 22; ++s) {
+        SubzoneAddress const subzone(0, 0, s);
+        auto const part = valuesOf(*objects.registration.variables.at({0, 6}).nodal, subzone,
+                                   zone.nodes->size(subzone));
+        all.insert(all.end(), part.begin(), part.end());
+    }
+    EXPECT_EQ(all, wholeVariable(objects.dataSet, 0, 6));
+}
+
+TEST(QueryObjects, SubzonesOfOrderedPartitionsHoldEveryNodeOnce)
+{
+    Objects objects({sample("tankbox_partitions")});
+    auto const& zone = objects.registration.zones.at(0);
+    EXPECT_NE(zone.ordered, nullptr);
+    auto const& names = objects.dataSet.varNames();
+    auto const var = static_cast<int>(std::find(names.begin(), names.end(), "Z") - names.begin());
+    auto const& variable = objects.registration.variables.at({0, var});
+    DataFile& file = *objects.dataSet.grid(0).file;
+    std::vector<double> all;
+    long numSubzones = 0;
+    for (std::uint32_t partition = 0; partition < 8; ++partition) {
+        auto const ranges = arrayOf(
+            [&](RawArray<double>& out) { variable.subzones->nodeSubzoneMinMaxes(partition, out); });
+        auto const count = static_cast<std::uint32_t>(
+            file.layout(0, partition, Items::Nodes).numSubzones());
+        ASSERT_EQ(ranges.size(), 2 * count);
+        numSubzones += count;
+        for (std::uint32_t s = 0; s < count; ++s) {
+            SubzoneAddress const subzone(partition, 0, s);
+            auto const part = valuesOf(*variable.nodal, subzone, zone.nodes->size(subzone));
+            for (double const value : part) {
+                EXPECT_GE(value, ranges[2 * s]);
+                EXPECT_LE(value, ranges[2 * s + 1]);
+            }
+            all.insert(all.end(), part.begin(), part.end());
+        }
+    }
+    EXPECT_EQ(zone.nodes->numSubzones(), numSubzones);
+    std::vector<double> expected = wholeVariable(objects.dataSet, 0, static_cast<std::uint32_t>(var));
+    std::sort(all.begin(), all.end());
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(all, expected);
+}
+
+TEST(QueryObjects, PartitionRangesJoinToTheZonesRange)
+{
+    Objects objects({sample("tankbox_partitions")});
+    for (auto const& [key, variable] : objects.registration.variables) {
+        auto const ranges =
+            arrayOf([&](RawArray<double>& out) { variable.subzones->partitionMinMaxes(out); });
+        ASSERT_EQ(ranges.size(), 16U);
+        double low = ranges[0];
+        double high = ranges[1];
+        for (std::size_t n = 0; n < ranges.size(); n += 2) {
+            low = std::min(low, ranges[n]);
+            high = std::max(high, ranges[n + 1]);
+        }
+        double min = 0;
+        double max = 0;
+        variable.nodal->minMax(min, max);
+        EXPECT_EQ(low, min) << key.second;
+        EXPECT_EQ(high, max) << key.second;
+    }
+}
+
+TEST(QueryObjects, RangesOfAWholeZoneAreOnePair)
+{
+    Objects objects({sample("tjunction_grid")});
+    auto const& variable = objects.registration.variables.at({0, 0});
+    auto const ranges =
+        arrayOf([&](RawArray<double>& out) { variable.subzones->partitionMinMaxes(out); });
+    double min = 0;
+    double max = 0;
+    variable.cellCentered->minMax(min, max);
+    EXPECT_EQ(ranges, (std::vector<double>{min, max}));
+}
+
+TEST(QueryObjects, SharedVariablesHaveNoObjectsOfTheirOwn)
+{
+    Objects objects(samples({"tjunction_grid", "tjunction_t00", "tjunction_t05"}));
+    EXPECT_EQ(objects.registration.zones.size(), 2U);
+    EXPECT_EQ(objects.registration.variables.count({0, 0}), 1U);
+    EXPECT_EQ(objects.registration.variables.count({1, 0}), 0U);
+    EXPECT_EQ(objects.registration.variables.count({1, 6}), 1U);
+}
+
+TEST(QueryObjects, FormThatTheFileLacksSaysSo)
+{
+    Objects objects(samples({"tjunction_grid", "tjunction_t00"}));
+    auto const& nodal = objects.registration.variables.at({0, 6});
+    EXPECT_THROW(valuesOf(*nodal.cellCentered, SubzoneAddress(0, 0, 0), 1), std::runtime_error);
+    RawArray<SubzoneAddress> none{nullptr, nullptr, 0, 0};
+    EXPECT_THROW(nodal.cellCentered->checkout(none), std::runtime_error);
+    EXPECT_NO_THROW(nodal.nodal->checkout(none));
+}
+
+TEST(QueryObjects, AddressesOutsideTheZoneAreErrors)
+{
+    Objects objects({sample("tjunction_grid")});
+    auto const& zone = objects.registration.zones.at(0);
+    auto const& variable = objects.registration.variables.at({0, 0});
+    for (SubzoneAddress const subzone :
+         {SubzoneAddress(0, 0, 22), SubzoneAddress(1, 0, 0), SubzoneAddress(0, 1, 0)}) {
+        EXPECT_THROW(zone.nodes->size(subzone), std::out_of_range);
+        EXPECT_THROW(valuesOf(*variable.nodal, subzone, 1), std::out_of_range);
+    }
+    // The last subzone is short.
+    EXPECT_THROW(valuesOf(*variable.nodal, SubzoneAddress(0, 0, 21), 256), std::out_of_range);
+}
+
+TEST(QueryObjects, ConnectivityIsRefusedInWords)
+{
+    Objects objects({sample("tjunction_grid")});
+    try {
+        objects.registration.zones.at(0).cells->nodeCount(
+            ItemAddress<long>(SubzoneAddress(0, 0, 0), 0));
+        FAIL();
+    } catch (std::runtime_error const& error) {
+        EXPECT_STREQ(error.what(), "The HDQFS loader doesn't serve the cells of HDQ zones yet: it "
+                                   "serves values, ranges and sizes of subzones.");
+    }
+}
+
+}
+}
