@@ -61,11 +61,11 @@ IJK receiveCorner(SocketInterface& socket)
     return corner;
 }
 
-/// A received vector must have the length that the record says.
+/// A received vector must have what the record says; of a longer one the rest is ignored.
 template <typename Vector>
 Vector checked(Vector received, std::uint32_t count)
 {
-    if (received.size() != count)
+    if (received.size() < count)
         throw IOException("Received zone metadata with a vector of " +
                           std::to_string(received.size()) + " elements where " +
                           std::to_string(count) + " belong.");
@@ -73,10 +73,10 @@ Vector checked(Vector received, std::uint32_t count)
 }
 
 template <typename T, typename Vector>
-void store(PlainDataVector<T>& target, Vector const& received)
+void store(PlainDataVector<T>& target, Vector const& received, std::uint32_t count)
 {
-    require(target.alloc(received.size()));
-    std::copy(received.begin(), received.end(), target.data());
+    require(target.alloc(count));
+    std::copy_n(received.begin(), count, target.data());
 }
 
 void receiveSections(SocketInterface& socket, ZoneMetadata& zone)
@@ -101,8 +101,9 @@ void receivePartitions(SocketInterface& socket, ZoneMetadata& zone)
     std::uint32_t const numSections = zone.numSections;
     require(zone.numCellsPerSecPtn.alloc(numSections) && zone.numCszsPerSecPtn.alloc(numSections));
     for (std::uint32_t s = 0; s < numSections; ++s)
-        store(zone.numCellsPerSecPtn[s], checked(socket.receiveInt64Vector(), numPartitions));
-    store(zone.numNodesPerPtn, checked(socket.receiveInt64Vector(), numPartitions));
+        store(zone.numCellsPerSecPtn[s], checked(socket.receiveInt64Vector(), numPartitions),
+              numPartitions);
+    store(zone.numNodesPerPtn, checked(socket.receiveInt64Vector(), numPartitions), numPartitions);
     if (zone.isOrdered()) {
         require(zone.ptnMinIJK.alloc(numPartitions) && zone.ptnMaxIJK.alloc(numPartitions));
         for (std::uint32_t p = 0; p < numPartitions; ++p) {
@@ -112,8 +113,9 @@ void receivePartitions(SocketInterface& socket, ZoneMetadata& zone)
         }
     }
     for (std::uint32_t s = 0; s < numSections; ++s)
-        store(zone.numCszsPerSecPtn[s], checked(socket.receiveUInt32Vector(), numPartitions));
-    store(zone.numNszsPerPtn, checked(socket.receiveUInt32Vector(), numPartitions));
+        store(zone.numCszsPerSecPtn[s], checked(socket.receiveUInt32Vector(), numPartitions),
+              numPartitions);
+    store(zone.numNszsPerPtn, checked(socket.receiveUInt32Vector(), numPartitions), numPartitions);
 }
 
 void receiveTrees(SocketInterface& socket, ZoneMetadata& zone)
