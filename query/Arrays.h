@@ -7,7 +7,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
+#include <type_traits>
 #include <vector>
 
 namespace varnox {
@@ -49,10 +51,10 @@ namespace hdqlib {
 template <typename T>
 void send64BitTypeRawArray(socketutil::SocketInterface& socket, RawArray<T> const& array)
 {
-    static_assert(sizeof(T) == sizeof(std::uint64_t));
+    static_assert(sizeof(T) == sizeof(std::uint64_t) && std::is_trivially_copyable_v<T>);
     std::vector<unsigned long> words(static_cast<std::size_t>(array.size));
-    for (std::size_t i = 0; i < words.size(); ++i)
-        words[i] = array.data[i].word();
+    if (!words.empty())
+        std::memcpy(words.data(), array.data, words.size() * sizeof(T));
     withIOException([&] { socket.sendUInt64Vector(words); });
 }
 

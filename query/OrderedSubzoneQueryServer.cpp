@@ -57,7 +57,10 @@ void OrderedSubzoneQueryServer::findIJKLineCellSubzones()
     int const line = m_socket.receiveInt32();
     long const first = m_socket.receiveInt();
     long const second = m_socket.receiveInt();
-    OwnedArray<SubzoneAddress> result;
+    // Deliberate: this search alone hands out a block, of no capacity; the first growth replaces
+    // it. Test: OrderedSubzoneQueryServer.LineThroughCellsStartsWithABlockOfNoCapacity
+    OwnedArray<SubzoneAddress> result(1);
+    result.view().capacity = 0;
     m_queryInterface.findIJKLineCellSubzones(line, first, second, result.view());
     hdqlib::send64BitTypeRawArray(m_socket, result.view());
 }

@@ -57,8 +57,10 @@ public:
 
     void find(Search const& search)
     {
-        std::vector<double> values = socket.receiveDoubleVector();
-        std::vector<unsigned long> const received = socket.receiveUInt64Vector();
+        std::vector<double> values =
+            withIOException([this] { return socket.receiveDoubleVector(); });
+        std::vector<unsigned long> const received =
+            withIOException([this] { return socket.receiveUInt64Vector(); });
         std::vector<long> vars(received.begin(), received.end());
         OwnedArray<SubzoneAddress> result;
         search(viewOf(values), viewOf(vars), result.view());
