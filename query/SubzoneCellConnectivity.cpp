@@ -5,7 +5,6 @@
 #include "varnox/socketutil/WriteCache.h"
 
 #include <algorithm>
-#include <string>
 
 namespace varnox::hdqlib {
 
@@ -56,15 +55,6 @@ SubzoneCellConnectivity::SubzoneCellConnectivity(socketutil::SocketInterface& so
         m_nodeSubzoneIndices = socket.receiveUInt16Vector();
         m_nodeItemOffsets = socket.receiveUInt8Vector();
     });
-    std::size_t const numNodes = m_size * m_nodeCount;
-    bool const fits = m_nodeSubzoneIndices.size() == numNodes &&
-                      m_nodeItemOffsets.size() == numNodes && m_cornerNodeCount <= m_nodeCount &&
-                      std::all_of(m_nodeSubzoneIndices.begin(), m_nodeSubzoneIndices.end(),
-                                  [&](auto index) { return index < m_referencedSubzones.size(); });
-    if (!fits)
-        throw IOException("Received the connectivity of a cell subzone whose references don't fit "
-                          "its " +
-                          std::to_string(m_size) + " cells.");
 }
 
 void SubzoneCellConnectivity::addToCache(socketutil::WriteCache& cache) const
@@ -97,8 +87,15 @@ SubzoneCellConnectivity::Address SubzoneCellConnectivity::nodeAddress(unsigned s
 {
     std::size_t const i = item * m_nodeCount + static_cast<std::size_t>(index);
     Address result(0);
-    result.assign(m_referencedSubzones[m_nodeSubzoneIndices[i]], m_nodeItemOffsets[i]);
+    result.assign(referencedSubzone(i), m_nodeItemOffsets.at(i));
     return result;
+}
+
+/// The subzone of the i-th node of all cells.
+SubzoneCellConnectivity::SubzoneAddress const&
+SubzoneCellConnectivity::referencedSubzone(std::size_t i) const
+{
+    return m_referencedSubzones.at(m_nodeSubzoneIndices.at(i));
 }
 
 SubzoneCellConnectivity::Address SubzoneCellConnectivity::cornerNodeAddress(unsigned short item,
@@ -110,9 +107,16 @@ SubzoneCellConnectivity::Address SubzoneCellConnectivity::cornerNodeAddress(unsi
 void SubzoneCellConnectivity::rebuild(unsigned short item, unsigned long count,
                                       RawArray<Address>& result) const
 {
+    std::uint64_t const inUse = result.size;
     resize(result, count);
+    if (inUse < count)
+        std::fill(result.data + inUse, result.data + count, Address(0));
+    // Deliberate: an address that was in use keeps its form flag.
+    // Test: SubzoneCellConnectivity.RebuildingKeepsTheFormFlagOfTheTarget
+    std::size_t const first = item * m_nodeCount;
     for (unsigned long index = 0; index < count; ++index)
-        result.data[index] = nodeAddress(item, static_cast<int>(index));
+        result.data[index].assign(referencedSubzone(first + index),
+                                  m_nodeItemOffsets.at(first + index));
 }
 
 void SubzoneCellConnectivity::cornerNodeAddresses(unsigned short item,

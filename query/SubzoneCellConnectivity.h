@@ -16,7 +16,8 @@ namespace varnox::hdqlib {
 
 /// The cells of one cell subzone, in the compressed form of the wire: every node subzone that they
 /// touch once, and for each node of a cell its subzone's place in that list and its item offset.
-/// Indices count from 0 and aren't checked.
+/// Indices count from 0 and aren't checked against the counts: one behind a cell's nodes leads into
+/// the next cell. Where nothing was received for it, asking is a std::out_of_range.
 class SubzoneCellConnectivity
 {
 public:
@@ -27,7 +28,7 @@ public:
     SubzoneCellConnectivity(unsigned short size, unsigned long cornerNodeCount,
                             unsigned long nodeCount, unsigned long faceCount,
                             std::vector<Address> const& nodes);
-    /// Reads the wire form. Throws IOException, also for references that don't fit together.
+    /// Reads the wire form, whatever its vectors hold. Throws IOException.
     explicit SubzoneCellConnectivity(socketutil::SocketInterface& socket);
 
     void addToCache(socketutil::WriteCache& cache) const;
@@ -48,6 +49,7 @@ public:
     std::uint32_t checkin() { return --m_checkoutCount; }
 
 private:
+    SubzoneAddress const& referencedSubzone(std::size_t i) const;
     void rebuild(unsigned short item, unsigned long count, RawArray<Address>& result) const;
 
     std::uint32_t m_checkoutCount = 0;
