@@ -116,7 +116,7 @@ public:
         return set;
     }
 
-    /// Returns the number of variables of the set.
+    /// Returns the number of variables of the set's zones: 0 if it has none.
     std::int32_t addFileSet(std::vector<std::string> const& paths)
     {
         auto set = std::make_unique<FileSetMetadata>(paths);
@@ -140,7 +140,7 @@ public:
         }
         fileSets.push_back(std::move(set));
         fileSetFirstZones.push_back(static_cast<std::int32_t>(totalZones));
-        return numVars;
+        return totalZones > first ? numVars : 0;
     }
 
     void ensureCapacityForZoneService(int zone)
