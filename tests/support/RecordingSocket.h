@@ -34,6 +34,8 @@ public:
     std::size_t numSendCaches() const { return m_numSendCaches; }
     std::size_t numOperations() const { return m_numOperations; }
     bool allWasRead() const { return m_position == m_script.size(); }
+    /// What of the script wasn't read.
+    std::string unread() const { return m_script.substr(m_position); }
     void appendScript(std::string const& bytes) { m_script += bytes; }
     /// Forgets what was sent so far.
     std::string takeSent() { return std::exchange(m_sent, {}); }
