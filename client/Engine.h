@@ -1,0 +1,178 @@
+#pragma once
+
+#include "client/ArgList.h"
+#include "client/DataSet.h"
+#include "client/DataSetBuilder.h"
+#include "client/EngineSocket.h"
+#include "client/Values.h"
+#include "varnox/ItemAddress.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace varnox::hdqio {
+struct ZoneMetadata;
+}
+
+namespace varnox::client {
+
+using SubzoneAddress = ItemAddress<long>::SubzoneAddress;
+
+/// The loader of the server: what it is called, and the extensions of its files.
+struct FileTypes
+{
+    std::string loaderName;
+    std::string extensions;
+};
+
+struct FileEntry
+{
+    std::string name;
+    std::string type; ///< "regular", "directory", "file link" or "directory link"
+    std::uint64_t size = 0;
+    std::uint64_t lastWriteTime = 0; ///< Seconds since the epoch.
+    std::uint16_t permissions = 0;
+};
+
+struct Listing
+{
+    std::string directory; ///< In the server's canonical form.
+    std::vector<FileEntry> entries;
+};
+
+/// One partition of a zone with queries, by section where there are cells.
+struct PartitionShape
+{
+    std::int64_t numNodes = 0;
+    std::vector<std::int64_t> numCells;
+    std::uint32_t numNodeSubzones = 0;
+    std::vector<std::uint32_t> numCellSubzones;
+};
+
+struct ZoneShape
+{
+    std::vector<PartitionShape> partitions;
+    std::uint64_t numNodeSubzones() const;
+    std::uint64_t numCellSubzones() const;
+};
+
+/// How far a long action has come; total is 0 where nobody knows.
+struct Progress
+{
+    char const* action = ""; ///< "Loading", "Reading"
+    std::uint64_t done = 0;
+    std::uint64_t total = 0;
+};
+
+/// Plays the engine over one connection to a data server: sends commands, serves those that come
+/// back, keeps the data set that the loader builds, and fetches values. Zones and variables are
+/// named by their numbers from 1 on. Every operation throws Error or one of its kinds; after
+/// ConnectionLost, ProtocolViolation and LoadFailed the engine is of no further use. Not for two
+/// threads at a time.
+class Engine
+{
+public:
+    using SubzoneSink = std::function<void(SubzoneAddress, Values const&)>;
+
+    static constexpr std::chrono::milliseconds GREETING_TIMEOUT{10'000};
+
+    /// Takes over a connected descriptor.
+    explicit Engine(int descriptor);
+    Engine(Engine const&) = delete;
+    Engine& operator=(Engine const&) = delete;
+    ~Engine();
+
+    /// For keys of a loader that this client doesn't know.
+    ArgKeys& argKeys() { return m_argKeys; }
+    /// Called often while something long goes on.
+    void setProgress(std::function<void(Progress const&)> report) { m_report = std::move(report); }
+    /// Gives the server's last words, for messages about a lost connection.
+    void setServerLog(std::function<std::string()> log) { m_serverLog = std::move(log); }
+
+    /// First of all, on every connection but an inherited one. Throws GreetingRefused.
+    void greet(std::string const& token, std::chrono::milliseconds timeout = GREETING_TIMEOUT);
+
+    FileTypes listFileTypes();
+    Listing listFiles(std::string const& directory);
+
+    /// Throws LoadFailed with what the loader had to say.
+    DataSet const& load(std::vector<std::string> const& paths);
+    DataSet const& dataSet() const { return m_builder.dataSet(); }
+    LoaderAnnouncement const* announcement() const;
+
+    /// The partitions and subzones of a zone with queries.
+    ZoneShape const& shape(int zone);
+    /// Whether a variable's values can be had by subzones, its own or those that it shares.
+    bool hasSubzoneValues(int zone, int var) const;
+    /// The values of some subzones, in the order asked for: node subzones of a nodal variable, cell
+    /// subzones of a cell-centred one.
+    void subzoneValues(int zone, int var, std::vector<SubzoneAddress> const& wanted,
+                       SubzoneSink const& sink);
+    /// All values, subzone after subzone, in the order of partition, section and number.
+    void allSubzoneValues(int zone, int var, SubzoneSink const& sink);
+    /// All values of a variable, loaded on demand, in the order of the zone's items.
+    Values values(int zone, int var);
+    /// Ranges of a variable's partitions, and of the node or cell subzones of one of them.
+    std::vector<Range> partitionRanges(int zone, int var);
+    std::vector<Range> subzoneRanges(int zone, int var, std::uint32_t partition);
+
+    /// Ends the session politely. Nothing else may follow.
+    void close();
+
+    std::uint64_t bytesReceived() const { return m_socket.bytesReceived(); }
+
+private:
+    struct Source
+    {
+        Zone const& zone;
+        int var;
+        ZoneVariable const& variable;
+    };
+
+    template <typename F>
+    decltype(auto) converse(std::string const& action, F&& f);
+    std::string receiveCommand();
+    void expectFinished();
+    bool serveUntilFinished(std::function<void()> const& afterEach);
+    void reportLoading();
+    void report(char const* action, std::uint64_t done, std::uint64_t total);
+    Zone const& zoneOf(int number) const;
+    Source sourceOf(int zone, int var) const;
+    ZoneShape receiveShape(Zone const& zone);
+    void requireSubzone(Zone const& zone, ValueLocation_e location, SubzoneAddress address);
+    Source querySourceOf(int zone, int var) const;
+    std::size_t subzonesPerAnswer(Source const& source) const;
+    void sendQuery(std::string const& service, Source const& source);
+    void sendValueQuery(Source const& source);
+    void setUpValueQuery(Source const& source);
+    void checkOut(Source const& source, std::vector<SubzoneAddress> const& batch,
+                  SubzoneSink const& sink);
+    std::vector<Range> receiveRanges(std::uint64_t count);
+    void loadFieldData(Source const& source, ValueTarget& target);
+    void unloadFieldData(Source const& source);
+    std::string messagesSince(std::size_t first) const;
+
+    EngineSocket m_socket;
+    ArgKeys m_argKeys;
+    DataSetBuilder m_builder;
+    std::function<void(Progress const&)> m_report;
+    std::function<std::string()> m_serverLog;
+    std::map<int, ZoneShape> m_shapes;
+    std::set<std::pair<int, int>> m_setUp; // zone and variable
+    bool m_isBroken = false;
+};
+
+/// Subzones of a list: "0", "3-7" and the like, separated by commas; "P/N" and "P/S/N" name
+/// partition and section, which are else 0. All of these count from 0. Throws
+/// std::invalid_argument.
+std::vector<SubzoneAddress> parseSubzones(std::string const& text);
+std::string textOf(SubzoneAddress address);
+
+}
