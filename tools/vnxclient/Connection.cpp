@@ -1,0 +1,169 @@
+#include "tools/vnxclient/Connection.h"
+
+#include "client/Errors.h"
+#include "socket/Address.h"
+#include "varnox/socketutil/SocketException.h"
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <stdexcept>
+
+#include <unistd.h>
+
+namespace varnox::tools {
+
+using client::Engine;
+using client::ServerProcess;
+using socketutil::Descriptor;
+
+namespace {
+
+constexpr char SSH_PREFIX[] = "ssh:";
+
+/// A server that has lost its session has this long to write why.
+constexpr std::chrono::milliseconds TIME_FOR_LAST_WORDS{500};
+/// A server that has been told to end has this long to do so.
+constexpr std::chrono::milliseconds TIME_TO_END{2000};
+
+// What the signal handler needs.
+std::atomic<pid_t> serverToKill{0};
+std::array<char, 4096> unfinishedFile{};
+std::atomic<bool> hasUnfinishedFile{false};
+static_assert(std::atomic<pid_t>::is_always_lock_free && std::atomic<bool>::is_always_lock_free,
+              "a signal handler takes no lock");
+
+extern "C" void endWithServer(int signal)
+{
+    if (pid_t const server = serverToKill; server != 0)
+        ::kill(server, SIGKILL);
+    if (hasUnfinishedFile)
+        ::unlink(unfinishedFile.data());
+    ::signal(signal, SIG_DFL);
+    ::raise(signal); // taken when this handler returns
+}
+
+/// Keeps those signals away between the start of a server and its entry for the handler.
+class SignalsHeldBack
+{
+public:
+    SignalsHeldBack()
+    {
+        sigset_t signals;
+        sigemptyset(&signals);
+        for (int const signal : {SIGINT, SIGTERM, SIGHUP})
+            sigaddset(&signals, signal);
+        ::sigprocmask(SIG_BLOCK, &signals, &m_before);
+    }
+    SignalsHeldBack(SignalsHeldBack const&) = delete;
+    SignalsHeldBack& operator=(SignalsHeldBack const&) = delete;
+    ~SignalsHeldBack() { ::sigprocmask(SIG_SETMASK, &m_before, nullptr); }
+
+private:
+    sigset_t m_before;
+};
+
+Descriptor connectTo(std::string const& address)
+{
+    try {
+        return socketutil::connectTo(socketutil::parseAddress(address));
+    } catch (std::invalid_argument const& error) {
+        throw WrongUsage(error.what());
+    } catch (socketutil::SocketException const& error) {
+        throw client::ConnectionLost(std::string(error.what()) +
+                                     "\nIs the server running, and is this its address? It says so "
+                                     "in its log when it starts.");
+    }
+}
+
+bool isSsh(std::string const& address)
+{
+    return address.rfind(SSH_PREFIX, 0) == 0;
+}
+
+void checkUsage(ConnectionOptions const& options)
+{
+    bool const startsServer = options.address.empty() || isSsh(options.address);
+    if (!options.addon.empty() && !startsServer)
+        throw WrongUsage("--addon is for a server that is started here or through ssh; one that is "
+                         "running has its add-on already.");
+    if (!options.tokenFile.empty() && options.address.empty())
+        throw WrongUsage("--token-file is for a server that is named with --connect.");
+}
+
+std::unique_ptr<ServerProcess> startServer(ConnectionOptions const& options)
+{
+    return options.address.empty()
+               ? ServerProcess::startLocal(client::findServerProgram(), options.addon)
+               : ServerProcess::startSsh(options.address.substr(sizeof(SSH_PREFIX) - 1),
+                                         options.addon);
+}
+
+}
+
+void installSignalHandlers()
+{
+    struct sigaction action = {};
+    action.sa_handler = endWithServer;
+    sigemptyset(&action.sa_mask);
+    for (int const signal : {SIGINT, SIGTERM, SIGHUP})
+        ::sigaction(signal, &action, nullptr);
+}
+
+void setUnfinishedFile(std::string const& path)
+{
+    hasUnfinishedFile = false;
+    if (path.empty() || path.size() >= unfinishedFile.size())
+        return;
+    std::memcpy(unfinishedFile.data(), path.c_str(), path.size() + 1);
+    hasUnfinishedFile = true;
+}
+
+Connection::Connection(ConnectionOptions const& options)
+{
+    checkUsage(options);
+    std::string const token =
+        options.tokenFile.empty() ? std::string() : client::readToken(options.tokenFile);
+    Descriptor stream;
+    if (options.address.empty() || isSsh(options.address)) {
+        SignalsHeldBack const heldBack;
+        m_server = startServer(options);
+        serverToKill = m_server->killTarget();
+        stream = m_server->takeStream();
+    } else {
+        stream = connectTo(options.address);
+    }
+    m_engine = std::make_unique<Engine>(stream.release());
+    if (m_server != nullptr)
+        m_engine->setServerLog([server = m_server.get()] {
+            server->waitFor(TIME_FOR_LAST_WORDS);
+            return server->lastWords();
+        });
+    bool const isInherited = options.address.empty();
+    if (isInherited)
+        return;
+    if (isSsh(options.address)) // somebody may have to find a password first
+        m_engine->greet(token, std::chrono::minutes(5));
+    else
+        m_engine->greet(token);
+}
+
+Connection::~Connection()
+{
+    SignalsHeldBack const heldBack;
+    serverToKill = 0;
+    m_engine.reset(); // hangs up, which ends the session
+    m_server.reset(); // kills what is left
+}
+
+void Connection::close()
+{
+    m_engine->close();
+    m_engine.reset();
+    if (m_server != nullptr)
+        m_server->waitFor(TIME_TO_END);
+}
+
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "client/Engine.h"
+#include "client/ServerProcess.h"
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace varnox::tools {
+
+/// The command line can't be followed; the text says how it should be.
+class WrongUsage : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+struct ConnectionOptions
+{
+    std::string address; ///< unix:, tcp: or ssh:; empty for a server of our own
+    std::string tokenFile;
+    std::string addon; ///< for a server that we start, here or through ssh
+};
+
+/// A greeted session with a data server. While it lives, a signal that ends this process ends the
+/// server that it has started as well.
+class Connection
+{
+public:
+    explicit Connection(ConnectionOptions const& options);
+    Connection(Connection const&) = delete;
+    Connection& operator=(Connection const&) = delete;
+    ~Connection();
+
+    client::Engine& engine() { return *m_engine; }
+
+    /// Ends the session and waits for a server of our own.
+    void close();
+
+private:
+    std::unique_ptr<client::ServerProcess> m_server;
+    std::unique_ptr<client::Engine> m_engine;
+};
+
+/// From now on SIGINT, SIGTERM and SIGHUP end this process at once, with the server that it has
+/// started and the file that it is writing.
+void installSignalHandlers();
+
+/// The file to remove when a signal ends this process; empty for none.
+void setUnfinishedFile(std::string const& path);
+
+}

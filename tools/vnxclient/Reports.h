@@ -1,0 +1,18 @@
+#pragma once
+
+#include "client/Engine.h"
+#include "tools/vnxclient/Output.h"
+
+#include <nlohmann/json.hpp>
+
+namespace varnox::tools {
+
+/// Text in JSON is UTF-8; what isn't becomes a replacement character.
+std::string dumped(nlohmann::json const& value);
+
+void reportTypes(client::FileTypes const& types, bool asJson, Output& output);
+void reportListing(client::Listing const& listing, bool asJson, Output& output);
+/// Asks for the shapes of the zones.
+void reportInfo(client::Engine& engine, bool asJson, Output& output);
+
+}

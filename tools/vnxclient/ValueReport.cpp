@@ -1,0 +1,171 @@
+#include "tools/vnxclient/ValueReport.h"
+
+#include "client/Errors.h"
+#include "tools/vnxclient/Reports.h"
+
+#include <algorithm>
+
+namespace varnox::tools {
+
+using client::Engine;
+using client::nameOf;
+using client::SubzoneAddress;
+using client::Values;
+using client::Zone;
+using client::ZoneVariable;
+using nlohmann::json;
+
+namespace {
+
+constexpr std::size_t MAX_NAMES_IN_MESSAGE = 12;
+
+/// The number of what was named by number or by name. Items have a number and a name.
+template <typename Item>
+int numberOf(std::string const& wanted, std::vector<Item> const& items, char const* kind)
+{
+    bool const isNumber =
+        wanted.size() < 10 && wanted.find_first_not_of("0123456789") == std::string::npos;
+    if (isNumber && !wanted.empty())
+        return std::stoi(wanted);
+    std::vector<int> found;
+    std::string names;
+    for (Item const& item : items) {
+        if (item.name == wanted)
+            found.push_back(item.number);
+        if (static_cast<std::size_t>(item.number) <= MAX_NAMES_IN_MESSAGE)
+            names += "\n  " + std::to_string(item.number) + " '" + shown(item.name) + "'";
+    }
+    if (items.size() > MAX_NAMES_IN_MESSAGE)
+        names += "\n  and " + std::to_string(items.size() - MAX_NAMES_IN_MESSAGE) + " more";
+    if (found.empty())
+        throw client::Error("There is no " + std::string(kind) + " '" + shown(wanted) +
+                            "'. The data set has:" + names);
+    if (found.size() > 1)
+        throw client::Error("There are " + std::to_string(found.size()) + " of the " + kind + " '" +
+                            shown(wanted) + "', the first two with the numbers " +
+                            std::to_string(found[0]) + " and " + std::to_string(found[1]) +
+                            "; name it by its number.");
+    return found.front();
+}
+
+std::string textOf(Values const& values)
+{
+    std::string text;
+    std::visit(
+        [&](auto const& vector) {
+            for (auto const value : vector) {
+                if constexpr (std::is_floating_point_v<std::remove_const_t<decltype(value)>>)
+                    text += shown(value);
+                else
+                    text += std::to_string(value);
+                text += '\n';
+            }
+        },
+        values);
+    return text;
+}
+
+json jsonOf(Values const& values)
+{
+    return std::visit([](auto const& vector) { return json(vector); }, values);
+}
+
+/// Writes pieces in one of the three forms.
+class ValueWriter
+{
+public:
+    ValueWriter(ValueForm form, Output& output) : m_form(form), m_output(output) {}
+
+    void begin(Engine const& engine, int zone, int var)
+    {
+        Zone const& of = *engine.dataSet().zone(zone);
+        ZoneVariable const& variable = *client::DataSet::variable(of, var);
+        std::string const name = engine.dataSet().variables[static_cast<std::size_t>(var - 1)].name;
+        if (m_form == ValueForm::Text)
+            m_output.write("# variable " + std::to_string(var) + " '" + shown(name) + "' of zone " +
+                           std::to_string(zone) + " '" + shown(of.name) +
+                           "': " + nameOf(variable.type) + ", " + nameOf(variable.location) + "\n");
+        if (m_form != ValueForm::Json)
+            return;
+        std::string const head = dumped({{"zone", zone},
+                                         {"zoneName", of.name},
+                                         {"variable", var},
+                                         {"variableName", name},
+                                         {"type", nameOf(variable.type)},
+                                         {"location", nameOf(variable.location)}});
+        m_output.write(head.substr(0, head.size() - 1)); // what follows joins the same object
+    }
+
+    void whole(Values const& values)
+    {
+        if (m_form == ValueForm::Json)
+            m_output.write(",\"values\":" + jsonOf(values).dump() + "}\n");
+        else
+            piece(values);
+    }
+
+    void subzone(SubzoneAddress address, Values const& values)
+    {
+        if (m_form == ValueForm::Text)
+            m_output.write("# subzone " + client::textOf(address) + ": " +
+                           std::to_string(client::count(values)) + " values\n");
+        if (m_form != ValueForm::Json) {
+            piece(values);
+            return;
+        }
+        m_output.write(m_isFirst ? ",\"subzones\":[" : ",");
+        m_isFirst = false;
+        m_output.write(dumped({{"partition", address.partition()},
+                               {"section", address.section()},
+                               {"subzone", address.subzoneOffset()},
+                               {"values", jsonOf(values)}}));
+    }
+
+    void endSubzones()
+    {
+        if (m_form == ValueForm::Json)
+            m_output.write(m_isFirst ? ",\"subzones\":[]}\n" : "]}\n");
+    }
+
+private:
+    void piece(Values const& values)
+    {
+        if (m_form == ValueForm::Raw)
+            m_output.write(client::bytes(values), client::byteCount(values));
+        else
+            m_output.write(textOf(values));
+    }
+
+    ValueForm m_form;
+    Output& m_output;
+    bool m_isFirst = true;
+};
+
+}
+
+void reportValues(Engine& engine, ValueRequest const& request, Output& output)
+{
+    int const zone = numberOf(request.zone, engine.dataSet().zones, "zone");
+    int const var = numberOf(request.variable, engine.dataSet().variables, "variable");
+    bool const bySubzones =
+        !request.subzones.empty() || (!request.onDemand && engine.hasSubzoneValues(zone, var));
+    ValueWriter writer(request.form, output);
+    if (!bySubzones) {
+        Values const values = engine.values(zone, var);
+        writer.begin(engine, zone, var);
+        writer.whole(values);
+        return;
+    }
+    engine.hasSubzoneValues(zone, var); // complains about numbers that don't exist
+    writer.begin(engine, zone, var);
+    auto const sink = [&](SubzoneAddress address, Values const& values) {
+        writer.subzone(address, values);
+    };
+    if (request.subzones.empty())
+        engine.allSubzoneValues(zone, var, sink);
+    else
+        engine.subzoneValues(zone, var, request.subzones, sink);
+    writer.endSubzones();
+}
+
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "client/Engine.h"
+#include "tools/vnxclient/Output.h"
+
+#include <string>
+#include <vector>
+
+namespace varnox::tools {
+
+enum class ValueForm { Text, Json, Raw };
+
+struct ValueRequest
+{
+    std::string zone;                             ///< a number from 1 on, or a name
+    std::string variable;                         ///< likewise
+    std::vector<client::SubzoneAddress> subzones; ///< none for all
+    bool onDemand = false;
+    ValueForm form = ValueForm::Text;
+};
+
+/// Reads the values of a variable and writes them as they come.
+void reportValues(client::Engine& engine, ValueRequest const& request, Output& output);
+
+}
