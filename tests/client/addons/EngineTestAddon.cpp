@@ -1,0 +1,231 @@
+// A loader add-on that calls every forwarded function of the host API and checks the engine's
+// answers. What it does hangs on the name of the file.
+
+#include "varnox/Export.h"
+#include "varnox/hostapi/VnxUtil.h"
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+namespace {
+
+void require(bool holds, char const* what)
+{
+    if (!holds)
+        throw std::runtime_error(std::string("the engine failed at: ") + what);
+}
+
+int const TYPES[] = {1, 2, 3, 4, 5};
+int const LOCATIONS[] = {1, 0, 1, 1, 1};
+int const SHARES[] = {1, 0, 0, 0, 0};
+int const PASSIVE[] = {0, 0, 0, 0, 1};
+int const NONE[] = {0, 0, 0, 0, 0};
+char const* const NAMES[] = {"float", "double", "int", "short", "byte"};
+
+constexpr long NODES = 12; // of 3 x 2 x 2, with 2 cells
+
+// Every value is its zone's number times 100 plus its number from 1 on; a piece has the rest.
+template <typename T>
+void push(FieldData_s* handle, long offset, long count)
+{
+    std::vector<T> values;
+    for (long i = 0; i < count; ++i)
+        values.push_back(
+            static_cast<T>(VnxUtilDataValueGetClientData(handle) / 10 * 100 + offset + i));
+    VnxUtilDataValueArraySetByRef(handle, offset, count, values.data());
+}
+
+void push(FieldData_s* handle, long offset, long count)
+{
+    switch (static_cast<int>(VnxUtilDataValueGetRefType(handle))) {
+    case 1:
+        return push<float>(handle, offset, count);
+    case 2:
+        return push<double>(handle, offset, count);
+    case 3:
+        return push<int>(handle, offset, count);
+    case 4:
+        return push<short>(handle, offset, count);
+    default:
+        return push<unsigned char>(handle, offset, count);
+    }
+}
+
+char load(FieldData_s* handle)
+{
+    long const var = VnxUtilDataValueGetClientData(handle) % 10;
+    long const count = var == 2 ? 2 : NODES;
+    if (var == 3)
+        require(VnxUtilDataSetGetNumZones() == 3, "a question while a variable is loaded");
+    push(handle, count / 2 + 1, count - count / 2); // the second half first
+    push(handle, 1, count / 2);
+    return 1;
+}
+
+char failToLoad(FieldData_s*)
+{
+    VnxUtilDialogErrMsg("the second zone's shorts are damaged");
+    return 0;
+}
+
+char unload(FieldData_s*)
+{
+    return 1;
+}
+
+char loadNodeMap(varnox::ElemToNodeMap*)
+{
+    return 1;
+}
+
+char loadFaceNeighbors(FaceNeighbor_s*)
+{
+    return 1;
+}
+
+void addZone(char const* name, int const* shares)
+{
+    _ArgList_s* zone = VnxUtilArgListAlloc();
+    VnxUtilArgListAppendString(zone, "Name", name);
+    VnxUtilArgListAppendInt(zone, "ZoneType", 0);
+    VnxUtilArgListAppendInt(zone, "IMax", 3);
+    VnxUtilArgListAppendInt(zone, "JMax", 2);
+    VnxUtilArgListAppendInt(zone, "KMax", 2);
+    VnxUtilArgListAppendDouble(zone, "SolutionTime", 1.25);
+    VnxUtilArgListAppendInt(zone, "StrandID", 4);
+    VnxUtilArgListAppendArray(zone, "VarDataType", TYPES);
+    VnxUtilArgListAppendArray(zone, "ValueLocation", LOCATIONS);
+    VnxUtilArgListAppendArray(zone, "ShareVarFromZone", shares);
+    VnxUtilArgListAppendArray(zone, "IsPassiveVar", PASSIVE);
+    require(VnxUtilDataSetAddZoneX(zone) == 1, "adding a zone");
+    VnxUtilArgListDealloc(&zone);
+}
+
+void addFaceNeighborZone()
+{
+    _ArgList_s* zone = VnxUtilArgListAlloc();
+    VnxUtilArgListAppendString(zone, "Name", "third");
+    VnxUtilArgListAppendInt(zone, "ConnectShareZone",
+                            2); // not batched: its neighbours aren't loaded
+    require(VnxUtilDataSetAddZoneX(zone) == 1, "adding a zone at once");
+    VnxUtilArgListDealloc(&zone);
+}
+
+void createDataSet()
+{
+    StringList_s* names = VnxUtilStringListAlloc();
+    for (char const* const name : NAMES)
+        VnxUtilStringListAppendString(names, name);
+    _ArgList_s* args = VnxUtilArgListAlloc();
+    VnxUtilArgListAppendString(args, "Title", "everything");
+    VnxUtilArgListAppendStringList(args, "VarNames", names);
+    require(VnxUtilDataSetCreateX(args) == 1, "creating the data set");
+    VnxUtilArgListDealloc(&args);
+    VnxUtilStringListDealloc(&names);
+}
+
+void registerValues(int zone)
+{
+    for (int var = 1; var <= 5; ++var) {
+        bool const isDamaged = zone == 2 && var == 4;
+        require(VnxUtilDataValueCustomLOD(zone, var, isDamaged ? failToLoad : load, unload, nullptr,
+                                          nullptr, nullptr, zone * 10 + var) == 1,
+                "registering a variable");
+        VnxUtilDataValueSetMinMaxByZoneVar(zone, var, var, zone * 100);
+    }
+}
+
+void askQuestions()
+{
+    require(VnxUtilDataSetGetNumVars() == 5, "the number of variables");
+    require(VnxUtilDataSetGetNumZones() == 3, "the number of zones");
+    require(VnxUtilDataSetGetUniqueID() > 0, "the id of the data set");
+    require(VnxUtilGetNextUniqueID() != VnxUtilGetNextUniqueID(), "an id of its own");
+    require(VnxUtilVarGetUniqueID(1) != VnxUtilVarGetUniqueID(2), "the ids of variables");
+    int const zones[] = {1, 2};
+    long ids[] = {0, 0};
+    VnxUtilDataSetGetUniqueIDsForZones(zones, 2, ids);
+    require(ids[0] > 0 && ids[1] > 0 && ids[0] != ids[1], "the ids of zones");
+    char* name = nullptr;
+    require(VnxUtilVarGetName(2, &name) == 1 && std::string(name) == "double", "a name");
+    VnxUtilStringDealloc(&name);
+    require(VnxUtilVarGetName(6, &name) == 0, "a name that there is not");
+    int sections = -1;
+    require(VnxUtilZoneGetNumSections(1, 1, &sections) == 1 && sections == 0, "sections");
+    require(VnxUtilDialogMessageBox("shall it go on?", MessageBoxType_Information) == 1, "a box");
+    require(VnxUtilImportSetLoaderInstr("name", nullptr) == 1, "the loader's instructions");
+    Set_s* set = VnxUtilSetAlloc(0);
+    VnxUtilSetAddMember(set, 2, 0);
+    VnxUtilStateChanged(StateChange_Announced, reinterpret_cast<long>(set));
+    VnxUtilSetDealloc(&set);
+}
+
+void buildEverything()
+{
+    VnxUtilDataLoadStart();
+    createDataSet();
+    addZone("first", NONE);
+    registerValues(1);
+    addZone("second", SHARES);
+    registerValues(2);
+    VnxUtilDataNodeCustomLOD(1, loadNodeMap, nullptr, nullptr, 1);
+    VnxUtilDataFaceNbrCustomLOD(2, 1, loadFaceNeighbors, nullptr, nullptr, 1);
+    addFaceNeighborZone();
+    VnxUtilDataConnectShare(1, 2);
+    VnxUtilDataValueShare(1, 3, 2);
+    askQuestions();
+    _ArgList_s* none = VnxUtilArgListAlloc();
+    long id = 0;
+    require(VnxUtilDataLoadFinishX(none, &id) == 1 && id == VnxUtilDataSetGetUniqueID(),
+            "finishing the load");
+    VnxUtilArgListDealloc(&none);
+}
+
+/// A batch with far more answers than a socket holds.
+void buildManyZones()
+{
+    createDataSet();
+    for (int zone = 1; zone <= 3000; ++zone)
+        addZone("one of many", NONE);
+    for (int zone = 1; zone <= 3000; ++zone)
+        registerValues(zone);
+    _ArgList_s* none = VnxUtilArgListAlloc();
+    require(VnxUtilDataLoadFinishX(none, nullptr) == 1, "finishing a long load");
+    VnxUtilArgListDealloc(&none);
+}
+
+char loadDataSet(StringList_s* instructions, unsigned long)
+{
+    long const count = VnxUtilStringListGetCount(instructions);
+    std::string const path = VnxUtilStringListGetRawStringPtr(instructions, count);
+    std::string const word = path.substr(path.find_last_of('/') + 1);
+    if (word == "everything.hdqfs")
+        buildEverything();
+    else if (word == "many.hdqfs")
+        buildManyZones();
+    else if (word == "hangs.hdqfs")
+        ::pause();
+    else if (word == "dies.hdqfs")
+        ::_exit(9);
+    else if (word == "throws.hdqfs")
+        throw std::runtime_error("the loader lost its way");
+    else
+        return 0;
+    return 1;
+}
+
+}
+
+extern "C" VNX_EXPORT void InitVnxAddOn113()
+{
+    _ArgList_s* args = VnxUtilArgListAlloc();
+    VnxUtilArgListAppendFunction(args, "LoaderCallback",
+                                 reinterpret_cast<void const*>(loadDataSet));
+    VnxUtilArgListAppendString(args, "LoaderName", "Engine test");
+    VnxUtilArgListAppendString(args, "FileNameExtensions", "hdqfs");
+    VnxUtilImportAddLoaderX(args);
+    VnxUtilArgListDealloc(&args);
+}
