@@ -149,6 +149,13 @@ ZoneVariable* DataSetBuilder::zoneVariable(std::int64_t zone, std::int64_t var)
 
 // The frame of a load.
 
+void DataSetBuilder::beginLoad()
+{
+    m_dataSet = DataSet();
+    m_announcement.reset();
+    m_problem.clear();
+}
+
 void DataSetBuilder::loadStart()
 {
 }
@@ -157,9 +164,11 @@ void DataSetBuilder::loadFinish()
 {
     ArgList const args(m_socket, m_argKeys);
     finish();
-    // The caller's array has room for the data set's id, whatever else the loader asked for.
+    std::vector<long> ids;
+    for (Zone const& zone : m_dataSet.zones)
+        ids.push_back(zone.uniqueId);
     m_socket.sendInt(1);
-    m_socket.sendInt64Vector({m_dataSet.uniqueId});
+    m_socket.sendInt64Vector(ids);
 }
 
 void DataSetBuilder::setLoaderInstr()

@@ -57,7 +57,9 @@ public:
     /// known and for contents that can't be, and SocketException.
     void serve(std::string const& command);
 
-    DataSet& dataSet() { return m_dataSet; }
+    /// Forgets what a load before has left.
+    void beginLoad();
+
     DataSet const& dataSet() const { return m_dataSet; }
     /// Empty until a zone or variable with queries has been registered.
     std::optional<LoaderAnnouncement> const& announcement() const { return m_announcement; }

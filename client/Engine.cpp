@@ -292,7 +292,7 @@ DataSet const& Engine::load(std::vector<std::string> const& paths)
         throw Error("No file to load was named.");
     m_shapes.clear();
     m_setUp.clear();
-    std::size_t const firstMessage = m_builder.dataSet().messages.size();
+    m_builder.beginLoad();
     bool const loaded = converse("loading " + printable(paths.front()), [&] {
         WriteCache command;
         command.addString(LOAD_DATASET);
@@ -304,7 +304,7 @@ DataSet const& Engine::load(std::vector<std::string> const& paths)
     if (loaded && m_builder.problem().empty())
         return m_builder.dataSet();
     m_isBroken = true; // a failed load ends the session
-    std::string reason = loaded ? m_builder.problem() : messagesSince(firstMessage);
+    std::string reason = loaded ? m_builder.problem() : messagesSince(0);
     std::string const log = m_serverLog ? printable(m_serverLog(), 2000) : std::string();
     if (reason.empty())
         reason = log.empty() ? "The loader gave no reason; the server's log may tell more."

@@ -322,12 +322,13 @@ TEST_F(Builder, KeyOfGigabytesIsAViolation)
                 HasSubstr("2147483648 characters"));
 }
 
-TEST_F(Builder, LoadFinishGivesTheDataSetsId)
+TEST_F(Builder, LoadFinishGivesTheZonesIds)
 {
     createDataSet(); // takes id 1; the variables take 2 and 3
+    addZone({});
     EXPECT_EQ(answer("VnxUtilDataLoadFinishX", list({})),
               FINISHED + hex("01 00 00 00"
-                             "01 00 00 00 00 00 00 00  01 00 00 00 00 00 00 00"));
+                             "01 00 00 00 00 00 00 00  04 00 00 00 00 00 00 00"));
 }
 
 TEST_F(Builder, CountsVariablesAndZones)

@@ -268,7 +268,7 @@ TEST_F(ScriptedEngine, LoadAsksAndAnswersWithItsGoldenBytes)
                            hex("01 00 00 00 01 00 00 00") // both can be loaded on demand
                            + end +
                            hex("01 00 00 00"                                      // finished:
-                               "01 00 00 00 00 00 00 00 01 00 00 00 00 00 00 00") // the id
+                               "01 00 00 00 00 00 00 00 04 00 00 00 00 00 00 00") // the zone's id
                            + hex("11 00 00 00 00 00 00 00") + "close data server");
     EXPECT_EQ(dataSet.title, "flow");
     ASSERT_EQ(dataSet.zones.size(), 1U);
@@ -346,6 +346,23 @@ TEST_F(ScriptedEngine, LoadOfAnUnusableDataSetFails)
               "Could not load a: The loader gave the size of zone 1 as -3 x 1 x 1.");
 }
 
+TEST_F(ScriptedEngine, SecondLoadStartsAfresh)
+{
+    peer.say(loadScript());
+    engine.load({"a"});
+    say([](WriteCache& c) {
+        c.addString("VnxUtilDataSetCreate");
+        c.addString("second");
+        c.addStringVector({});
+        c.addInt(1);
+    });
+    peer.say(finished(true));
+    DataSet const& dataSet = engine.load({"b"});
+    EXPECT_EQ(dataSet.title, "second");
+    EXPECT_TRUE(dataSet.zones.empty());
+    EXPECT_EQ(engine.announcement(), nullptr);
+}
+
 TEST_F(ScriptedEngine, PathsThatCantTravelAreNotSent)
 {
     for (std::vector<std::string> const& paths :
@@ -377,7 +394,7 @@ TEST_F(LoadedEngine, ReadsSubzonesWithItsGoldenBytes)
     std::string const answers = cached([](WriteCache& c) { // of the load, still on their way
         c.addString("command finished");
         c.addInt(1);
-        c.addInt64Vector({1});
+        c.addInt64Vector({4});
     });
     auto const query = [](std::string const& method) {
         return cached([&](WriteCache& c) {

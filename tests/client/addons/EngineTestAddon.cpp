@@ -4,6 +4,7 @@
 #include "varnox/Export.h"
 #include "varnox/hostapi/VnxUtil.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -178,8 +179,11 @@ void buildEverything()
     VnxUtilDataValueShare(1, 3, 2);
     askQuestions();
     _ArgList_s* none = VnxUtilArgListAlloc();
-    long id = 0;
-    require(VnxUtilDataLoadFinishX(none, &id) == 1 && id == VnxUtilDataSetGetUniqueID(),
+    int const zones[] = {1, 2, 3};
+    long ids[] = {0, 0, 0};
+    long expected[] = {1, 1, 1};
+    VnxUtilDataSetGetUniqueIDsForZones(zones, 3, expected);
+    require(VnxUtilDataLoadFinishX(none, ids) == 1 && std::equal(ids, ids + 3, expected),
             "finishing the load");
     VnxUtilArgListDealloc(&none);
 }
