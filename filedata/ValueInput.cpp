@@ -43,8 +43,8 @@ private:
         if constexpr (std::is_same_v<Scanned, T>)
             return true;
         else if constexpr (std::is_same_v<T, std::int16_t>)
-            // Deliberate: the smallest value is refused. Test:
-            // ValueInput.SmallestInt16IsRefusedInText
+            // Deliberate: the smallest value is refused.
+            // Test: ValueInput.SmallestInt16IsRefusedInText
             return scanned >= -32767 && scanned <= 32767;
         else
             return scanned <= std::numeric_limits<T>::max();
@@ -74,35 +74,46 @@ bool readTextValues(FileReaderInterface& reader, std::uint64_t count, T* out)
     return true;
 }
 
+/// Whether a vector holds elements up to an end; only one that keeps its count can tell.
 template <typename T>
-T* ensureRoom(FileReaderInterface& reader, std::uint64_t count, LightweightVector<T>& out)
+bool reaches(LightweightVector<T> const& out, std::uint64_t end)
 {
-    if (count != 0 && out.isNull() &&
-        (!fileCanHold(reader, count, leastBytes<T>(reader)) || !out.alloc(count)))
-        return nullptr;
-    return out.data();
+    return end <= out.size();
 }
 
 template <typename T>
-T* ensureRoom(FileReaderInterface& reader, std::uint64_t count, PlainDataVector<T>& out)
+bool reaches(PlainDataVector<T> const& out, std::uint64_t end)
 {
-    if (count != 0 && out.isNull() &&
-        (!fileCanHold(reader, count, leastBytes<T>(reader)) || !out.alloc(count)))
-        return nullptr;
-    return out.data();
+    return end == 0 || !out.isNull();
+}
+
+/// Gives an unused vector count elements, if that many of at least so many bytes each can come.
+/// False also if elements from offset on wouldn't fit into the vector.
+template <typename Vector>
+bool ensureRoom(FileReaderInterface& reader, std::uint64_t offset, std::uint64_t count, Vector& out,
+                std::uint64_t bytesEach)
+{
+    if (count == 0)
+        return true;
+    std::uint64_t end = 0;
+    if (__builtin_add_overflow(offset, count, &end))
+        return false;
+    if (out.isNull() &&
+        (offset != 0 || !fileCanHold(reader, count, bytesEach) || !out.alloc(count)))
+        return false;
+    return reaches(out, end);
 }
 
 template <typename T, bool hex, int base, typename Vector>
 char readArray(FileReaderInterface& reader, std::uint64_t offset, std::uint64_t count, Vector& out,
                IODescription const& description)
 {
-    T* const elements = ensureRoom(reader, count, out);
-    if (elements == nullptr && count != 0)
+    if (!ensureRoom(reader, offset, count, out, leastBytes<T>(reader)))
         return errorMessage("Cannot allocate memory for %s data block of %lu %s values.",
                             DescriptionText(description).text(), count,
                             AsciiInputInfo<T, hex>::typeName);
-    return readValues<T, hex, base>(reader, count,
-                                    elements == nullptr ? nullptr : elements + offset, description);
+    T* const target = count == 0 ? nullptr : out.data() + offset;
+    return readValues<T, hex, base>(reader, count, target, description);
 }
 
 }
@@ -164,8 +175,7 @@ char readMinMaxArray(FileReaderInterface& reader, std::uint64_t offset, std::uin
                      LightweightVector<MinMax>& out, IODescription const& description)
 {
     using Pair = ValuePair<T>;
-    if (count != 0 && out.isNull() &&
-        (!fileCanHold(reader, count, reader.isAscii() ? 2 : sizeof(Pair)) || !out.alloc(count)))
+    if (!ensureRoom(reader, offset, count, out, reader.isAscii() ? 2 : sizeof(Pair)))
         return errorMessage("Cannot allocate memory for %s data block (%lu %s values).",
                             DescriptionText(description).text(), count, "min-max value");
     if (reader.isAscii() && description.name != nullptr &&
@@ -174,7 +184,7 @@ char readMinMaxArray(FileReaderInterface& reader, std::uint64_t offset, std::uin
 
     std::array<Pair, 1024> pairs;
     IODescription const noDescription;
-    MinMax* target = out.data() + offset;
+    MinMax* target = count == 0 ? nullptr : out.data() + offset;
     while (count > 0) {
         std::uint64_t const part = std::min<std::uint64_t>(count, pairs.size());
         if (!readValues<Pair, false, 0>(reader, part, pairs.data(), noDescription))
@@ -211,7 +221,8 @@ char readString(FileReaderInterface& reader, std::uint64_t length, LightweightVe
 {
     if (reader.isAscii() && !readAndVerifyDescription(reader, description))
         return 0;
-    return reader.fread(out.data(), 1, static_cast<std::size_t>(length)) == length;
+    return length <= out.size() &&
+           reader.fread(out.data(), 1, static_cast<std::size_t>(length)) == length;
 }
 
 namespace {
@@ -242,8 +253,10 @@ char readStringOfArray(FileReaderInterface& reader, std::string& out)
 char readStringArray(FileReaderInterface& reader, std::uint64_t offset, std::uint64_t count,
                      LightweightVector<std::string>& out, IODescription const& description)
 {
-    // Every string takes at least the byte that ends it.
-    if (count != 0 && out.isNull() && (count > bytesLeft(reader) || !out.alloc(count)))
+    // Every string takes at least the byte that ends it, and in text the line feed behind that.
+    std::uint64_t const bytesEach = reader.isAscii() ? 2 : 1;
+    if ((out.isNull() && count > bytesLeft(reader) / bytesEach) ||
+        !ensureRoom(reader, offset, count, out, bytesEach))
         return errorMessage("Cannot resize string array.");
     std::uint64_t totalSize = 0;
     if (!readValue<std::uint64_t, false>(reader, totalSize, description.withSuffix("TotalSize")))

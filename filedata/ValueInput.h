@@ -26,7 +26,8 @@ char readValues(FileReaderInterface& reader, std::uint64_t count, T* out,
                 IODescription const& description);
 
 /// Into a vector from element offset on; an unused vector gets count elements. What the file can't
-/// hold is refused before memory is taken.
+/// hold is refused before memory is taken, and so is what wouldn't fit into the vector; of a
+/// PlainDataVector in use the caller answers for the room.
 template <typename T, bool hex, int base>
 char readValueArray(FileReaderInterface& reader, std::uint64_t offset, std::uint64_t count,
                     LightweightVector<T>& out, IODescription const& description);

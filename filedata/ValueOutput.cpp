@@ -7,6 +7,8 @@
 #include <string>
 #include <type_traits>
 
+#include <emmintrin.h>
+
 namespace varnox::hdqio {
 
 namespace {
@@ -44,12 +46,33 @@ struct Printer<ValuePair<T>, false, 0>
 
 #pragma GCC diagnostic pop
 
+/// Toward zero for integers. A value out of range is what the processor makes of it: a cast of it
+/// would be undefined.
 template <typename T>
 T fromDouble(double value)
 {
-    return static_cast<T>(value);
+    if constexpr (std::is_integral_v<T>)
+        return static_cast<T>(_mm_cvttsd_si32(_mm_set_sd(value)));
+    else
+        return static_cast<T>(value);
 }
 
+}
+
+bool layOutAsciiValues(std::string& text, std::uint64_t count, std::uint64_t valuesPerLine,
+                       AsciiEncoder const& encode)
+{
+    bool result = true;
+    char value[100] = "";
+    for (std::uint64_t n = 1; n <= count; ++n) {
+        // Deliberate: from the first value on that doesn't fit, the last text is repeated.
+        // Test: ValueOutput.TextThatDoesNotFitRepeatsTheLastOne
+        if (result && !encode(value, sizeof(value), n - 1))
+            result = false;
+        text += value;
+        text += n % valuesPerLine == 0 || n == count ? "\r\n" : "  ";
+    }
+    return result;
 }
 
 template <typename T, bool hex, int base>
@@ -67,8 +90,8 @@ char writeValueArray(FileWriterInterface& writer, char const* name, std::int64_t
     if (count == 0)
         return 1;
     if (!writer.isAscii()) {
-        // Deliberate: true whatever was written. Test:
-        // ValueOutput.BinaryWriteIsTrueWhateverWasWritten
+        // Deliberate: true whatever was written.
+        // Test: ValueOutput.BinaryWriteIsTrueWhateverWasWritten
         writer.fwrite(values, sizeof(T), static_cast<std::size_t>(count));
         return 1;
     }
@@ -80,17 +103,11 @@ char writeValueArray(FileWriterInterface& writer, char const* name, std::int64_t
     else
         writer.fprintf("%*s\r\n", -40, label.c_str());
 
-    char result = 1;
     std::string text;
-    char value[100] = "";
-    for (std::uint64_t n = 1; n <= count; ++n) {
-        // Deliberate: from the first value on that doesn't fit, the last text is repeated.
-        // Test: ValueOutput.TextThatDoesNotFitRepeatsTheLastOne
-        if (result && !encodeAsciiValue<T, hex, base>(value, sizeof(value), values[n - 1]))
-            result = 0;
-        text += value;
-        text += n % valuesPerLine == 0 || n == count ? "\r\n" : "  ";
-    }
+    bool const result = layOutAsciiValues(
+        text, count, valuesPerLine, [values](char* buffer, int size, std::uint64_t i) {
+            return encodeAsciiValue<T, hex, base>(buffer, size, values[i]);
+        });
     writer.fwrite(text.data(), 1, text.size());
     return result;
 }

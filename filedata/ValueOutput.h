@@ -4,6 +4,8 @@
 #include "filedata/Numbers.h"
 
 #include <cstdint>
+#include <functional>
+#include <string>
 
 /// Typed writing in both forms of the file, the mirror of ValueInput.h. base is added to a value in
 /// the text form alone.
@@ -26,5 +28,13 @@ char writeMinMaxArray(FileWriterInterface& writer, char const* name, std::int64_
 /// The text of a value. True if it fits and isn't empty.
 template <typename T, bool hex, int base>
 bool encodeAsciiValue(char* buffer, int size, T const& value);
+
+/// Puts the text of the value at an index into a buffer; false if it doesn't fit or is empty.
+using AsciiEncoder = std::function<bool(char* buffer, int size, std::uint64_t index)>;
+
+/// Appends the texts of count values in lines. False as soon as one doesn't fit: the text before it
+/// then stands for it and for all behind it.
+bool layOutAsciiValues(std::string& text, std::uint64_t count, std::uint64_t valuesPerLine,
+                       AsciiEncoder const& encode);
 
 }

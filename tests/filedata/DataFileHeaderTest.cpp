@@ -131,15 +131,5 @@ TEST(DataFileHeader, FileCutAtEveryByteIsRefused)
         EXPECT_FALSE(read(whole.substr(0, length)).wasRead) << length;
 }
 
-TEST(FileStreamReader, FolderOrMissingFileCannotBeRead)
-{
-    for (char const* path : {"/tmp", "/nowhere/at/all", "/dev/null"}) {
-        FileStreamReader reader(path);
-        MessageCapture const messages;
-        EXPECT_FALSE(reader.open());
-        EXPECT_EQ(messages.text(), std::string("Cannot read file ") + path);
-    }
-}
-
 }
 }
