@@ -71,6 +71,17 @@ char checkSubzoneLimit(DataSetHeaderTag tag, std::int64_t limit)
                         tagNames().at(tag));
 }
 
+/// The least that the arrays of a header take: per zone, from its name to its shared connectivity,
+/// and per variable and zone, from the type to the shared zone. In text a value takes two bytes.
+constexpr std::uint64_t BINARY_ZONE_BYTES = 1 + 1 + 8 + 1 + 8 + 4 + 4 + 3 * 8 + 4;
+constexpr std::uint64_t BINARY_VAR_ZONE_BYTES = 1 + 2 * 4 + 1 + 1 + 4;
+constexpr std::uint64_t TEXT_ZONE_BYTES = 11 * 2;
+constexpr std::uint64_t TEXT_VAR_ZONE_BYTES = 6 * 2;
+
+/// Up to these the tables stay small, and a file may let arrays lie on each other.
+constexpr std::uint64_t FEW_ZONES = 2048;
+constexpr std::uint64_t FEW_VALUES = 65536;
+
 /// Where one of the arrays of a tag begins.
 char seekToTag(FileReaderInterface& reader, TagMap const& tags, DataSetHeaderTag tag)
 {
@@ -244,48 +255,10 @@ char readZoneMinMaxes(FileReaderInterface& reader, TagMap const& tags, ZoneVarMe
     return 1;
 }
 
-std::uint32_t numDimensionsOf(ZoneVarMetadata const& metadata, std::size_t zone)
-{
-    switch (static_cast<int>(zoneTypeFromFileChar(metadata.zoneTypes[zone]))) {
-    case ZoneType_Ordered: {
-        auto const axes = static_cast<std::uint32_t>(metadata.iMaxOrNumNodes[zone] > 1) +
-                          static_cast<std::uint32_t>(metadata.jMaxOrNumCells[zone] > 1) +
-                          static_cast<std::uint32_t>(metadata.kMaxOrNumFaces[zone] > 1);
-        return std::max(axes, std::uint32_t{1});
-    }
-    case ZoneType_FETriangle:
-    case ZoneType_FEQuad:
-    case ZoneType_FEPolygon:
-        return 2;
-    case ZoneType_FETetra:
-    case ZoneType_FEBrick:
-    case ZoneType_FEPolyhedron:
-        return 3;
-    case ZoneType_FELineSeg:
-        return 1;
-    case ZoneType_FEMixed: {
-        constexpr std::uint32_t BY_SHAPE[] = {1, 2, 2, 3, 3, 3, 3};
-        auto const& shapes = metadata.cellShapePerSection[zone];
-        return shapes.size() == 0 || shapes[0] >= std::size(BY_SHAPE) ? 0 : BY_SHAPE[shapes[0]];
-    }
-    default:
-        return 0;
-    }
-}
-
 void deriveNumDimensions(ZoneVarMetadata& metadata)
 {
     for (std::size_t z = 0; z < metadata.numZones; ++z)
-        metadata.numDimensions[z] = numDimensionsOf(metadata, z);
-}
-
-/// Every zone and every variable takes bytes in the file, so that more of them than bytes is a lie.
-char checkCounts(FileReaderInterface& reader, ZoneVarMetadata const& metadata)
-{
-    return reader.seekToFileStart() &&
-           (std::max(metadata.numZones, metadata.numVars) <= bytesLeft(reader) ||
-            errorMessage("The file is too short for the %lu zones and %lu variables it claims.",
-                         metadata.numZones, metadata.numVars));
+        metadata.numDimensions[z] = metadata.dimensionsOf(z);
 }
 
 char readVarNames(FileReaderInterface& reader, TagMap const& tags, std::uint64_t startVar,
@@ -306,7 +279,7 @@ char readZonesAndVars(FileReaderInterface& reader, FileDescription const& descri
                       TagMap const& tags, ZoneVarMetadata& metadata,
                       LightweightVector<std::uint64_t>& zoneHeaderFileLocs)
 {
-    if (!checkCounts(reader, metadata))
+    if (!checkZoneAndVarCounts(reader, metadata.numZones, metadata.numVars))
         return 0;
     bool const haveZones =
         readZoneHeaderFileLocs(reader, tags, metadata.numZones, zoneHeaderFileLocs) &&
@@ -379,6 +352,24 @@ char applyDataSetHeaderScalarTagValues(TagMap const& tags, int& numVars, int& nu
         return errorMessage("The file claims %lu zones and %lu variables, more than there can be.",
                             tags.at(NUM_ZONES_TAG), tags.at(NUM_VARS_TAG));
     return 1;
+}
+
+char checkZoneAndVarCounts(FileReaderInterface& reader, std::uint64_t numZones,
+                           std::uint64_t numVars)
+{
+    std::uint64_t const zoneBytes = reader.isAscii() ? TEXT_ZONE_BYTES : BINARY_ZONE_BYTES;
+    std::uint64_t const varZoneBytes =
+        reader.isAscii() ? TEXT_VAR_ZONE_BYTES : BINARY_VAR_ZONE_BYTES;
+    if (!reader.seekToFileStart())
+        return errorMessage("Can't read HDQFS file.");
+    std::uint64_t const fileSize = bytesLeft(reader);
+    bool const fits = numZones <= fileSize && numVars <= fileSize &&
+                      (numZones <= FEW_ZONES || numZones <= fileSize / zoneBytes) &&
+                      (numZones == 0 || numVars <= FEW_VALUES / numZones ||
+                       numVars <= fileSize / varZoneBytes / numZones);
+    return fits ||
+           errorMessage("The file is too short for the %lu zones and %lu variables it claims.",
+                        numZones, numVars);
 }
 
 char readDatasetTitle(FileReaderInterface& reader, TagMap const& tags, std::string& title)

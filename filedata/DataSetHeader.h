@@ -28,6 +28,11 @@ char readDataSetHeaderTags(FileReaderInterface& reader, FileDescription& descrip
 
 char applyDataSetHeaderScalarTagValues(TagMap const& tags, int& numVars, int& numZones);
 
+/// Whether the file is long enough for the tables of its zones and variables, which cost memory
+/// before anything of them is read. Leaves the stream at its start.
+char checkZoneAndVarCounts(FileReaderInterface& reader, std::uint64_t numZones,
+                           std::uint64_t numVars);
+
 /// Reads what the tags lead to. The result is empty behind the title and the variable names if the
 /// file has no zones.
 char readDataSetHeader(FileReaderInterface& reader, FileDescription const& description,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filedata/AltVnxUtil.h"
 #include "filedata/Numbers.h"
 #include "varnox/hostapi/VnxTypes.h"
 
@@ -13,19 +14,6 @@ constexpr std::uint32_t FIRST_VERSION_WITH_FILE_TYPE = 105;
 constexpr std::uint32_t FIRST_VERSION_WITH_SECTIONS = 106;
 constexpr std::uint32_t FIRST_VERSION_WITH_64_BIT_COUNTS = 232;
 constexpr std::uint32_t NEWEST_FILE_VERSION = 232;
-
-/// What a survey for writing asks of the data set behind the host API. Zone numbers count from one.
-class AltVnxUtil
-{
-public:
-    virtual bool dataSetIsAvailable() const = 0;
-    virtual int numZones() const = 0;
-    virtual bool zoneIsEnabled(int zone) const = 0;
-    virtual ZoneType_e zoneType(int zone) const = 0;
-    /// The member after this one in ascending order, 0 at the end; 0 asks for the first.
-    virtual long nextMember(Set_s* set, long member) const = 0;
-    virtual ~AltVnxUtil() = default;
-};
 
 /// What a file says of itself in its first line, and its subzone limits.
 class FileDescription

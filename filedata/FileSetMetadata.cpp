@@ -129,9 +129,8 @@ public:
             readAndApplyHeader(reader, file.fileDescription, file.fileName, tags, file.numVars,
                                file.numZones);
             // The records below are taken for all of them before anything else is read.
-            if (!reader.seekToFileStart() ||
-                static_cast<std::uint64_t>(file.numZones) > bytesLeft(reader) ||
-                static_cast<std::uint64_t>(file.numVars) > bytesLeft(reader))
+            if (!checkZoneAndVarCounts(reader, static_cast<std::uint64_t>(file.numZones),
+                                       static_cast<std::uint64_t>(file.numVars)))
                 throw std::runtime_error("Failed to read HDQFS header: " + file.fileName);
             if (i > 0 && file.numZones != files[0]->numZones)
                 throw std::runtime_error("Number of zones in solution file, " + file.fileName +

@@ -1,31 +1,29 @@
 #include "filedata/ZoneTypes.h"
 
+#include <cstddef>
+#include <cstring>
+
 namespace varnox::hdqio {
+
+namespace {
+
+/// The letter of each type.
+constexpr char LETTERS[] = "orqtblgpm";
+
+}
 
 ZoneType_e zoneTypeFromFileChar(char letter)
 {
-    switch (letter | 0x20) { // in lower case
-    case 'o':
-        return ZoneType_Ordered;
-    case 'r':
-        return ZoneType_FETriangle;
-    case 'q':
-        return ZoneType_FEQuad;
-    case 't':
-        return ZoneType_FETetra;
-    case 'b':
-        return ZoneType_FEBrick;
-    case 'l':
-        return ZoneType_FELineSeg;
-    case 'g':
-        return ZoneType_FEPolygon;
-    case 'p':
-        return ZoneType_FEPolyhedron;
-    case 'm':
-        return ZoneType_FEMixed;
-    default:
-        return ZoneType_Ordered;
-    }
+    bool const isCapital = letter >= 'A' && letter <= 'Z';
+    char const* const found = std::strchr(LETTERS, isCapital ? letter - 'A' + 'a' : letter);
+    return found == nullptr || *found == '\0' ? ZoneType_Ordered
+                                              : static_cast<ZoneType_e>(found - LETTERS);
+}
+
+char fileCharOfZoneType(ZoneType_e type)
+{
+    auto const number = static_cast<std::size_t>(type);
+    return number < sizeof(LETTERS) - 1 ? LETTERS[number] : LETTERS[ZoneType_Ordered];
 }
 
 bool isHdqFileChar(char letter)

@@ -9,6 +9,9 @@ namespace varnox::hdqio {
 /// The zone type of a file's letter, whatever its case. An unknown letter gives 0, ordered.
 ZoneType_e zoneTypeFromFileChar(char letter);
 
+/// The small letter of a zone type, of a zone that isn't cut up. An unknown type gives that of 0.
+char fileCharOfZoneType(ZoneType_e type);
+
 /// A letter in capitals marks a zone that has been cut into subzones.
 bool isHdqFileChar(char letter);
 
