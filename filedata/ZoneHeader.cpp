@@ -19,7 +19,7 @@ namespace {
 constexpr std::uint32_t ZONE_MARKER = 0x02030405;
 constexpr std::uint32_t PARTITION_MARKER = 0x15161718;
 /// Items of a finite-element subzone: a constant of the format, not the file's limit.
-constexpr std::uint64_t SUBZONE_ITEMS = 256;
+constexpr std::int64_t SUBZONE_ITEMS = 256;
 
 TagNames const& zoneTagNames()
 {
@@ -56,8 +56,7 @@ bool numRunsOf(std::int64_t items, std::uint32_t& result)
 {
     if (items < 0)
         return false;
-    std::uint64_t const runs =
-        (static_cast<std::uint64_t>(items) + SUBZONE_ITEMS - 1) / SUBZONE_ITEMS;
+    std::int64_t const runs = items / SUBZONE_ITEMS + (items % SUBZONE_ITEMS != 0);
     result = static_cast<std::uint32_t>(runs);
     return runs <= MinMaxTree::MAX_ENTRIES;
 }
@@ -190,18 +189,34 @@ std::int64_t productOf(std::int64_t a, std::int64_t b, std::int64_t c)
                : result;
 }
 
-/// Whether an ordered zone's sizes stay below what subzone addresses and 32-bit counts can name.
+/// Whether an ordered zone's sizes stay below what subzone addresses and 32-bit counts can name. An
+/// axis of no nodes still has cells.
 char checkOrderedSize(FileReaderInterface& reader, ZoneMetadata const& zone, Place const& place)
 {
-    std::int64_t const nodes = productOf(zone.ijk.i, zone.ijk.j, zone.ijk.k);
+    auto const along = [](std::int64_t n) { return n == 0 ? std::int64_t{1} : n; };
+    std::int64_t const items = productOf(along(zone.ijk.i), along(zone.ijk.j), along(zone.ijk.k));
     // The node table has an entry of 4 bytes for every node, which a file that holds any value of
     // the zone also pays for.
     std::uint64_t const here = reader.fileLoc();
     std::uint64_t const fileSize = here + bytesLeft(reader);
-    if (nodes < 0 || static_cast<std::uint64_t>(nodes) > std::max(fileSize, std::uint64_t{65536}))
+    if (items < 0 || static_cast<std::uint64_t>(items) > std::max(fileSize, std::uint64_t{65536}))
         return errorMessage("The file is too short for the %ld x %ld x %ld nodes of zone %lu.",
                             zone.ijk.i, zone.ijk.j, zone.ijk.k, place.zoneNumber());
     return 1;
+}
+
+/// Whether subzone addresses can name all subzones of a block of items.
+bool canBeNamed(IJKSubzoneInfo const& info)
+{
+    return info.numSubzones[2] <= MinMaxTree::MAX_ENTRIES &&
+           info.numSubzones[3] <= MinMaxTree::MAX_ENTRIES &&
+           info.numSubzones[2] * info.numSubzones[3] <= MinMaxTree::MAX_ENTRIES;
+}
+
+char refuseItemCount(Place const& place)
+{
+    return errorMessage("Zone %lu has more nodes or cells than subzones can hold.",
+                        place.zoneNumber());
 }
 
 char cutOrderedZone(FileReaderInterface& reader, FileDescription const& description,
@@ -220,18 +235,14 @@ char cutOrderedZone(FileReaderInterface& reader, FileDescription const& descript
     IJKZoneInfo& info = zone.ijkPtnInfo[0];
     info.cells = IJKSubzoneInfo(cells, description.getMaxIJKSubzoneSize(), 0, false);
     info.nodes = IJKSubzoneInfo(n, description.getMaxIJKSubzoneSize(), 0, false);
+    if (!canBeNamed(info.cells) || !canBeNamed(info.nodes))
+        return refuseItemCount(place);
     info.nodeSubzones.assign(static_cast<std::size_t>(n.k * n.ij), 0xFFFFFFF);
     zone.ptnMinIJK[0] = {0, 0, 0, 0};
     zone.ptnMaxIJK[0] = {n.i - 1, n.j - 1, n.k - 1, (n.i - 1) * (n.j - 1)};
     zone.numCszsPerSecPtn[0][0] = info.cells.totalSubzones;
     zone.numNszsPerPtn[0] = info.nodes.totalSubzones;
     return 1;
-}
-
-char refuseItemCount(Place const& place)
-{
-    return errorMessage("Zone %lu has more nodes or cells than subzones can hold.",
-                        place.zoneNumber());
 }
 
 char cutFiniteElementZone(FileDescription const& description, Place const& place,
@@ -432,15 +443,21 @@ IJK splitNodeNumber(std::uint64_t node, IJK const& zoneSize)
     return {i, j, n / zoneSize.ij, i * j};
 }
 
-/// Cuts a box of an ordered zone. False if it is none: its end lies before its start.
+/// Cuts a box of a zone. False if it is none that its zone could hold: its end lies before its
+/// start, it leaves the zone, or its subzones can't be named. Only an ordered zone has an end in K;
+/// of another one K is the face count.
 bool cutBox(FileDescription const& description, std::uint32_t partition, ZoneMetadata& zone)
 {
     IJK const& low = zone.ptnMinIJK[partition];
     IJK const& high = zone.ptnMaxIJK[partition];
-    if (high.i < low.i || high.j < low.j || high.k < low.k || high.k >= zone.ijk.k)
+    if (low.i < 0 || low.j < 0 || low.k < 0 || high.i < low.i || high.j < low.j || high.k < low.k ||
+        high.k == std::numeric_limits<std::int64_t>::max() ||
+        (zone.isOrdered() && high.k >= zone.ijk.k))
         return false;
     IJK nodes{high.i - low.i + 1, high.j - low.j + 1, high.k - low.k + 1, 0};
     nodes.ij = nodes.i * nodes.j;
+    if (productOf(nodes.i, nodes.j, nodes.k) < 0)
+        return false;
     IJK cells{nodes.i - (high.i == zone.ijk.i - 1), nodes.j - (high.j == zone.ijk.j - 1),
               nodes.k - (high.k == zone.ijk.k - 1), 0};
     cells.ij = cells.i * cells.j;
@@ -448,6 +465,8 @@ bool cutBox(FileDescription const& description, std::uint32_t partition, ZoneMet
     IJKZoneInfo& info = zone.ijkPtnInfo[partition];
     info.cells = IJKSubzoneInfo(cells, description.getMaxIJKSubzoneSize(), partition, true);
     info.nodes = IJKSubzoneInfo(nodes, description.getMaxIJKSubzoneSize(), partition, true);
+    if (!canBeNamed(info.cells) || !canBeNamed(info.nodes))
+        return false;
     zone.numCellsPerSecPtn[0][partition] = cells.ij * cells.k;
     zone.numNodesPerPtn[partition] = nodes.ij * nodes.k;
     zone.numCszsPerSecPtn[0][partition] = info.cells.totalSubzones;
@@ -460,9 +479,11 @@ char readOrderedPartitions(FileReaderInterface& reader, TagMap const& tags, Zone
                            ZoneMetadata& zone)
 {
     std::uint32_t const numPartitions = zone.numPartitions;
+    // Node numbers are split by I and by IJ, and the sums below stay far from their limit.
+    constexpr std::int64_t MOST_NODES = std::int64_t{MinMaxTree::MAX_ENTRIES} * SUBZONE_ITEMS;
     std::int64_t const numNodes =
         productOf(zone.ijk.i, zone.ijk.j, zone.isOrdered() ? zone.ijk.k : 1);
-    if (numNodes <= 0 || numNodes / SUBZONE_ITEMS > MinMaxTree::MAX_ENTRIES)
+    if (numNodes <= 0 || (zone.isOrdered() && numNodes > MOST_NODES))
         return errorMessage("Zone %lu is partitioned and has a size of %ld x %ld x %ld.",
                             in.place.zoneNumber(), zone.ijk.i, zone.ijk.j, zone.ijk.k);
     PlainDataVector<std::uint64_t> minNodes;
@@ -530,9 +551,10 @@ char readPartitioned(FileReaderInterface& reader, TagMap const& tags, ZoneInFile
                      ZoneMetadata& zone)
 {
     std::uint32_t const numPartitions = zone.numPartitions;
-    // Every partition has at least its file number and location in the file.
-    if (numPartitions > MinMaxTree::MAX_ENTRIES || !reader.seekToFileStart() ||
-        !fileCanHold(reader, numPartitions, 4))
+    // Every partition has a file number, a location and two numbers in the arrays of the header.
+    std::uint64_t const bytesEach =
+        reader.isAscii() ? 4 * 2 : 4 + 8 + (isVolumeZone(zone) ? 2 * 4 : 2 * 8);
+    if (!reader.seekToFileStart() || !fileCanHold(reader, numPartitions, bytesEach))
         return errorMessage("The file is too short for the %u partitions of zone %lu.",
                             numPartitions, in.place.zoneNumber());
     require(zone.ptnMetadata.alloc(numPartitions) && zone.numNszsPerPtn.alloc(numPartitions) &&
@@ -564,18 +586,11 @@ char readHDQPartitionedZoneHeaderArrays(FileReaderInterface& reader, TagMap cons
     return result;
 }
 
-std::int64_t locationOrNone(TagMap const& tags, ZoneHeaderTag tag)
-{
-    std::uint64_t const value = valueOrZero(tags, tag);
-    return value == 0 ? -1 : static_cast<std::int64_t>(value);
-}
-
 char readPlain(FileReaderInterface& reader, TagMap const& tags, ZoneInFile const& in,
                ZoneMetadata& zone)
 {
     char result = 0;
     try {
-        zone.classicVarFileLocs.dealloc(); // a plain zone is read anew at each request
         result = readHeaderTagArray<std::uint64_t, true>(reader, tags, VAR_FILE_LOCS_TAG,
                                                          static_cast<std::uint64_t>(in.numVars),
                                                          zone.classicVarFileLocs, in.place);
@@ -584,7 +599,15 @@ char readPlain(FileReaderInterface& reader, TagMap const& tags, ZoneInFile const
     } catch (std::exception const&) {
         errorMessage("Unrecoverable error while reading zone %lu header.", in.place.zoneNumber());
     }
+    if (!result)
+        zone.forgetZoneHeader();
     return result;
+}
+
+std::int64_t locationOrNone(TagMap const& tags, ZoneHeaderTag tag)
+{
+    std::uint64_t const value = valueOrZero(tags, tag);
+    return value == 0 ? -1 : static_cast<std::int64_t>(value);
 }
 
 template <typename T>
@@ -713,21 +736,41 @@ char readPartitionHeader(FileReaderInterface& reader, FileDescription const& des
     return 0;
 }
 
+namespace {
+
+/// The tags, and what stands in them themselves.
+char retrieveScalars(FileReaderInterface& reader, int zone, TagMap& tags, ZoneMetadata& result)
+{
+    try {
+        if (!readZoneHeaderTags(reader, zone, tags))
+            return 0;
+        result.nodeMapFileLoc = locationOrNone(tags, NODE_MAP_FILE_LOC_TAG);
+        result.userFaceNbrFileLoc = locationOrNone(tags, USER_FACE_NBR_FILE_LOC_TAG);
+        std::uint64_t const numPartitions = valueOrZero(tags, NUM_PARTITIONS_TAG);
+        if (numPartitions > MinMaxTree::MAX_ENTRIES)
+            return errorMessage("Zone %d claims %lu partitions, more than there can be.", zone + 1,
+                                numPartitions);
+        result.numPartitions = numPartitions == 0 ? 1 : static_cast<std::uint32_t>(numPartitions);
+        return 1;
+    } catch (std::bad_alloc const&) {
+        return errorMessage("Out-of-memory error while retrieving file tags.");
+    } catch (std::exception const&) {
+        return errorMessage("Unrecoverable error while retrieving file tags.");
+    }
+}
+
+}
+
 char readZoneHeaders(FileReaderInterface& reader, FileDescription const& description,
                      int zoneOffset, int zone, int varOffset, int numVars,
                      VarZoneMinMaxes const& zoneMinMaxes, VarZoneTypes const& fieldDataTypes,
                      ZoneMetadata& result)
 {
+    // A plain zone and one of no sections are read anew at each request.
+    result.forgetZoneHeader();
     TagMap tags;
-    if (!readZoneHeaderTags(reader, zone, tags))
+    if (!retrieveScalars(reader, zone, tags, result))
         return 0;
-    result.nodeMapFileLoc = locationOrNone(tags, NODE_MAP_FILE_LOC_TAG);
-    result.userFaceNbrFileLoc = locationOrNone(tags, USER_FACE_NBR_FILE_LOC_TAG);
-    std::uint64_t const numPartitions = valueOrZero(tags, NUM_PARTITIONS_TAG);
-    if (numPartitions > MinMaxTree::MAX_ENTRIES)
-        return errorMessage("Zone %d claims %lu partitions, more than there can be.", zone + 1,
-                            numPartitions);
-    result.numPartitions = numPartitions == 0 ? 1 : static_cast<std::uint32_t>(numPartitions);
 
     ZoneInFile const in{description, zoneOffset,   {zone},        varOffset,
                         numVars,     zoneMinMaxes, fieldDataTypes};
