@@ -16,6 +16,7 @@ import sys
 
 FOLDER = pathlib.Path(__file__).resolve().parent
 DATA_FILE = "smallest.hdqfs"
+TEXT_FILE = "smallest_ascii.hdqfs"  # the same data set in the text form
 
 # A value of an argument list travels without its type: the key tells it.
 KEY_TYPES = {
@@ -312,7 +313,7 @@ class Client:
         self.wire.send_string("close data server")
 
 
-def play(program, addon):
+def play(program, addon, path):
     with subprocess.Popen([program, "--addon", addon, "--listen", "stdio"], cwd=FOLDER,
                           stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                           stderr=subprocess.DEVNULL) as process:
@@ -320,7 +321,7 @@ def play(program, addon):
         client = Client(wire)
         client.greet()
         client.list_file_types()
-        if client.load(DATA_FILE) != 1:
+        if client.load(path) != 1:
             raise RuntimeError("the file was not loaded")
         if client.checkout("NodalVarQuery", 0, 0, [0]) != [[1.0, 1.5, 2.0, 2.5, 3.0, 3.5]]:
             raise RuntimeError("wrong nodal values")
@@ -364,13 +365,14 @@ def documented(text):
 def main():
     if len(sys.argv) not in (3, 5):
         sys.exit(__doc__)
-    record = play(sys.argv[1], sys.argv[2])
+    record = play(sys.argv[1], sys.argv[2], DATA_FILE)
     if len(sys.argv) == 3:
         print(dump(record))
         return
     spoken = {arrow: b"".join(data for a, data, _ in record if a == arrow) for arrow in "<>"}
     if spoken != documented(pathlib.Path(sys.argv[4]).read_text(encoding="utf-8")):
         sys.exit("The conversation isn't that of the document; it goes so:\n\n" + dump(record))
+    play(sys.argv[1], sys.argv[2], TEXT_FILE)
     print(f"{len(spoken['>'])} bytes to the server and {len(spoken['<'])} from it, as documented")
 
 
