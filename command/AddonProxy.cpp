@@ -100,8 +100,12 @@ public:
         auto const handler = commandHandlers.find(command);
         if (handler == commandHandlers.end())
             throw Error("Unrecognized command received: " + command);
+        ++numCommandsUnderWay;
         (this->*handler->second)();
+        --numCommandsUnderWay; // not where the handler throws: its command is never finished
     }
+
+    bool isBetweenCommands() const { return numCommandsUnderWay == 0; }
 
     void serviceUntil(std::string const& endCommand)
     {
@@ -289,6 +293,7 @@ private:
     DataSetRegistrationServer registrationServer;
     VnxUtilProxy proxy;
     std::unordered_map<std::string, Handler> commandHandlers;
+    int numCommandsUnderWay = 0;
 };
 
 AddonProxy::Error::Error(std::string const& message) : ExceptionBase(message, false)
@@ -309,6 +314,11 @@ AddonProxy::AddonProxy(std::string const& addonPath, SocketInterface& socket)
 }
 
 AddonProxy::~AddonProxy() = default;
+
+bool AddonProxy::isBetweenCommands() const
+{
+    return m_impl->isBetweenCommands();
+}
 
 void AddonProxy::serviceCommandsUntil(std::string const& endCommand)
 {

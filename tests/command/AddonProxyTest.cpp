@@ -170,6 +170,17 @@ TEST_F(AddonProxySession, FailureOfTheConnectionIsACommunicationError)
         "the script has ended");
 }
 
+TEST_F(AddonProxySession, KnowsWhetherTheConnectionFailedBetweenCommands)
+{
+    EXPECT_TRUE(proxy->isBetweenCommands());
+    script([](WriteCache& c) { c.addString("list file types"); });
+    EXPECT_THROW(proxy->serviceCommandsUntil(CLOSE_DATA_SERVER), AddonProxy::CommunicationError);
+    EXPECT_TRUE(proxy->isBetweenCommands());
+    script([](WriteCache& c) { c.addString("NodeConnectivityQuery"); }); // and no zone
+    EXPECT_THROW(proxy->serviceCommandsUntil(CLOSE_DATA_SERVER), AddonProxy::CommunicationError);
+    EXPECT_FALSE(proxy->isBetweenCommands());
+}
+
 TEST_F(AddonProxySession, LoadsAndReportsSuccess)
 {
     script([&](WriteCache& c) {

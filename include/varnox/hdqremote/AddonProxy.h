@@ -45,6 +45,10 @@ public:
     /// a CommunicationError; every other exception of a handler comes through as it is.
     void serviceCommandsUntil(std::string const& endCommand);
 
+    /// False while a command is being handled, and for good once one has failed: tells a hosting
+    /// program whether a client hung up between two commands or in the middle of one.
+    bool isBetweenCommands() const;
+
 private:
     class Impl;
     std::unique_ptr<Impl> m_impl;
