@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+
+namespace varnox::dataserver {
+
+/// Writes a line to a file in one step: a reader sees all of it or what was there before. Throws
+/// std::runtime_error.
+void writeAddressFile(std::string const& path, std::string const& address);
+
+}

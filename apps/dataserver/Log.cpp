@@ -1,0 +1,33 @@
+#include "apps/dataserver/Log.h"
+
+#include <spdlog/sinks/stdout_sinks.h>
+#include <spdlog/spdlog.h>
+
+namespace varnox::dataserver {
+
+void startLog(std::string const& level)
+{
+    auto const log = spdlog::stderr_logger_mt("vnxdataserver");
+    log->set_pattern("%Y-%m-%d %H:%M:%S.%e %n %l: %v");
+    log->set_level(spdlog::level::from_str(level));
+    spdlog::set_default_logger(log);
+}
+
+std::string printable(std::string const& text)
+{
+    constexpr std::size_t MAX_LENGTH = 2000;
+    constexpr char DIGITS[] = "0123456789abcdef";
+    constexpr unsigned char FIRST_PRINTABLE = 0x20;
+    constexpr unsigned char DELETE = 0x7f;
+    std::string result;
+    for (char const c : text.substr(0, MAX_LENGTH)) {
+        auto const code = static_cast<unsigned char>(c);
+        if (code >= FIRST_PRINTABLE && code != DELETE)
+            result += c;
+        else
+            result += {'\\', 'x', DIGITS[code >> 4], DIGITS[code & 0xF]};
+    }
+    return text.size() > MAX_LENGTH ? result + "..." : result;
+}
+
+}

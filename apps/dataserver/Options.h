@@ -1,0 +1,53 @@
+#pragma once
+
+#include "socket/Address.h"
+
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace varnox::dataserver {
+
+/// Where sessions come from.
+struct Source
+{
+    enum class Kind { Listening, StandardStreams, InheritedSocket };
+
+    Kind kind = Kind::Listening;
+    socketutil::Address address; ///< of Listening
+    int descriptor = -1;         ///< of InheritedSocket
+    std::string text;            ///< as it was written
+};
+
+/// What the command line says.
+struct Options
+{
+    std::string addonPath; ///< absolute; empty means the loader that is installed with the program
+    Source source;
+    std::string addressFile; ///< empty: none
+    std::string tokenFile;   ///< empty: none
+    bool servesOnce = false;
+    std::size_t maxSessions = 64;
+    std::size_t maxItemBytes = std::size_t{1} << 30;
+    std::chrono::milliseconds greetingTimeout{10'000};
+    std::string logLevel = "info";
+};
+
+/// The program was asked for something that can't be: exit status 2.
+class UsageError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Reads the command line. Nothing, with the exit status in exitStatus, if that has ended the
+/// program's work: help was asked for, or the usage is wrong and was reported.
+std::optional<Options> parseOptions(int argc, char const* const* argv, int& exitStatus);
+
+/// The loader that lies beside the program, in the build and where it is installed. Throws
+/// std::runtime_error if there is none.
+std::string installedAddon();
+
+}

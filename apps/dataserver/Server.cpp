@@ -1,0 +1,530 @@
+#include "apps/dataserver/Server.h"
+
+#include "apps/dataserver/AddressFile.h"
+#include "apps/dataserver/Greeting.h"
+#include "apps/dataserver/Token.h"
+
+#include <spdlog/spdlog.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <stdexcept>
+#include <vector>
+
+#include <fcntl.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+
+namespace varnox::dataserver {
+
+using namespace std::chrono_literals;
+using socketutil::Address;
+using socketutil::Descriptor;
+using socketutil::Listener;
+
+namespace {
+
+constexpr auto GRACE = 5s;        // for running sessions, from the signal to end on
+constexpr auto LAST_GRACE = 1s;   // from a worker's SIGTERM to its SIGKILL
+constexpr auto TRIAL_LIMIT = 60s; // for an add-on to come up
+constexpr auto ACCEPT_PAUSE = 200ms;
+constexpr std::size_t MAX_GREETINGS = 64; // at a time; beyond it the oldest makes way
+
+/// Who is at the other end, for the log.
+std::string nameOfPeer(int connection)
+{
+    sockaddr_storage peer = {};
+    socklen_t size = sizeof(peer);
+    if (::getpeername(connection, reinterpret_cast<sockaddr*>(&peer), &size) != 0)
+        return "a client that has left";
+    if (peer.ss_family == AF_UNIX) {
+        ucred credentials = {};
+        size = sizeof(credentials);
+        ::getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &credentials, &size);
+        return "process " + std::to_string(credentials.pid) + " of user " +
+               std::to_string(credentials.uid);
+    }
+    char host[NI_MAXHOST];
+    char port[NI_MAXSERV];
+    if (::getnameinfo(reinterpret_cast<sockaddr*>(&peer), size, host, sizeof(host), port,
+                      sizeof(port), NI_NUMERICHOST | NI_NUMERICSERV) != 0)
+        return "a client of unknown address";
+    Address address;
+    address.kind = Address::Kind::Tcp;
+    address.host = host;
+    address.port = static_cast<std::uint16_t>(std::stoi(port));
+    return textOf(address);
+}
+
+/// Lets the system find out when a client's machine has vanished without a word.
+void keepAlive(int connection)
+{
+    int const on = 1;
+    int const idleSeconds = 60;
+    int const intervalSeconds = 10;
+    int const numProbes = 6;
+    if (::setsockopt(connection, IPPROTO_TCP, TCP_KEEPIDLE, &idleSeconds, sizeof(idleSeconds)) != 0)
+        return; // a Unix socket
+    ::setsockopt(connection, IPPROTO_TCP, TCP_KEEPINTVL, &intervalSeconds, sizeof(intervalSeconds));
+    ::setsockopt(connection, IPPROTO_TCP, TCP_KEEPCNT, &numProbes, sizeof(numProbes));
+    ::setsockopt(connection, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof(on));
+}
+
+/// Closes all descriptors but the standard ones and these. Between fork and exec.
+void closeAllBut(std::array<int, 3> kept)
+{
+    constexpr unsigned FIRST = STDERR_FILENO + 1;
+    std::sort(kept.begin(), kept.end());
+    unsigned next = FIRST;
+    for (int const descriptor : kept) {
+        if (descriptor < static_cast<int>(FIRST))
+            continue; // none
+        auto const number = static_cast<unsigned>(descriptor);
+        if (number > next)
+            ::close_range(next, number - 1, 0);
+        next = number + 1;
+    }
+    ::close_range(next, ~0U, 0);
+}
+
+/// Becomes a worker. Runs between fork and exec: only what is allowed there.
+[[noreturn]] void becomeWorker(char* const* arguments, int readEnd, int writeEnd, int control)
+{
+    constexpr int OUT_OF_THE_WAY = WorkerOrder::CONTROL + 1;
+    constexpr int EXEC_FAILED = 127;
+    // Nothing else of ours, or of whoever started us, reaches an add-on.
+    std::array<int, 3> ends = {readEnd, writeEnd, control};
+    closeAllBut(ends);
+    for (int& end : ends)
+        if (end >= 0)
+            end = ::fcntl(end, F_DUPFD_CLOEXEC, OUT_OF_THE_WAY);
+    int const null = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    ::dup2(null, STDIN_FILENO);
+    constexpr int PLACES[] = {WorkerOrder::READ_END, WorkerOrder::WRITE_END, WorkerOrder::CONTROL};
+    for (std::size_t i = 0; i < ends.size(); ++i)
+        if (ends[i] >= 0)
+            ::dup2(ends[i], PLACES[i]);
+    // A group of its own: Ctrl-C at a terminal is for the server, which lets sessions end.
+    ::setpgid(0, 0);
+    std::signal(SIGPIPE, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+    ::execv("/proc/self/exe", arguments);
+    ::_exit(EXEC_FAILED);
+}
+
+std::string describe(int status)
+{
+    if (WIFSIGNALED(status)) {
+        int const number = WTERMSIG(status);
+        return "was ended by signal " + std::to_string(number) + " (" + ::strsignal(number) + ")";
+    }
+    return "ended with exit status " + std::to_string(WEXITSTATUS(status));
+}
+
+double secondsSince(std::chrono::steady_clock::time_point start)
+{
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+}
+
+Server::Server(Options const& options) : m_options(options)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    refuseToBeOpenToAll();
+    if (m_options.addonPath.empty())
+        m_options.addonPath = installedAddon();
+    if (!m_options.tokenFile.empty())
+        m_token = readTokenFile(m_options.tokenFile);
+    if (m_options.source.kind != Source::Kind::Listening)
+        m_options.servesOnce = true;
+}
+
+Server::~Server()
+{
+    signalWorkers(SIGKILL);
+}
+
+int Server::run()
+{
+    if (m_options.source.kind == Source::Kind::Listening) {
+        tryAddon();
+        if (!m_isStopping)
+            startListening();
+    } else {
+        serveInherited();
+    }
+    while (!isDone())
+        waitForEvents();
+    return m_exitStatus;
+}
+
+void Server::refuseToBeOpenToAll() const
+{
+    if (m_options.source.kind == Source::Kind::Listening && m_options.tokenFile.empty() &&
+        !isLoopback(m_options.source.address))
+        throw UsageError("Others than this machine could come in at " + m_options.source.text +
+                         ", so a token is needed: give --token-file FILE, or listen on the "
+                         "loopback, as tcp:127.0.0.1:PORT.");
+}
+
+/// In a process of its own: an add-on is never unloaded, and a bad one must not take us with it.
+void Server::tryAddon()
+{
+    WorkerOrder order;
+    order.task = WorkerTask::TryAddon;
+    order.name = "trial";
+    order.addonPath = m_options.addonPath;
+    order.maxItemBytes = m_options.maxItemBytes;
+    order.logLevel = m_options.logLevel;
+    pid_t const trial = fork(order, nullptr, -1);
+    if (trial < 0)
+        throw std::runtime_error(std::string("Can't start a process: ") + std::strerror(errno) +
+                                 ".");
+    spdlog::debug("trying the add-on {}", m_options.addonPath);
+    auto const limit = Clock::now() + TRIAL_LIMIT;
+    int status = 0;
+    while (::waitpid(trial, &status, WNOHANG) == 0) {
+        auto const left = std::chrono::ceil<std::chrono::milliseconds>(limit - Clock::now());
+        pollfd waiting{m_signals.descriptor(), POLLIN, 0};
+        bool const isOver = ::poll(&waiting, 1, std::max(0, static_cast<int>(left.count()))) == 0;
+        bool isStopped = false;
+        while (int const signal = m_signals.next())
+            isStopped = isStopped || signal != SIGCHLD;
+        if (isOver || isStopped) {
+            ::kill(trial, SIGKILL);
+            ::waitpid(trial, &status, 0);
+            m_isStopping = isStopped;
+            if (isStopped)
+                return;
+            throw std::runtime_error("The add-on " + m_options.addonPath +
+                                     " did not come up within a minute; nothing is served.");
+        }
+    }
+    if (status != 0)
+        throw std::runtime_error("The add-on " + m_options.addonPath +
+                                 " can't be used, so nothing is served: its trial " +
+                                 describe(status) + (WIFSIGNALED(status) ? "." : ", see above."));
+}
+
+void Server::startListening()
+{
+    m_listener = std::make_unique<Listener>(m_options.source.address);
+    Address const& bound = m_listener->boundAddress();
+    if (m_token.empty() && !isLoopback(bound))
+        throw std::runtime_error("The name service has changed its mind: " + m_options.source.text +
+                                 " is no longer of this machine alone.");
+    spdlog::info("listening on {}", textOf(bound));
+    if (!m_options.addressFile.empty())
+        writeAddressFile(m_options.addressFile, textOf(bound));
+}
+
+void Server::serveInherited()
+{
+    Ends ends = takeInheritedConnection(m_options.source);
+    tryAddon();
+    if (m_isStopping)
+        return;
+    if (!m_options.addressFile.empty())
+        writeAddressFile(m_options.addressFile, m_options.source.text);
+    bool const greets = m_options.source.kind == Source::Kind::StandardStreams;
+    m_exitStatus = 1; // unless a session comes about
+    startWorker(std::move(ends), m_options.source.text, greets);
+}
+
+bool Server::isDone() const
+{
+    return !m_listener && m_workers.empty();
+}
+
+void Server::waitForEvents()
+{
+    std::vector<pollfd> waiting{{m_signals.descriptor(), POLLIN, 0}};
+    bool const accepts = m_listener && !m_acceptAgainTime;
+    waiting.push_back({accepts ? m_listener->descriptor() : -1, POLLIN, 0});
+    for (Worker const& worker : m_workers)
+        waiting.push_back({worker.control.get(), POLLIN, 0});
+    if (::poll(waiting.data(), waiting.size(), millisecondsToNextDeadline()) < 0)
+        return;
+    auto state = waiting.begin() + 2;
+    for (Worker& worker : m_workers)
+        if ((state++)->revents != 0)
+            handleControl(worker);
+    handleSignals();
+    handleDeadlines();
+    if (m_listener && waiting[1].revents != 0)
+        acceptConnection();
+}
+
+int Server::millisecondsToNextDeadline() const
+{
+    std::optional<Clock::time_point> next = m_killTime;
+    if (m_acceptAgainTime && (!next || *m_acceptAgainTime < *next))
+        next = m_acceptAgainTime;
+    if (!next)
+        return -1;
+    auto const left = std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now()).count();
+    return static_cast<int>(std::max(left, 0L));
+}
+
+void Server::handleSignals()
+{
+    bool haveChildrenEnded = false;
+    while (int const signal = m_signals.next()) {
+        if (signal == SIGCHLD)
+            haveChildrenEnded = true;
+        else
+            stop(signal);
+    }
+    if (haveChildrenEnded)
+        reapWorkers();
+}
+
+void Server::handleDeadlines()
+{
+    auto const now = Clock::now();
+    if (m_acceptAgainTime && now >= *m_acceptAgainTime)
+        m_acceptAgainTime.reset();
+    if (!m_killTime || now < *m_killTime)
+        return;
+    if (!m_wereWorkersAsked) {
+        spdlog::warn("ending {} sessions that are still running", m_workers.size());
+        signalWorkers(SIGTERM);
+        m_wereWorkersAsked = true;
+        m_killTime = now + LAST_GRACE;
+    } else {
+        signalWorkers(SIGKILL);
+        m_killTime.reset();
+    }
+}
+
+void Server::acceptConnection()
+{
+    Descriptor connection(::accept4(m_listener->descriptor(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (!connection.isOpen()) {
+        pauseAccepting(errno);
+        return;
+    }
+    keepAlive(connection.get());
+    std::string const peer = nameOfPeer(connection.get());
+    Ends ends;
+    ends.writeEnd.reset(::fcntl(connection.get(), F_DUPFD_CLOEXEC, 0));
+    if (!ends.writeEnd.isOpen()) {
+        pauseAccepting(errno);
+        return;
+    }
+    ends.readEnd = std::move(connection);
+    if (numIn(Worker::State::Greeting) >= MAX_GREETINGS)
+        dropOldestGreeting();
+    startWorker(std::move(ends), peer, true);
+}
+
+/// A connection that failed before it was taken is none of our trouble. Anything else, as a lack of
+/// descriptors, would be met again at once and without end, so it is given time to pass.
+void Server::pauseAccepting(int error)
+{
+    constexpr int PASSING[] = {EAGAIN, EINTR,     ECONNABORTED, EPROTO,      ENETDOWN,
+                               ENONET, EHOSTDOWN, EHOSTUNREACH, ENETUNREACH, EOPNOTSUPP};
+    if (std::find(std::begin(PASSING), std::end(PASSING), error) != std::end(PASSING))
+        return;
+    auto const now = Clock::now();
+    m_acceptAgainTime = now + ACCEPT_PAUSE;
+    if (m_lastPauseReport && now - *m_lastPauseReport < 10s)
+        return;
+    m_lastPauseReport = now;
+    spdlog::error("can't take a connection: {}; trying again, see 'ulimit -n' if this goes on",
+                  std::strerror(error));
+}
+
+void Server::startWorker(Ends ends, std::string const& peer, bool greets)
+{
+    Worker worker;
+    worker.name = "session " + std::to_string(++m_numConnections);
+    worker.peer = peer;
+    worker.start = Clock::now();
+    WorkerOrder order;
+    order.task = greets ? WorkerTask::ServeGreeted : WorkerTask::ServeUngreeted;
+    order.name = worker.name;
+    order.addonPath = m_options.addonPath;
+    order.maxItemBytes = m_options.maxItemBytes;
+    order.greetingTimeout = m_options.greetingTimeout;
+    order.logLevel = m_options.logLevel;
+
+    int control[2];
+    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, control) != 0) {
+        refuseWithoutWorker(ends, peer, std::strerror(errno));
+        return;
+    }
+    worker.control.reset(control[0]);
+    Descriptor const workersControl(control[1]);
+    worker.process = fork(order, &ends, workersControl.get());
+    if (worker.process < 0) {
+        refuseWithoutWorker(ends, peer, std::strerror(errno));
+        return;
+    }
+    spdlog::debug("{}: {} has connected", worker.name, peer);
+    if (greets)
+        control::send(worker.control.get(), control::TOKEN, m_token);
+    else
+        worker.state = Worker::State::Admitted;
+    m_workers.push_back(std::move(worker));
+}
+
+pid_t Server::fork(WorkerOrder const& order, Ends const* ends, int control)
+{
+    WorkerOrder complete = order;
+    complete.server = ::getpid();
+    std::vector<std::string> words = complete.arguments();
+    words.insert(words.begin(), "vnxdataserver");
+    std::vector<char*> arguments;
+    for (std::string& word : words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    int const readEnd = ends != nullptr ? ends->readEnd.get() : -1;
+    int const writeEnd = ends != nullptr ? ends->writeEnd.get() : -1;
+    pid_t const process = ::fork();
+    if (process == 0)
+        becomeWorker(arguments.data(), readEnd, writeEnd, control);
+    return process;
+}
+
+void Server::refuseWithoutWorker(Ends const& ends, std::string const& peer,
+                                 std::string const& reason)
+{
+    spdlog::error("{} is refused, for no process can be started for it: {}", peer, reason);
+    std::string const answer =
+        greetingAnswer(false, "the data server can't start a process for the session (" + reason +
+                                  "); try again later");
+    if (m_options.source.kind != Source::Kind::InheritedSocket)
+        ::send(ends.writeEnd.get(), answer.data(), answer.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+}
+
+/// Whoever connects and says nothing can't keep others out.
+void Server::dropOldestGreeting()
+{
+    for (Worker const& worker : m_workers)
+        if (worker.state == Worker::State::Greeting) {
+            spdlog::warn("{}: {} is dropped in its greeting, for others are waiting", worker.name,
+                         worker.peer);
+            ::kill(worker.process, SIGKILL);
+            return;
+        }
+}
+
+void Server::handleControl(Worker& worker)
+{
+    std::string const message = control::receive(worker.control.get());
+    if (message.empty()) {
+        worker.control.reset();
+    } else if (message.front() == control::SERVING) {
+        sessionBegins(worker);
+    } else if (message.front() == control::MAY_I_SERVE) {
+        std::string const reason = reasonToRefuse();
+        if (reason.empty())
+            worker.state = Worker::State::Admitted;
+        control::send(worker.control.get(), reason.empty() ? control::SERVE : control::REFUSE,
+                      reason);
+    }
+}
+
+std::string Server::reasonToRefuse() const
+{
+    std::size_t const numSessions = numIn(Worker::State::Admitted) + numIn(Worker::State::Serving);
+    if (m_isStopping)
+        return "the data server is ending";
+    if (m_options.servesOnce && (m_onceIsUsedUp || numSessions > 0))
+        return "the data server serves one session only, and that has begun";
+    if (numSessions >= m_options.maxSessions)
+        return "the data server already has " + std::to_string(numSessions) +
+               (numSessions == 1 ? " session" : " sessions") +
+               ", which is its limit; try again "
+               "later";
+    return "";
+}
+
+void Server::sessionBegins(Worker& worker)
+{
+    worker.state = Worker::State::Serving;
+    worker.control.reset();
+    spdlog::info("{}: begins for {}", worker.name, worker.peer);
+    if (m_options.servesOnce) {
+        m_onceIsUsedUp = true;
+        m_listener.reset();
+    }
+}
+
+void Server::reapWorkers()
+{
+    int status = 0;
+    while (pid_t const process = ::waitpid(-1, &status, WNOHANG)) {
+        if (process < 0)
+            return;
+        auto const worker = std::find_if(m_workers.begin(), m_workers.end(),
+                                         [&](Worker const& w) { return w.process == process; });
+        if (worker == m_workers.end())
+            continue;
+        // Its last words come before its end.
+        pollfd said{worker->control.get(), POLLIN, 0};
+        while (worker->control.isOpen() && ::poll(&said, 1, 0) > 0)
+            handleControl(*worker);
+        workerEnded(*worker, status);
+        m_workers.erase(worker);
+    }
+}
+
+void Server::workerEnded(Worker& worker, int status)
+{
+    bool const wasSession = worker.state == Worker::State::Serving;
+    bool const wasOrderly = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    if (wasSession)
+        spdlog::log(wasOrderly ? spdlog::level::info : spdlog::level::warn,
+                    "{}: {} after {:.3f} s with {}", worker.name, describe(status),
+                    secondsSince(worker.start), worker.peer);
+    else
+        spdlog::info("{}: did not begin with {}", worker.name, worker.peer);
+    if (!wasSession || !m_options.servesOnce)
+        return;
+    m_exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 1;
+    for (Worker const& other : m_workers)
+        if (other.process != worker.process)
+            ::kill(other.process, SIGKILL); // still greeting, for nothing
+}
+
+void Server::stop(int signal)
+{
+    m_listener.reset();
+    for (Worker const& worker : m_workers)
+        if (worker.state == Worker::State::Greeting || m_isStopping)
+            ::kill(worker.process, SIGKILL);
+    if (m_isStopping)
+        return; // asked a second time: no more patience
+    m_isStopping = true;
+    std::size_t const numSessions = m_workers.size() - numIn(Worker::State::Greeting);
+    spdlog::info("{}: no longer listening; {} running", ::strsignal(signal),
+                 numSessions == 1 ? "1 session is" : std::to_string(numSessions) + " sessions are");
+    m_killTime = Clock::now() + GRACE;
+}
+
+void Server::signalWorkers(int signal)
+{
+    for (Worker const& worker : m_workers)
+        ::kill(worker.process, signal);
+}
+
+std::size_t Server::numIn(Worker::State state) const
+{
+    return static_cast<std::size_t>(
+        std::count_if(m_workers.begin(), m_workers.end(),
+                      [&](Worker const& worker) { return worker.state == state; }));
+}
+
+}

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace varnox::dataserver {
+
+/// Serves the commands of an accepted client over the two ends of its connection, which it closes.
+/// The result is the exit status: 0 after the end command or when the client hung up between two
+/// commands, else 1, with the text of what ended it in the log under the name.
+int serveSession(std::string const& addonPath, int readEnd, int writeEnd, std::size_t maxItemBytes,
+                 std::string const& name);
+
+/// Brings the add-on up without a client. 0 if it can be used; else 1, with its reason in the log.
+int tryAddon(std::string const& addonPath);
+
+}

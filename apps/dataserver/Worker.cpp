@@ -1,0 +1,153 @@
+#include "apps/dataserver/Worker.h"
+
+#include "apps/dataserver/Greeting.h"
+#include "apps/dataserver/Log.h"
+#include "apps/dataserver/Session.h"
+#include "socket/Descriptor.h"
+
+#include <spdlog/spdlog.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace varnox::dataserver {
+
+using socketutil::Descriptor;
+
+namespace control {
+
+bool send(int socket, char word, std::string const& text)
+{
+    std::string const message = word + text;
+    for (;;) {
+        if (::send(socket, message.data(), message.size(), MSG_NOSIGNAL) >= 0)
+            return true;
+        if (errno != EINTR)
+            return false;
+    }
+}
+
+std::string receive(int socket)
+{
+    std::string message(MAX_MESSAGE, '\0');
+    for (;;) {
+        ssize_t const got = ::recv(socket, message.data(), message.size(), 0);
+        if (got >= 0) {
+            message.resize(static_cast<std::size_t>(got));
+            return message;
+        }
+        if (errno != EINTR)
+            return "";
+    }
+}
+
+}
+
+namespace {
+
+constexpr int NO_SESSION = 1; // the exit status of a worker that has refused its client
+
+/// A worker ends with its server, however that ends.
+void followServer(pid_t server)
+{
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != server)
+        ::_exit(NO_SESSION); // it was gone before the line above
+}
+
+[[noreturn]] void throwServerGone()
+{
+    throw GreetingBroken("the server has ended");
+}
+
+/// Greets the client and asks the server whether there is a place for it. False: no session.
+bool greet(WorkerOrder const& order, int serverSocket)
+{
+    Greeting greeting(WorkerOrder::READ_END, WorkerOrder::WRITE_END, order.greetingTimeout);
+    try {
+        std::string token = control::receive(serverSocket);
+        if (token.empty())
+            throwServerGone();
+        greeting.receive(token.substr(1));
+        ::explicit_bzero(token.data(), token.size());
+        if (!control::send(serverSocket, control::MAY_I_SERVE))
+            throwServerGone();
+        std::string const reply = control::receive(serverSocket);
+        if (reply.empty())
+            throwServerGone();
+        if (reply.front() == control::REFUSE)
+            throw GreetingRefused(reply.substr(1));
+        greeting.accept();
+        return true;
+    } catch (GreetingRefused const& refusal) {
+        spdlog::warn("{}: refused: {}", order.name, printable(refusal.what()));
+        greeting.refuse(refusal.what());
+    } catch (GreetingBroken const& failure) {
+        spdlog::warn("{}: refused without an answer: {}", order.name, failure.what());
+    }
+    return false;
+}
+
+int serve(WorkerOrder const& order)
+{
+    Descriptor serverSocket(WorkerOrder::CONTROL);
+    if (order.task == WorkerTask::ServeGreeted && !greet(order, serverSocket.get())) {
+        ::close(WorkerOrder::READ_END);
+        ::close(WorkerOrder::WRITE_END);
+        return NO_SESSION;
+    }
+    control::send(serverSocket.get(), control::SERVING);
+    serverSocket.reset();
+    return serveSession(order.addonPath, WorkerOrder::READ_END, WorkerOrder::WRITE_END,
+                        order.maxItemBytes, order.name);
+}
+
+}
+
+std::vector<std::string> WorkerOrder::arguments() const
+{
+    return {OPTION,
+            std::to_string(static_cast<int>(task)),
+            name,
+            addonPath,
+            std::to_string(maxItemBytes),
+            std::to_string(greetingTimeout.count()),
+            logLevel,
+            std::to_string(server)};
+}
+
+WorkerOrder WorkerOrder::parse(std::vector<std::string> const& arguments)
+{
+    constexpr std::size_t NUM_ARGUMENTS = 8;
+    if (arguments.size() != NUM_ARGUMENTS)
+        throw std::invalid_argument("wrong number of arguments");
+    WorkerOrder order;
+    order.task = static_cast<WorkerTask>(std::stoi(arguments[1]));
+    order.name = arguments[2];
+    order.addonPath = arguments[3];
+    order.maxItemBytes = std::stoul(arguments[4]);
+    order.greetingTimeout = std::chrono::milliseconds(std::stol(arguments[5]));
+    order.logLevel = arguments[6];
+    order.server = std::stoi(arguments[7]);
+    return order;
+}
+
+int runWorker(WorkerOrder const& order)
+{
+    followServer(order.server);
+    ::prctl(PR_SET_NAME, "vnxdataserver");
+    std::signal(SIGPIPE, SIG_IGN); // a log that nobody reads any more ends no session
+    for (int const end : {WorkerOrder::READ_END, WorkerOrder::WRITE_END, WorkerOrder::CONTROL})
+        ::fcntl(end, F_SETFD, FD_CLOEXEC); // what an add-on starts doesn't hold the connection open
+    startLog(order.logLevel);
+    return order.task == WorkerTask::TryAddon ? tryAddon(order.addonPath) : serve(order);
+}
+
+}
