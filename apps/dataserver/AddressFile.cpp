@@ -36,12 +36,16 @@ void writeAddressFile(std::string const& path, std::string const& address)
     ::unlink(beside.c_str()); // of a dead process with the same number
     socketutil::Descriptor file(
         ::open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, READABLE));
-    if (file.isOpen() && writeAll(file.get(), address + "\n") &&
-        ::rename(beside.c_str(), path.c_str()) == 0)
-        return;
-    std::string const reason = std::strerror(errno);
-    if (file.isOpen())
-        ::unlink(beside.c_str());
+    bool const isWritten = file.isOpen() && writeAll(file.get(), address + "\n");
+    int error = errno;
+    file.reset();
+    if (isWritten) {
+        if (::rename(beside.c_str(), path.c_str()) == 0)
+            return;
+        error = errno;
+    }
+    ::unlink(beside.c_str());
+    std::string const reason = std::strerror(error);
     throw std::runtime_error("Can't write the address file " + path + ": " + reason + ".");
 }
 

@@ -94,7 +94,8 @@ void Greeting::refuse(std::string const& reason)
     } catch (GreetingBroken const&) {
         return;
     }
-    ::shutdown(m_writeEnd, SHUT_WR);
+    if (::shutdown(m_writeEnd, SHUT_WR) != 0)
+        return; // a pipe keeps what it holds
     std::size_t numTaken = 0;
     constexpr std::size_t ENOUGH = 1024 * 1024;
     char unread[4096];

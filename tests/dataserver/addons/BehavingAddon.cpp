@@ -1,0 +1,71 @@
+// A loader add-on that behaves as the last word of the path tells, and writes beside the file, in
+// PATH.begun, the number of its process and of each open descriptor before it does.
+
+#include "varnox/Export.h"
+#include "varnox/hostapi/VnxUtil.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include <unistd.h>
+
+namespace {
+
+void reportBeginning(std::string const& path)
+{
+    std::ofstream report(path + ".part");
+    report << ::getpid();
+    for (auto const& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+        report << ' ' << entry.path().filename().string();
+    report.close();
+    std::filesystem::rename(path + ".part", path + ".begun");
+}
+
+[[noreturn]] void spin()
+{
+    for (unsigned volatile i = 0;;)
+        i = i + 1;
+}
+
+char load(StringList_s* instructions, unsigned long)
+{
+    long const count = VnxUtilStringListGetCount(instructions);
+    std::string const path = VnxUtilStringListGetRawStringPtr(instructions, count);
+    std::string const word = path.substr(path.find_last_of('/') + 1);
+    reportBeginning(path);
+    if (word == "aborts.hdqfs")
+        std::abort();
+    if (word == "exits.hdqfs")
+        ::_exit(7);
+    if (word == "spins.hdqfs")
+        spin();
+    if (word == "asks.hdqfs")
+        VnxUtilDataSetGetNumZones();
+    if (word == "prints.hdqfs")
+        std::puts("printed by the add-on");
+    return word == "fails.hdqfs" ? 0 : 1;
+}
+
+}
+
+extern "C" VNX_EXPORT void InitVnxAddOn113()
+{
+#ifdef VNX_ABORTS_AT_START
+    std::abort();
+#endif
+#ifdef VNX_HANGS_AT_START
+    spin();
+#endif
+    VnxUtilLockOn();
+    VnxUtilAddOnRegister(113, "Behaving loader", "2026", "Tests");
+    _ArgList_s* args = VnxUtilArgListAlloc();
+    VnxUtilArgListAppendFunction(args, "LoaderCallback", reinterpret_cast<void const*>(load));
+    VnxUtilArgListAppendString(args, "LoaderName", "Behaving");
+    VnxUtilArgListAppendString(args, "FileNameExtensions", "hdqfs");
+    VnxUtilImportAddLoaderX(args);
+    VnxUtilArgListDealloc(&args);
+    VnxUtilLockOff();
+}
