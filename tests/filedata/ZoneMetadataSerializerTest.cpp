@@ -1,12 +1,14 @@
 #include "filedata/ZoneMetadataSerializer.h"
 
 #include "filedata/FileSetMetadata.h"
+#include "tests/support/Messages.h"
 #include "tests/support/RecordingSocket.h"
 #include "varnox/IOException.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <vector>
 
 namespace varnox::hdqlib {
 namespace {
@@ -129,6 +131,143 @@ TEST(ZoneMetadataSerializer, PolyhedralZoneHasOneSectionWithoutTables)
     EXPECT_EQ(received->numSections, 1U);
     EXPECT_TRUE(received->numElemsPerSection.isNull());
     EXPECT_EQ(received->numCellsPerSecPtn.size(), 1U);
+}
+
+std::string const mixedGolden = hex("08 00 00 00"             // a mixed zone
+                                    "00"                      // not in subzones
+                                    "08 00 00 00 00 00 00 00" // nodes, cells, faces
+                                    "03 00 00 00 00 00 00 00"
+                                    "00 00 00 00 00 00 00 00"
+                                    "01 00 00 00"             // one partition
+                                    "02 00 00 00"             // two sections:
+                                    "02 00 00 00 00 00 00 00" // elements
+                                    "01 00 00 00 00 00 00 00 02 00 00 00 00 00 00 00"
+                                    "02 00 00 00 00 00 00 00 04 03"                   // shapes
+                                    "02 00 00 00 00 00 00 00 01 02"                   // orders
+                                    "02 00 00 00 00 00 00 00 00 01"                   // bases
+                                    "01 00 00 00 00 00 00 00 01 00 00 00 00 00 00 00" // cells
+                                    "01 00 00 00 00 00 00 00 02 00 00 00 00 00 00 00"
+                                    "01 00 00 00 00 00 00 00 08 00 00 00 00 00 00 00" // nodes
+                                    "01 00 00 00 00 00 00 00 05 00 00 00" // cell subzones
+                                    "01 00 00 00 00 00 00 00 06 00 00 00"
+                                    "01 00 00 00 00 00 00 00 07 00 00 00" // node subzones
+                                    "00 00 00 00");                       // no ranges
+
+TEST(ZoneMetadataSerializer, MixedZoneIsItsGoldenBytes)
+{
+    auto const received = rebuilt(mixedGolden);
+    ASSERT_EQ(received->numSections, 2U);
+    EXPECT_EQ(received->numElemsPerSection[1], 2);
+    EXPECT_EQ(received->basisFuncPerSection[1], 1);
+    EXPECT_EQ(received->numCellsPerSecPtn[1][0], 2);
+    EXPECT_EQ(received->numCszsPerSecPtn[1][0], 6U);
+    EXPECT_EQ(received->numNszsPerPtn[0], 7U);
+    EXPECT_EQ(received->varMinMaxTrees.size(), 0U);
+    EXPECT_EQ(bytesOf(*received), mixedGolden);
+}
+
+// Two partitions along I, with the ranges of one variable.
+std::string const orderedGolden =
+    hex("00 00 00 00 01" // an ordered zone in subzones
+        "05 00 00 00 00 00 00 00 03 00 00 00 00 00 00 00 02 00 00 00 00 00 00 00"
+        "02 00 00 00"                                                             // partitions
+        "02 00 00 00 00 00 00 00 04 00 00 00 00 00 00 00 04 00 00 00 00 00 00 00" // cells
+        "02 00 00 00 00 00 00 00 12 00 00 00 00 00 00 00 12 00 00 00 00 00 00 00" // nodes
+        "00 00 00 00 00 00 00 00 00 00 00 00 02 00 00 00 02 00 00 00 01 00 00 00" // corners,
+        "02 00 00 00 00 00 00 00 00 00 00 00 04 00 00 00 02 00 00 00 01 00 00 00" // interleaved
+        "02 00 00 00 00 00 00 00 01 00 00 00 02 00 00 00"                         // cell subzones
+        "02 00 00 00 00 00 00 00 03 00 00 00 04 00 00 00"                         // node subzones
+        "01 00 00 00"                                       // variables with ranges
+        "00 00 00 00 00 00 f0 bf 00 00 00 00 00 00 f0 3f"   // -1 to 1
+        "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 40"); // 0 to 2
+
+TEST(ZoneMetadataSerializer, OrderedZoneIsItsGoldenBytes)
+{
+    auto const received = rebuilt(orderedGolden);
+    EXPECT_EQ(received->ijk.ij, 15);
+    EXPECT_EQ(received->ptnMinIJK[1].i, 2);
+    EXPECT_EQ(received->ptnMaxIJK[1].i, 4);
+    EXPECT_EQ(received->ptnMaxIJK[1].ij, 8);
+    EXPECT_EQ(received->ptnRTree->size(), 2U);
+    ASSERT_EQ(received->varMinMaxTrees.size(), 1U);
+    EXPECT_EQ(received->varMinMaxTrees[0].levels[0][1].max, 2);
+    EXPECT_EQ(received->varMinMaxTrees[0].levels[4][0].min, -1);
+    EXPECT_EQ(received->varMinMaxTrees[0].levels[4][0].max, 2);
+    EXPECT_EQ(bytesOf(*received), orderedGolden);
+}
+
+/// A polyhedral zone of one partition with vectors of the stated lengths.
+std::string polyhedralBytes(std::uint64_t cellCount, std::uint64_t nodeCount)
+{
+    return cached([&](WriteCache& cache) {
+        cache.addInt32(7);
+        cache.addBool(true);
+        cache.addInt64(1);
+        cache.addInt64(2);
+        cache.addInt64(3);
+        cache.addUInt32(1);
+        cache.addInt64Vector(std::vector<long>(cellCount, 4));
+        cache.addInt64Vector(std::vector<long>(nodeCount, 5));
+        cache.addUInt32Vector({6});
+        cache.addUInt32Vector({7});
+        cache.addInt32(0);
+    });
+}
+
+TEST(ZoneMetadataSerializer, WhatAVectorHoldsBeyondThePartitionsIsIgnored)
+{
+    auto const received = rebuilt(polyhedralBytes(3, 2));
+    EXPECT_EQ(received->numCellsPerSecPtn[0][0], 4);
+    EXPECT_EQ(received->numNodesPerPtn[0], 5);
+    EXPECT_EQ(bytesOf(*received), polyhedralBytes(1, 1));
+}
+
+TEST(ZoneMetadataSerializer, VectorShorterThanThePartitionsIsRefused)
+{
+    RecordingSocket socket(polyhedralBytes(1, 0));
+    EXPECT_EQ(tests::messageOf<IOException>([&] { ZoneMetadataSerializer::deserialize(socket); }),
+              "Received zone metadata with a vector of 0 elements where 1 belong.");
+}
+
+TEST(ZoneMetadataSerializer, TypesOneToFiveGetTheirSection)
+{
+    unsigned const corners[] = {3, 4, 4, 8, 2};
+    for (int type = 1; type <= 5; ++type) {
+        ZoneMetadata zone;
+        zone.ijk = {10, 20, 0, 200};
+        zone.setZoneType(static_cast<ZoneType_e>(type));
+        auto const received = rebuilt(bytesOf(zone));
+        EXPECT_EQ(received->numSections, 1U);
+        EXPECT_EQ(received->numElemsPerSection[0], 20);
+        EXPECT_EQ(received->numCornersPerSection[0], corners[type - 1]);
+        EXPECT_EQ(bytesOf(*received), bytesOf(zone));
+    }
+}
+
+TEST(ZoneMetadataSerializer, NumberOfPartitionsAloneTakesNoMemory)
+{
+    std::string const bytes = cached([&](WriteCache& cache) {
+        cache.addInt32(7);
+        cache.addBool(true);
+        for (int axis = 0; axis < 3; ++axis)
+            cache.addInt64(1);
+        cache.addUInt32(0x10000001);
+    });
+    RecordingSocket socket(bytes);
+    EXPECT_THROW(ZoneMetadataSerializer::deserialize(socket), IOException);
+}
+
+TEST(ZoneMetadataSerializer, FailureOfTheConnectionIsAnIOExceptionWithItsText)
+{
+    for (std::string const& whole : {mixedGolden, orderedGolden}) {
+        for (std::size_t length = 0; length < whole.size(); ++length) {
+            RecordingSocket socket(whole.substr(0, length));
+            EXPECT_EQ(
+                tests::messageOf<IOException>([&] { ZoneMetadataSerializer::deserialize(socket); }),
+                "the script has ended")
+                << length;
+        }
+    }
 }
 
 TEST(ZoneMetadataSerializer, CutRecordIsAnIOException)

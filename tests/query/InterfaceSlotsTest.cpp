@@ -1,6 +1,7 @@
 // An add-on is compiled apart and reaches the operations by their positions in the virtual table.
 
 #include "query/SubzoneVarValues.h"
+#include "tests/support/Slots.h"
 #include "varnox/hdq/CellConnectivityQueryInterface.h"
 #include "varnox/hdq/DataSetRegistrationInterface.h"
 #include "varnox/hdq/LoaderInterface.h"
@@ -13,21 +14,12 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <cstring>
 #include <vector>
 
 namespace varnox::hdq {
 namespace {
 
-/// The position of a virtual function, which a pointer to it holds as one more than its offset.
-template <typename Member>
-std::size_t slot(Member member)
-{
-    std::ptrdiff_t offset = 0;
-    static_assert(sizeof member >= sizeof offset);
-    std::memcpy(&offset, &member, sizeof offset);
-    return static_cast<std::size_t>(offset - 1) / sizeof(void*);
-}
+using tests::slot;
 
 /// The positions of operations that are named in the order in which they must stand.
 template <typename... Members>
