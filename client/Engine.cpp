@@ -153,8 +153,15 @@ decltype(auto) Engine::converse(std::string const& action, F&& f)
 
 void Engine::report(char const* action, std::uint64_t done, std::uint64_t total)
 {
+    m_progress = {action, done, total};
     if (m_report)
-        m_report({action, done, total});
+        m_report(m_progress);
+}
+
+void Engine::setProgress(std::function<void(Progress const&)> report)
+{
+    m_report = std::move(report);
+    m_socket.setOnWait(m_report ? [this] { m_report(m_progress); } : std::function<void()>());
 }
 
 void Engine::reportLoading()
@@ -293,6 +300,7 @@ DataSet const& Engine::load(std::vector<std::string> const& paths)
     m_shapes.clear();
     m_setUp.clear();
     m_builder.beginLoad();
+    m_progress = {"Loading", 0, 0};
     bool const loaded = converse("loading " + printable(paths.front()), [&] {
         WriteCache command;
         command.addString(LOAD_DATASET);
@@ -308,7 +316,7 @@ DataSet const& Engine::load(std::vector<std::string> const& paths)
     std::string const log = m_serverLog ? printable(m_serverLog(), 2000) : std::string();
     if (reason.empty())
         reason = log.empty() ? "The loader gave no reason; the server's log may tell more."
-                             : "The loader gave no reason. The server's last words: " + log;
+                             : "The loader gave no reason. The server's last words:\n" + log;
     throw LoadFailed(
         "Could not load " + printable(paths.front()) +
         (paths.size() > 1 ? " and " + std::to_string(paths.size() - 1) + " more: " : ": ") +

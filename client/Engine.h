@@ -91,8 +91,8 @@ public:
 
     /// For keys of a loader that this client doesn't know.
     ArgKeys& argKeys() { return m_argKeys; }
-    /// Called often while something long goes on.
-    void setProgress(std::function<void(Progress const&)> report) { m_report = std::move(report); }
+    /// Called often while something long goes on, also while nothing comes from the server.
+    void setProgress(std::function<void(Progress const&)> report);
     /// Gives the server's last words, for messages about a lost connection.
     void setServerLog(std::function<std::string()> log) { m_serverLog = std::move(log); }
 
@@ -166,6 +166,7 @@ private:
     std::function<std::string()> m_serverLog;
     std::map<int, ZoneShape> m_shapes;
     std::set<std::pair<int, int>> m_setUp; // zone and variable
+    Progress m_progress;
     bool m_isBroken = false;
 };
 

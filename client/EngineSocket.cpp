@@ -88,7 +88,7 @@ void EngineSocket::flush()
 /// What is there, at least one byte; 0 if nothing is and the call must not wait.
 std::size_t EngineSocket::receiveSome(void* out, std::size_t byteCount)
 {
-    bool const mayWait = m_out.empty() && !m_deadline;
+    bool const mayWait = m_out.empty() && !m_deadline && !m_onWait;
     for (;;) {
         ssize_t const got = ::recv(m_descriptor, out, byteCount, mayWait ? 0 : MSG_DONTWAIT);
         if (got > 0)
@@ -102,23 +102,32 @@ std::size_t EngineSocket::receiveSome(void* out, std::size_t byteCount)
     }
 }
 
+/// -1 for without bound. Throws when the time is over.
+int EngineSocket::millisecondsToWait() const
+{
+    int const step = m_onWait ? static_cast<int>(WAIT_STEP.count()) : -1;
+    if (!m_deadline)
+        return step;
+    auto const left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        *m_deadline - std::chrono::steady_clock::now());
+    if (left.count() <= 0)
+        throw SocketException("Receiving failed: no answer within the time allowed.");
+    int const rest = static_cast<int>(left.count()) + 1;
+    return step < 0 ? rest : std::min(rest, step);
+}
+
 std::size_t EngineSocket::waitAndReceive(void* out, std::size_t byteCount)
 {
     for (;;) {
         bool const allSent = sendSome(MSG_DONTWAIT);
         if (std::size_t const got = receiveSome(out, byteCount))
             return got;
-        int milliseconds = -1;
-        if (m_deadline) {
-            auto const left = std::chrono::duration_cast<std::chrono::milliseconds>(
-                *m_deadline - std::chrono::steady_clock::now());
-            if (left.count() <= 0)
-                throw SocketException("Receiving failed: no answer within the time allowed.");
-            milliseconds = static_cast<int>(left.count()) + 1;
-        }
         pollfd waiting{m_descriptor, static_cast<short>(allSent ? POLLIN : POLLIN | POLLOUT), 0};
-        if (::poll(&waiting, 1, milliseconds) < 0 && errno != EINTR)
+        int const ready = ::poll(&waiting, 1, millisecondsToWait());
+        if (ready < 0 && errno != EINTR)
             throwSystemError("Waiting for the other side");
+        if (ready == 0 && m_onWait)
+            m_onWait();
     }
 }
 

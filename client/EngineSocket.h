@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,6 +21,7 @@ namespace varnox::client {
 class EngineSocket : public socketutil::SocketInterface
 {
 public:
+    static constexpr std::chrono::milliseconds WAIT_STEP{100};
     static constexpr std::size_t DEFAULT_MAX_ITEM_BYTES = std::size_t{1} << 30;
 
     /// Takes over the descriptor and closes it in the end. maxItemBytes is the limit for one
@@ -32,6 +34,9 @@ public:
     /// From now on a receive that has to wait longer than this, counted from now, throws. None
     /// waits without bound.
     void setTimeout(std::optional<std::chrono::milliseconds> timeout);
+
+    /// Called again and again, every WAIT_STEP, while a receive has to wait. None saves its cost.
+    void setOnWait(std::function<void()> onWait) { m_onWait = std::move(onWait); }
 
     /// Sends what has been collected. Throws SocketException.
     void flush();
@@ -77,6 +82,7 @@ private:
     void write(void const* bytes, std::size_t byteCount);
     bool sendSome(int flags);
     std::size_t receiveSome(void* out, std::size_t byteCount);
+    int millisecondsToWait() const;
     std::size_t waitAndReceive(void* out, std::size_t byteCount);
 
     int m_descriptor;
@@ -88,6 +94,7 @@ private:
     std::size_t m_outBegin = 0;
     std::uint64_t m_received = 0;
     std::optional<std::chrono::steady_clock::time_point> m_deadline;
+    std::function<void()> m_onWait;
 };
 
 }

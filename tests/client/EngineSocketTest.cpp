@@ -133,6 +133,19 @@ TEST(EngineSocket, TimeoutIsAnException)
     EXPECT_EQ(socket.receiveInt(), 3);
 }
 
+TEST(EngineSocket, TellsThatItWaits)
+{
+    Peer peer;
+    EngineSocket socket(peer.takeEngineEnd());
+    int times = 0;
+    socket.setOnWait([&] {
+        if (++times == 2)
+            peer.say(hex("03 00 00 00"));
+    });
+    EXPECT_EQ(socket.receiveInt(), 3);
+    EXPECT_EQ(times, 2);
+}
+
 TEST(EngineSocket, TooLongAStringIsRefusedUnread)
 {
     Peer peer;

@@ -212,6 +212,8 @@ char loadDataSet(StringList_s* instructions, unsigned long)
         buildManyZones();
     else if (word == "hangs.hdqfs")
         ::pause();
+    else if (word == "slow.hdqfs")
+        ::usleep(900'000);
     else if (word == "dies.hdqfs")
         ::_exit(9);
     else if (word == "throws.hdqfs")
