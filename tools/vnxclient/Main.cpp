@@ -105,7 +105,8 @@ void run(Commands const& commands, Options const& options, ProgressBar& bar)
 {
     Connection connection(options.connection);
     client::Engine& engine = connection.engine();
-    engine.setProgress([&bar](client::Progress const& progress) { bar.update(progress); });
+    if (bar.isWatched())
+        engine.setProgress([&bar](client::Progress const& progress) { bar.update(progress); });
     std::unique_ptr<Output> output;
     auto const open = [&] {
         output = options.outputPath.empty() ? std::make_unique<Output>()

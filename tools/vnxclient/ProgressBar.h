@@ -15,6 +15,8 @@ public:
     ProgressBar& operator=(ProgressBar const&) = delete;
     ~ProgressBar() { clear(); }
 
+    /// False if there is no terminal, and nothing will ever be drawn.
+    bool isWatched() const { return m_isWatched; }
     void update(client::Progress const& progress);
     /// Wipes the bar from its line.
     void clear();
