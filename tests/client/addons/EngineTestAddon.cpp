@@ -5,6 +5,8 @@
 #include "varnox/hostapi/VnxUtil.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -201,6 +203,16 @@ void buildManyZones()
     VnxUtilArgListDealloc(&none);
 }
 
+/// Never returns, and says beside the data file who hangs.
+void hang(std::string const& path)
+{
+    std::string const unfinished = path + ".unfinished";
+    std::ofstream(unfinished) << ::getpid();
+    std::rename(unfinished.c_str(), (path + ".pid").c_str());
+    for (;;)
+        ::pause();
+}
+
 char loadDataSet(StringList_s* instructions, unsigned long)
 {
     long const count = VnxUtilStringListGetCount(instructions);
@@ -211,7 +223,7 @@ char loadDataSet(StringList_s* instructions, unsigned long)
     else if (word == "many.hdqfs")
         buildManyZones();
     else if (word == "hangs.hdqfs")
-        ::pause();
+        hang(path);
     else if (word == "slow.hdqfs")
         ::usleep(900'000);
     else if (word == "dies.hdqfs")

@@ -1,0 +1,477 @@
+#include "tests/vnxclient/Process.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <thread>
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace varnox::tests {
+namespace {
+
+using namespace std::chrono_literals;
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+std::string const CLIENT = std::string(VNX_BIN_DIR) + "/vnxclient";
+std::string const SERVER = std::string(VNX_BIN_DIR) + "/vnxdataserver";
+std::string const DATA = std::string(VNX_SOURCE_DIR) + "/examples/data/";
+std::string const TEST_ADDON = std::string(VNX_LIB_DIR) + "/vnxenginetestaddon.so";
+
+struct Result
+{
+    int status;
+    std::string output;
+    std::string error;
+};
+
+Result run(std::vector<std::string> arguments, Process::Setup const& setup = {})
+{
+    arguments.insert(arguments.begin(), CLIENT);
+    Process process(arguments, setup);
+    int const status = process.wait();
+    return {status, process.output(), process.error()};
+}
+
+std::string contentsOf(std::string const& path)
+{
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+/// The numbers of a text report, without its headings.
+std::vector<double> numbersIn(std::string const& text)
+{
+    std::istringstream lines(text);
+    std::vector<double> result;
+    for (std::string line; std::getline(lines, line);)
+        if (!line.empty() && line.front() != '#')
+            result.push_back(std::stod(line));
+    return result;
+}
+
+class VnxClient : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        folder = std::filesystem::temp_directory_path() /
+                 ("vnxclientprogram" + std::to_string(::getpid()));
+        std::filesystem::create_directories(folder);
+    }
+    void TearDown() override { std::filesystem::remove_all(folder); }
+
+    std::string inFolder(std::string const& name) const { return (folder / name).string(); }
+
+    std::string write(std::string const& name, std::string const& text, mode_t mode) const
+    {
+        std::string const path = inFolder(name);
+        std::ofstream(path) << text;
+        ::chmod(path.c_str(), mode);
+        return path;
+    }
+
+    /// A data file under a name that tells the test add-on what to do.
+    std::string fileNamed(std::string const& name) const
+    {
+        std::filesystem::copy_file(DATA + "tjunction_grid.hdqfs", inFolder(name),
+                                   std::filesystem::copy_options::overwrite_existing);
+        return inFolder(name);
+    }
+
+    std::filesystem::path folder;
+};
+
+// Usage.
+
+class WrongUsageOf : public testing::TestWithParam<std::vector<std::string>>
+{
+};
+
+TEST_P(WrongUsageOf, EndsWithTwoAndWords)
+{
+    Result const result = run(GetParam());
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.error, "");
+    EXPECT_EQ(result.output, "");
+}
+
+std::vector<std::string> const wrongUsages[] = {
+    {},
+    {"frobnicate"},
+    {"info"},
+    {"ls"},
+    {"types", "--unknown"},
+    {"values", "a"},
+    {"values", "a", "--zone", "1"},
+    {"values", "a", "--zone", "1", "--var", "1", "--raw"},
+    {"values", "a", "--zone", "1", "--var", "1", "--raw", "--output", "o", "--json"},
+    {"values", "a", "--zone", "1", "--var", "1", "--subzones", "1", "--all"},
+    {"values", "a", "--zone", "1", "--var", "1", "--subzones", "1", "--on-demand"},
+    {"values", "a", "--zone", "1", "--var", "1", "--subzones", "x"},
+    {"types", "--connect", "nowhere"},
+    {"types", "--connect", "tcp:host"},
+    {"types", "--connect", "unix:/x", "--addon", "a.so"},
+    {"types", "--token-file", "t"}};
+
+INSTANTIATE_TEST_SUITE_P(Lines, WrongUsageOf, testing::ValuesIn(wrongUsages));
+
+TEST_F(VnxClient, HelpAndVersionAreNoFailures)
+{
+    EXPECT_EQ(run({"--help"}).status, 0);
+    EXPECT_THAT(run({"--help"}).output, HasSubstr("--connect"));
+    EXPECT_EQ(run({"values", "--help"}).status, 0);
+    EXPECT_THAT(run({"--version"}).output, StartsWith("vnxclient "));
+}
+
+// A server of its own.
+
+TEST_F(VnxClient, TellsTheFileTypes)
+{
+    Result const text = run({"types"});
+    EXPECT_EQ(text.status, 0) << text.error;
+    EXPECT_EQ(text.output, "Loader:     HDQFS\nExtensions: hdqfs\n");
+    EXPECT_EQ(json::parse(run({"types", "--json"}).output),
+              (json{{"loader", "HDQFS"}, {"extensions", "hdqfs"}}));
+}
+
+TEST_F(VnxClient, ListsADirectory)
+{
+    write("odd\nname.hdqfs", "12345", 0640);
+    Result const text = run({"ls", folder.string()});
+    EXPECT_EQ(text.status, 0) << text.error;
+    EXPECT_THAT(text.output, StartsWith(folder.string() + "\nrw-r-----  regular        5 "));
+    EXPECT_THAT(text.output, testing::EndsWith("  odd?name.hdqfs\n"));
+    json const listing = json::parse(run({"ls", folder.string(), "--json"}).output);
+    EXPECT_EQ(listing["directory"], folder.string());
+    ASSERT_EQ(listing["entries"].size(), 1U);
+    EXPECT_EQ(listing["entries"][0]["name"], "odd\nname.hdqfs");
+    EXPECT_EQ(listing["entries"][0]["size"], 5);
+    EXPECT_EQ(listing["entries"][0]["permissions"], 0640);
+}
+
+TEST_F(VnxClient, DescribesADataSetInText)
+{
+    Result const result = run({"info", DATA + "tankbox_partitions.hdqfs"});
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_THAT(result.output, HasSubstr("Title:     Dam break on a regular grid\nZones:     1\n"));
+    EXPECT_THAT(result.output,
+                HasSubstr("Zone 1 'box': ordered, in subzones, 40 x 33 x 26 nodes\n"));
+    EXPECT_THAT(result.output, HasSubstr("partitions 8, node subzones 288, cell subzones 240\n"));
+    EXPECT_THAT(result.output, HasSubstr("  3   level        int16   nodal         0 to 1000\n"));
+    EXPECT_EQ(result.error, "");
+}
+
+TEST_F(VnxClient, DescribesADataSetInJson)
+{
+    Result const result = run({"--json", "info", DATA + "tjunction_grid.hdqfs",
+                               DATA + "tjunction_t05.hdqfs", DATA + "tjunction_t10.hdqfs"});
+    EXPECT_EQ(result.status, 0) << result.error;
+    json const info = json::parse(result.output);
+    EXPECT_EQ(info["title"], "T-junction, turbulent, transient");
+    EXPECT_EQ(info["solutionTimes"], (json{0.5, 1.0}));
+    EXPECT_EQ(info["variables"].size(), 10U);
+    ASSERT_EQ(info["zones"].size(), 2U);
+    json const& zone = info["zones"][1];
+    EXPECT_EQ(zone["type"], "bricks");
+    EXPECT_EQ(zone["nodes"], 5616);
+    EXPECT_EQ(zone["cells"], 3875);
+    EXPECT_EQ(zone["connectivityFromZone"], 1);
+    EXPECT_EQ(zone["partitions"][0]["nodeSubzones"], 22);
+    EXPECT_EQ(zone["partitions"][0]["cellSubzones"], json{16});
+    EXPECT_EQ(zone["variables"][0]["sharedFromZone"], 1);
+    EXPECT_EQ(zone["variables"][9]["name"], "p_cell");
+    EXPECT_EQ(zone["variables"][9]["type"], "double");
+    EXPECT_EQ(zone["variables"][9]["location"], "cell-centred");
+}
+
+TEST_F(VnxClient, ReadsTheSameValuesOnEveryRoad)
+{
+    std::vector<std::string> const what{"values",
+                                        DATA + "tjunction_grid.hdqfs",
+                                        DATA + "tjunction_t05.hdqfs",
+                                        "--zone",
+                                        "internal",
+                                        "--var",
+                                        "p"};
+    auto const with = [&](std::vector<std::string> const& more) {
+        std::vector<std::string> arguments = what;
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        Result const result = run(arguments);
+        EXPECT_EQ(result.status, 0) << result.error;
+        return result.output;
+    };
+    std::vector<double> const bySubzones = numbersIn(with({}));
+    ASSERT_EQ(bySubzones.size(), 5616U);
+    EXPECT_EQ(numbersIn(with({"--on-demand"})), bySubzones);
+    EXPECT_EQ(numbersIn(with({"--all", "--output", inFolder("text")})).size(), 0U);
+    EXPECT_EQ(numbersIn(contentsOf(inFolder("text"))), bySubzones);
+
+    with({"--output", inFolder("raw"), "--raw"});
+    std::string const bytes = contentsOf(inFolder("raw"));
+    std::vector<float> raw(bytes.size() / sizeof(float));
+    std::memcpy(raw.data(), bytes.data(), raw.size() * sizeof(float));
+    ASSERT_EQ(raw.size(), bySubzones.size());
+    for (std::size_t i = 0; i < raw.size(); ++i)
+        ASSERT_EQ(raw[i], static_cast<float>(bySubzones[i])) << "value " << i;
+
+    json const subzones = json::parse(with({"--json"}));
+    EXPECT_EQ(subzones["variableName"], "p");
+    EXPECT_EQ(subzones["type"], "float");
+    ASSERT_EQ(subzones["subzones"].size(), 22U);
+    EXPECT_EQ(subzones["subzones"][21]["values"].size(), 5616U - 21U * 256U);
+    EXPECT_EQ(subzones["subzones"][1]["values"][0].get<float>(), raw[256]);
+    EXPECT_EQ(json::parse(with({"--json", "--on-demand"}))["values"].size(), 5616U);
+
+    std::string const one = with({"--subzones", "1,0"});
+    EXPECT_THAT(one, HasSubstr("# subzone 1: 256 values\n"));
+    EXPECT_EQ(numbersIn(one).front(), bySubzones[256]);
+    EXPECT_EQ(numbersIn(one)[256], bySubzones[0]);
+}
+
+struct Failing
+{
+    char const* name;
+    std::vector<std::string> arguments;
+    std::string message;
+};
+
+class FailureOf : public testing::TestWithParam<Failing>
+{
+};
+
+TEST_P(FailureOf, EndsWithOneAndSaysWhy)
+{
+    Result const result = run(GetParam().arguments);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.error, StartsWith("vnxclient: "));
+    EXPECT_THAT(result.error, HasSubstr(GetParam().message));
+}
+
+std::string const BOX = DATA + "tankbox_partitions.hdqfs";
+
+Failing const failures[] = {
+    {"MissingFile", {"info", "/nowhere.hdqfs"}, "Failed to open file for reading: /nowhere.hdqfs"},
+    {"ForeignFile", {"info", CLIENT}, "Could not load " + CLIENT},
+    {"MissingAddon", {"--addon", "/no.so", "types"}, "Unable to load library /no.so"},
+    {"UnknownZone", {"values", BOX, "--zone", "x", "--var", "1"}, "There is no zone 'x'."},
+    {"UnknownVariable", {"values", BOX, "--zone", "1", "--var", "10"}, "no variable 10 in zone 1"},
+    {"UnknownSubzone",
+     {"values", BOX, "--zone", "1", "--var", "1", "--subzones", "8/0"},
+     "There is no node subzone 8/0 in zone 1"},
+    {"NobodyListens", {"types", "--connect", "unix:/nowhere/socket"}, "Is the server running"},
+    {"MissingTokenFile",
+     {"types", "--connect", "unix:/x", "--token-file", "/nowhere"},
+     "The token file '/nowhere'"},
+    {"OptionForSsh", {"types", "--connect", "ssh:-oX"}, "no host for ssh"},
+    {"OutputThatCantBe",
+     {"values", BOX, "--zone", "1", "--var", "1", "--output", "/nowhere/x"},
+     "Could not write '/nowhere/x'"}};
+
+INSTANTIATE_TEST_SUITE_P(Failures, FailureOf, testing::ValuesIn(failures),
+                         [](auto const& test) { return std::string(test.param.name); });
+
+TEST_F(VnxClient, UnfinishedFileIsRemoved)
+{
+    Result const result = run({"values", DATA + "tankbox_partitions.hdqfs", "--zone", "1", "--var",
+                               "1", "--subzones", "0,99", "--output", inFolder("values")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_FALSE(std::filesystem::exists(inFolder("values")));
+}
+
+TEST_F(VnxClient, FullDiskIsAFailure)
+{
+    Process::Setup setup;
+    setup.outputPath = "/dev/full";
+    Result const result = run({"types"}, setup);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.error, HasSubstr("Could not write to standard output: No space left"));
+}
+
+TEST_F(VnxClient, EndsQuietlyWhenNobodyReads)
+{
+    Process::Setup setup;
+    setup.outputIsClosed = true;
+    Result const result =
+        run({"values", DATA + "tankbox_partitions.hdqfs", "--zone", "1", "--var", "X"}, setup);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.error, "");
+}
+
+TEST_F(VnxClient, ServerThatDiesGivesItsLastWords)
+{
+    Result const result = run({"info", fileNamed("throws.hdqfs"), "--addon", TEST_ADDON});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.error, HasSubstr("the loader lost its way"));
+    Result const crashed = run({"info", fileNamed("dies.hdqfs"), "--addon", TEST_ADDON});
+    EXPECT_EQ(crashed.status, 1);
+    EXPECT_THAT(crashed.error, HasSubstr("The connection to the data server was lost"));
+}
+
+// Progress.
+
+TEST_F(VnxClient, ShowsItsProgressToATerminalWhenTheWorkIsLong)
+{
+    Process::Setup setup;
+    setup.errorIsTerminal = true;
+    Result const result = run({"info", fileNamed("slow.hdqfs"), "--addon", TEST_ADDON}, setup);
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_THAT(result.error, HasSubstr("\rLoading: 0"));
+    EXPECT_THAT(result.error, testing::EndsWith("\r\033[K")) << "wiped in the end";
+}
+
+TEST_F(VnxClient, ShowsNoProgressOfShortWork)
+{
+    Process::Setup setup;
+    setup.errorIsTerminal = true;
+    EXPECT_EQ(run({"types"}, setup).error, "");
+}
+
+TEST_F(VnxClient, ShowsNoProgressWithoutATerminal)
+{
+    EXPECT_EQ(run({"info", fileNamed("slow.hdqfs"), "--addon", TEST_ADDON}).error, "");
+}
+
+// The end by a signal.
+
+class VnxClientSignal : public VnxClient, public testing::WithParamInterface<int>
+{
+};
+
+/// Gone, or dead and waiting for whoever adopted it.
+bool isDead(pid_t pid)
+{
+    std::string const status = contentsOf("/proc/" + std::to_string(pid) + "/stat");
+    std::size_t const end = status.rfind(')');
+    return end == std::string::npos || status.compare(end + 2, 1, "Z") == 0;
+}
+
+TEST_P(VnxClientSignal, EndsClientAndServerWithinATenthOfASecond)
+{
+    std::string const file = fileNamed("hangs.hdqfs");
+    Process client({CLIENT, "info", file, "--addon", TEST_ADDON});
+    for (int i = 0; i < 1000 && !std::filesystem::exists(file + ".pid"); ++i)
+        std::this_thread::sleep_for(10ms);
+    pid_t const worker = std::atoi(contentsOf(file + ".pid").c_str());
+    ASSERT_GT(worker, 1);
+    ASSERT_FALSE(isDead(worker));
+    ASSERT_FALSE(client.isAllGone(0ms));
+    auto const start = std::chrono::steady_clock::now();
+    client.signal(GetParam());
+    bool const isAllGone = client.isAllGone(5000ms);
+    while (!isDead(worker) && std::chrono::steady_clock::now() - start < 5s)
+        std::this_thread::sleep_for(1ms);
+    auto const took = std::chrono::steady_clock::now() - start;
+    EXPECT_TRUE(isAllGone);
+    EXPECT_TRUE(isDead(worker));
+    EXPECT_LT(took, 100ms);
+    EXPECT_EQ(client.wait(), -GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, VnxClientSignal,
+                         testing::Values(SIGINT, SIGTERM, SIGHUP, SIGKILL),
+                         [](auto const& test) { return "Signal" + std::to_string(test.param); });
+
+TEST_F(VnxClient, InterruptAlsoEndsWaitingForAServerThatDoesNotAnswer)
+{
+    std::string const path = inFolder("silent");
+    int const listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.c_str(), path.size());
+    ASSERT_EQ(::bind(listener, reinterpret_cast<sockaddr const*>(&address), sizeof(address)), 0);
+    ASSERT_EQ(::listen(listener, 1), 0);
+    Process client({CLIENT, "types", "--connect", "unix:" + path});
+    std::this_thread::sleep_for(200ms);
+    auto const start = std::chrono::steady_clock::now();
+    client.signal(SIGINT);
+    EXPECT_EQ(client.wait(), -SIGINT);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 100ms);
+    ::close(listener);
+}
+
+// Servers that are named.
+
+class VnxClientConnected : public VnxClient
+{
+protected:
+    void start(std::vector<std::string> const& options)
+    {
+        std::vector<std::string> arguments{SERVER, "--address-file", inFolder("address")};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        server = std::make_unique<Process>(arguments);
+        for (int i = 0; i < 500 && !std::filesystem::exists(inFolder("address")); ++i)
+            std::this_thread::sleep_for(10ms);
+        std::istringstream(contentsOf(inFolder("address"))) >> address;
+        ASSERT_NE(address, "");
+    }
+    void TearDown() override
+    {
+        if (server != nullptr) {
+            server->signal(SIGTERM);
+            server->wait();
+        }
+        VnxClient::TearDown();
+    }
+
+    std::unique_ptr<Process> server;
+    std::string address;
+};
+
+TEST_F(VnxClientConnected, SpeaksOverAUnixSocket)
+{
+    start({"--listen", "unix:" + inFolder("socket")});
+    for (int session = 0; session < 2; ++session)
+        EXPECT_EQ(run({"types", "--connect", address}).output,
+                  "Loader:     HDQFS\nExtensions: hdqfs\n");
+}
+
+TEST_F(VnxClientConnected, ShowsItsTokenOverTcp)
+{
+    std::string const token = write("token", "open sesame\n", 0600);
+    start({"--listen", "tcp:127.0.0.1:0", "--token-file", token});
+    Result const accepted = run({"types", "--connect", address, "--token-file", token});
+    EXPECT_EQ(accepted.status, 0) << accepted.error;
+
+    Result const without = run({"types", "--connect", address});
+    EXPECT_EQ(without.status, 1);
+    EXPECT_THAT(without.error, HasSubstr("vnxclient: The data server refused the connection: "));
+
+    Result const open =
+        run({"types", "--connect", address, "--token-file", write("open", "open sesame\n", 0644)});
+    EXPECT_EQ(open.status, 1);
+    EXPECT_THAT(open.error, HasSubstr("run: chmod 600 "));
+}
+
+TEST_F(VnxClient, SpeaksThroughSsh)
+{
+    write("ssh", "#!/bin/sh\n[ \"$1\" = me@there ] || exit 9\nshift\nexec \"$@\"\n", 0755);
+    Process::Setup setup;
+    setup.environment["PATH"] =
+        folder.string() + ":" + VNX_BIN_DIR + ":" + std::string(std::getenv("PATH"));
+    Result const result = run({"types", "--connect", "ssh:me@there"}, setup);
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_EQ(result.output, "Loader:     HDQFS\nExtensions: hdqfs\n");
+
+    write("ssh", "#!/bin/sh\necho 'ssh: no such host' >&2\nexit 255\n", 0755);
+    Result const failed = run({"types", "--connect", "ssh:me@there"}, setup);
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_THAT(failed.error, HasSubstr("ssh: no such host"));
+}
+
+}
+}
