@@ -129,6 +129,17 @@ TEST_F(Startup, BadAddonsAreReportedWithTheLibrarysWords)
         }
 }
 
+TEST_F(Startup, DefaultAddonIsTheLoaderInstalledWithTheProgram)
+{
+    Program program({"--listen", "unix:" + socketPath.string(), "--once"}, folder / "log");
+    ASSERT_TRUE(eventually([&] { return program.logHolds("listening on"); })) << program.log();
+    Client client("unix:" + socketPath.string());
+    EXPECT_EQ(client.greet(), (Answer{1, ""}));
+    client.socket().sendString("list file types");
+    EXPECT_EQ(client.socket().receiveString(), "HDQFS");
+    EXPECT_EQ(client.socket().receiveString(), "hdqfs");
+}
+
 TEST_F(Startup, TrialThatHangsCanBeEnded)
 {
     auto const program = start({"--addon", addon("vnxhangingaddon"), "--listen",
