@@ -8,6 +8,8 @@
 
 #include <new>
 #include <stdexcept>
+#include <unordered_map>
+#include <utility>
 
 namespace varnox::hdqio {
 
@@ -27,7 +29,10 @@ struct FileInfo
     std::int32_t numVars = 0;
     ZoneVarMetadata zoneVarMetadata;
     LightweightVector<std::uint64_t> zoneHeaderFileLocs;
-    LightweightVector<ZoneMetadata> zoneMetadata;
+    std::int32_t zoneOffset = 0; ///< Of its zones in the set.
+    /// Records of the zones that were asked for. In a file of many zones those are few, and a record
+    /// is larger than what the data set header says of a zone.
+    std::unordered_map<int, ZoneMetadata> zoneMetadata;
 };
 
 void open(FileStreamReader& reader)
@@ -158,8 +163,6 @@ public:
         for (auto& shares : varZoneShareVar)
             require(shares.allocFilled(numZones, 0xFF)); // -1
         require(zoneShareConnectivity.alloc(numZones));
-        for (auto const& file : files)
-            require(file->zoneMetadata.alloc(static_cast<std::uint64_t>(file->numZones)));
     }
 
     void readVarZoneMetadata()
@@ -193,21 +196,25 @@ public:
         std::int32_t const gridZones = files[0]->numZones;
         std::int64_t const zoneOffset = i > 0 ? (static_cast<std::int64_t>(i) - 1) * gridZones : 0;
         std::size_t const varOffset = i > 0 ? static_cast<std::size_t>(files[0]->numVars) : 0;
-        for (std::int32_t z = 0; z < gridZones; ++z) {
-            auto const zone = static_cast<std::size_t>(z);
-            auto const out = static_cast<std::size_t>(zoneOffset + z);
-            zoneShareConnectivity[out] =
-                i < 2 ? shifted(metadata.shareConnectivity[zone], zoneOffset) : z;
-            for (std::size_t v = 0; v < static_cast<std::size_t>(file.numVars); ++v) {
-                std::int32_t const shared = metadata.shareVar[v][zone];
-                varZoneShareVar[varOffset + v][out] =
-                    shared == -1 ? -1 : shifted(shared, zoneOffset);
+        file.zoneOffset = static_cast<std::int32_t>(zoneOffset);
+        auto const firstOut = static_cast<std::size_t>(zoneOffset);
+        auto const numZones = static_cast<std::size_t>(gridZones);
+        for (std::size_t z = 0; z < numZones; ++z)
+            zoneShareConnectivity[firstOut + z] =
+                i < 2 ? shifted(metadata.shareConnectivity[z], zoneOffset)
+                      : static_cast<std::int32_t>(z);
+        for (std::size_t v = 0; v < static_cast<std::size_t>(file.numVars); ++v) {
+            PlainDataVector<std::int32_t>& out = varZoneShareVar[varOffset + v];
+            for (std::size_t z = 0; z < numZones; ++z) {
+                std::int32_t const shared = metadata.shareVar[v][z];
+                out[firstOut + z] = shared == -1 ? -1 : shifted(shared, zoneOffset);
             }
-            if (i >= 2)
-                for (std::size_t w = 0; w < static_cast<std::size_t>(files[0]->numVars); ++w)
-                    varZoneShareVar[w][out] = z;
-            storeZoneMetadata(metadata, z, static_cast<int>(zoneOffset), file.zoneMetadata[zone]);
         }
+        if (i < 2)
+            return;
+        for (std::size_t w = 0; w < static_cast<std::size_t>(files[0]->numVars); ++w)
+            for (std::size_t z = 0; z < numZones; ++z)
+                varZoneShareVar[w][firstOut + z] = static_cast<std::int32_t>(z);
     }
 
     void applySubzoneLimits(std::size_t i, TagMap const& tags)
@@ -235,7 +242,13 @@ public:
             throw std::out_of_range("There is no zone " + std::to_string(zone) + " in file " +
                                     std::to_string(fileIndex) + " of the file set.");
         FileInfo& file = *files[fileIndex];
-        ZoneMetadata& result = file.zoneMetadata[static_cast<std::size_t>(zone)];
+        auto record = file.zoneMetadata.find(zone);
+        if (record == file.zoneMetadata.end()) {
+            ZoneMetadata stored;
+            storeZoneMetadata(file.zoneVarMetadata, zone, file.zoneOffset, stored);
+            record = file.zoneMetadata.emplace(zone, std::move(stored)).first;
+        }
+        ZoneMetadata& result = record->second;
         if (!result.numCellsPerSecPtn.isNull())
             return result;
         FileStreamReader reader(file.fileName);
