@@ -14,18 +14,18 @@ class WriteCache;
 
 namespace varnox {
 
-/// A value of an argument list. The order of the alternatives is that of the rules about them: integer,
-/// int array, long array, real, string, strings, arbitrary parameter, function. Arrays stay the
-/// caller's and are not counted.
+/// A value of an argument list. The order of the alternatives is that of the rules about them:
+/// integer, int array, long array, real, string, strings, arbitrary parameter, function. Arrays
+/// stay the caller's and are not counted.
 using ArgValue = boost::variant<long, int*, long*, double, std::string, std::vector<std::string>,
                                 unsigned long, void (*)()>;
 
 /// The text in capitals, byte by byte, as the process's locale has it. Argument names match so.
 std::string toUpper(std::string text);
 
-/// The command form of an argument list: the number of entries, then each key with its value. An array
-/// travels with numVars elements, whatever it really holds; a function travels as its key alone.
-/// Throws std::invalid_argument for an array that is null where elements are wanted.
+/// The command form of an argument list: the number of entries, then each key with its value. An
+/// array travels with numVars elements, whatever it really holds; a function travels as its key
+/// alone. Throws std::invalid_argument for an array that is null where elements are wanted.
 void addArgList(socketutil::WriteCache& cache, _ArgList_s const& list, int numVars);
 
 }

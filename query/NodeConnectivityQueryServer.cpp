@@ -2,8 +2,8 @@
 
 #include "command/LoaderCommands.h"
 #include "query/Arrays.h"
-#include "varnox/hdq/NodeConnectivityQueryInterface.h"
 #include "query/SubzoneNodeConnectivity.h"
+#include "varnox/hdq/NodeConnectivityQueryInterface.h"
 #include "varnox/socketutil/WriteCache.h"
 
 namespace varnox::hdqremote {
