@@ -360,6 +360,19 @@ TEST_F(DataSetRegistration, OrderedZoneHasAllThreeServers)
     EXPECT_EQ(&server.orderedSubzoneQueryServer(0)->queryInterface(), &addon.ordered);
 }
 
+TEST_F(DataSetRegistration, OrderedZoneAnswersACheckoutOfItsNodesAlone)
+{
+    server.setFilePaths({FULL});
+    server.registerZoneConnectivityQueryServices(&addon.cells, &addon.nodes, &addon.ordered, 0);
+    socket.takeSent();
+    socket.appendScript(text("checkout") + u8(1) + vec({u64(0x20)}) + text("checkout") +
+                        vec({u64(0x20)}));
+    server.cellConnectivityQueryServer(0)->handleMethod();
+    EXPECT_EQ(socket.takeSent(), "");
+    server.nodeConnectivityQueryServer(0)->handleMethod();
+    EXPECT_EQ(socket.takeSent(), u16(0) + vec({}));
+}
+
 TEST_F(DataSetRegistration, SlotWithoutAServerIsNullWithoutAnError)
 {
     server.setFilePaths({FULL});
