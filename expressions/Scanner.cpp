@@ -253,6 +253,8 @@ bool Scanner::hasNextDouble() const
 
 bool Scanner::hasNextLine() const
 {
+    // Deliberate: a last line without an end is none here, though nextLine gives it.
+    // Test: Scanner.LastLineWithoutAnEndIsNotAnnounced
     char const* const text = current();
     return text[runWithout(text, newlineDelimiters)] != '\0';
 }

@@ -318,6 +318,13 @@ TEST(Scanner, LineEndsAreConsumedAndNotGiven)
     EXPECT_EQ(scanner.nextLine(), "");
 }
 
+TEST(Scanner, LastLineWithoutAnEndIsNotAnnounced)
+{
+    EXPECT_FALSE(Scanner("last").hasNextLine());
+    EXPECT_EQ(Scanner("last").nextLine(), "last");
+    EXPECT_TRUE(Scanner("last\r").hasNextLine());
+}
+
 TEST(Scanner, EveryKindOfLineEndCounts)
 {
     Scanner scanner("a\nb\rc\r\n\n\rd");
