@@ -360,13 +360,19 @@ bool isDead(pid_t pid)
     return end == std::string::npos || status.compare(end + 2, 1, "Z") == 0;
 }
 
+/// The process that hangs because of this file; 0 if none does in time.
+pid_t hangingAt(std::string const& file)
+{
+    for (int i = 0; i < 1000 && !std::filesystem::exists(file + ".pid"); ++i)
+        std::this_thread::sleep_for(10ms);
+    return std::atoi(contentsOf(file + ".pid").c_str());
+}
+
 TEST_P(VnxClientSignal, EndsClientAndServerWithinATenthOfASecond)
 {
     std::string const file = fileNamed("hangs.hdqfs");
     Process client({CLIENT, "info", file, "--addon", TEST_ADDON});
-    for (int i = 0; i < 1000 && !std::filesystem::exists(file + ".pid"); ++i)
-        std::this_thread::sleep_for(10ms);
-    pid_t const worker = std::atoi(contentsOf(file + ".pid").c_str());
+    pid_t const worker = hangingAt(file);
     ASSERT_GT(worker, 1);
     ASSERT_FALSE(isDead(worker));
     ASSERT_FALSE(client.isAllGone(0ms));
@@ -385,6 +391,20 @@ TEST_P(VnxClientSignal, EndsClientAndServerWithinATenthOfASecond)
 INSTANTIATE_TEST_SUITE_P(Signals, VnxClientSignal,
                          testing::Values(SIGINT, SIGTERM, SIGHUP, SIGKILL),
                          [](auto const& test) { return "Signal" + std::to_string(test.param); });
+
+TEST_F(VnxClient, InterruptRemovesTheUnfinishedFile)
+{
+    Process::Setup setup;
+    setup.environment["VNX_TEST_HANG"] = inFolder("hanging");
+    Process client({CLIENT, "values", fileNamed("everything.hdqfs"), "--addon", TEST_ADDON,
+                    "--zone", "1", "--var", "1", "--output", inFolder("values")},
+                   setup);
+    ASSERT_GT(hangingAt(inFolder("hanging")), 1);
+    EXPECT_TRUE(std::filesystem::exists(inFolder("values")));
+    client.signal(SIGINT);
+    EXPECT_EQ(client.wait(), -SIGINT);
+    EXPECT_FALSE(std::filesystem::exists(inFolder("values")));
+}
 
 TEST_F(VnxClient, InterruptAlsoEndsWaitingForAServerThatDoesNotAnswer)
 {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 #include <string>
@@ -57,8 +58,20 @@ void push(FieldData_s* handle, long offset, long count)
     }
 }
 
+/// Never returns, and says beside the data file who hangs.
+void hang(std::string const& path)
+{
+    std::string const unfinished = path + ".unfinished";
+    std::ofstream(unfinished) << ::getpid();
+    std::rename(unfinished.c_str(), (path + ".pid").c_str());
+    for (;;)
+        ::pause();
+}
+
 char load(FieldData_s* handle)
 {
+    if (char const* const path = std::getenv("VNX_TEST_HANG"))
+        hang(path);
     long const var = VnxUtilDataValueGetClientData(handle) % 10;
     long const count = var == 2 ? 2 : NODES;
     if (var == 3)
@@ -201,16 +214,6 @@ void buildManyZones()
     _ArgList_s* none = VnxUtilArgListAlloc();
     require(VnxUtilDataLoadFinishX(none, nullptr) == 1, "finishing a long load");
     VnxUtilArgListDealloc(&none);
-}
-
-/// Never returns, and says beside the data file who hangs.
-void hang(std::string const& path)
-{
-    std::string const unfinished = path + ".unfinished";
-    std::ofstream(unfinished) << ::getpid();
-    std::rename(unfinished.c_str(), (path + ".pid").c_str());
-    for (;;)
-        ::pause();
 }
 
 char loadDataSet(StringList_s* instructions, unsigned long)
