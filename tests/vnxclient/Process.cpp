@@ -62,6 +62,7 @@ Process::Process(std::vector<std::string> const& arguments, Setup const& setup)
             ::dup2(::open(setup.outputPath.c_str(), O_WRONLY), 1);
         ::dup2(error.writeEnd, 2);
         ::dup2(lifeline.writeEnd, 9);
+        ::fcntl(9, F_SETFD, 0); // where it stood at 9 already
         for (auto const& [name, value] : setup.environment)
             ::setenv(name.c_str(), value.c_str(), 1);
         if (setup.folder.empty() || ::chdir(setup.folder.c_str()) == 0)
