@@ -1,5 +1,7 @@
 #include "tests/filedata/FileBuilder.h"
 
+#include "filedata/ValueFormats.h"
+
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -248,13 +250,22 @@ private:
         addMinMaxes();
     }
 
+    /// A variable's array begins behind its predecessor's start by the size of its own. Where that
+    /// is further than the predecessor is long there is a gap; a narrower type lies on it.
     template <typename T>
     void addMinMaxesOf(std::size_t var)
     {
         std::vector<MinMax> ranges;
         for (std::size_t p = 0; p < m_zone.partitions.size(); ++p)
             ranges.push_back({static_cast<double>(p), static_cast<double>(p + 10 * (var + 1))});
-        m_file.minMaxes<T>("partitionMinMaxesForVar", ranges, static_cast<std::int64_t>(var));
+        if (var > 0) {
+            std::uint64_t const start =
+                m_minMaxLoc + arraySizeInFile<ValuePair<T>, false>(ranges.size(), m_file.isAscii());
+            if (start > m_file.loc())
+                m_file.raw(std::string(static_cast<std::size_t>(start - m_file.loc()), ' '));
+        }
+        m_minMaxLoc =
+            m_file.minMaxes<T>("partitionMinMaxesForVar", ranges, static_cast<std::int64_t>(var));
     }
 
     void addMinMaxes()
@@ -281,6 +292,7 @@ private:
         }
     }
 
+    std::uint64_t m_minMaxLoc = 0;
     FileBuilder& m_file;
     FileSpec const& m_spec;
     ZoneSpec const& m_zone;

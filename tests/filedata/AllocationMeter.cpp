@@ -1,0 +1,86 @@
+#include "tests/filedata/AllocationMeter.h"
+
+#include <cstdlib>
+#include <new>
+
+#include <malloc.h>
+
+namespace {
+
+bool isCounting = false;
+std::size_t inUse = 0;
+std::size_t mostInUse = 0;
+
+void count(void* block, std::size_t size)
+{
+    if (!isCounting || block == nullptr)
+        return;
+    inUse += size;
+    if (inUse > mostInUse)
+        mostInUse = inUse;
+}
+
+}
+
+extern "C" {
+
+void* __real_malloc(std::size_t size);
+void __real_free(void* block);
+void* __wrap_malloc(std::size_t size);
+void __wrap_free(void* block);
+
+void* __wrap_malloc(std::size_t size)
+{
+    void* const block = __real_malloc(size);
+    count(block, block == nullptr ? 0 : malloc_usable_size(block));
+    return block;
+}
+
+void __wrap_free(void* block)
+{
+    if (isCounting && block != nullptr) {
+        std::size_t const size = malloc_usable_size(block);
+        inUse -= size < inUse ? size : inUse; // some blocks are older than the meter
+    }
+    __real_free(block);
+}
+}
+
+void* operator new(std::size_t size)
+{
+    void* const block = std::malloc(size == 0 ? 1 : size);
+    if (block == nullptr)
+        throw std::bad_alloc();
+    return block;
+}
+
+void operator delete(void* block) noexcept
+{
+    std::free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept
+{
+    std::free(block);
+}
+
+namespace varnox::hdqio::tests {
+
+AllocationMeter::AllocationMeter()
+{
+    inUse = 0;
+    mostInUse = 0;
+    isCounting = true;
+}
+
+AllocationMeter::~AllocationMeter()
+{
+    isCounting = false;
+}
+
+std::size_t AllocationMeter::peak() const
+{
+    return mostInUse;
+}
+
+}
