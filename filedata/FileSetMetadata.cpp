@@ -3,6 +3,7 @@
 #include "filedata/DataFileHeader.h"
 #include "filedata/DataSetHeader.h"
 #include "filedata/FileStreamReader.h"
+#include "filedata/Messages.h"
 #include "filedata/ValueInput.h"
 #include "filedata/ZoneHeader.h"
 
@@ -33,7 +34,11 @@ struct FileInfo
     /// Records of the zones that were asked for. In a file of many zones those are few, and a record
     /// is larger than what the data set header says of a zone.
     std::unordered_map<int, ZoneMetadata> zoneMetadata;
+    std::uint64_t numNodeEntries = 0; ///< In the node tables of the zones read so far.
 };
+
+/// Node tables up to this are small enough for any file.
+constexpr std::uint64_t FEW_NODE_ENTRIES = std::uint64_t{1} << 24;
 
 void open(FileStreamReader& reader)
 {
@@ -104,6 +109,26 @@ bool readPartitionTree(FileReaderInterface& reader, FileInfo const& file, ZoneMe
     }
     tree.populateTree(count);
     return true;
+}
+
+}
+
+namespace {
+
+/// Each zone alone has no more nodes than the file has bytes; together they mustn't either, or
+/// many zones without data would cost memory out of proportion to the file.
+char holdNodeTable(FileReaderInterface& reader, FileInfo& file, ZoneMetadata& zone)
+{
+    if (zone.ijkPtnInfo.isNull())
+        return 1;
+    std::uint64_t const entries = file.numNodeEntries + zone.ijkPtnInfo[0].nodeSubzones.size();
+    if (entries > FEW_NODE_ENTRIES && (!reader.seekToFileStart() || entries > bytesLeft(reader))) {
+        zone.forgetZoneHeader();
+        return errorMessage("File %s is too short for the nodes of its zones.",
+                            file.fileName.c_str());
+    }
+    file.numNodeEntries = entries;
+    return 1;
 }
 
 }
@@ -268,6 +293,9 @@ public:
             !readZoneHeaders(reader, file.fileDescription, 0, zone, 0, file.numVars,
                              file.zoneVarMetadata.zoneMinMaxes, file.zoneVarMetadata.fieldDataTypes,
                              result))
+            throw std::runtime_error("Error reading zone metadata for zone " +
+                                     std::to_string(zone) + ".");
+        if (!holdNodeTable(reader, file, result))
             throw std::runtime_error("Error reading zone metadata for zone " +
                                      std::to_string(zone) + ".");
         if (!result.isHdqZone || result.numPartitions < 2)

@@ -6,6 +6,7 @@
 #include "tests/filedata/AllocationMeter.h"
 #include "tests/filedata/FileBuilder.h"
 #include "tests/filedata/OpenFile.h"
+#include "tests/support/RecordingSocket.h"
 #include "varnox/socketutil/WriteCache.h"
 
 #include <gtest/gtest.h>
@@ -294,6 +295,29 @@ TEST_P(DamagedFiles, WholeOneIsRead)
 {
     for (bool const isAscii : {false, true})
         EXPECT_EQ(readSet(ChangingFile(contents(isAscii)).path()), "");
+}
+
+/// All that is sent of the zones of a file.
+std::string zonesOf(std::string const& path)
+{
+    FileSetMetadata set({path});
+    socketutil::WriteCache cache;
+    for (int z = 0; z < set.numFileSetZones(); ++z) {
+        ZoneMetadata& zone = set.zoneMetadata(0, z);
+        cache.addString(zone.zoneName);
+        if (zone.isHdqZone)
+            hdqlib::ZoneMetadataSerializer(zone).addToCache(cache);
+        else
+            cache.addUInt64(zone.classicVarFileLocs[0]);
+    }
+    return varnox::tests::bytesOf(cache);
+}
+
+TEST_P(DamagedFiles, BothFormsReadAlikeWhileWhole)
+{
+    std::string const binary = zonesOf(ChangingFile(contents(false)).path());
+    EXPECT_GT(binary.size(), 20U);
+    EXPECT_EQ(binary, zonesOf(ChangingFile(contents(true)).path()));
 }
 
 TEST_P(DamagedFiles, BinaryFileIsCutEverywhere)

@@ -73,6 +73,23 @@ TEST(DataFileHeader, RevisionIsAlwaysZero)
     EXPECT_EQ(result.description.getCodeRevision(), 0U);
 }
 
+TEST(DataFileHeader, ByteOrderIndicatorMayHoldAnyValue)
+{
+    for (char const value : {'\0', '\x7f', '\xff'}) {
+        Result const result = read("#!HDQFS 105BF\n" + std::string(8, value) + NUMBERS.substr(8));
+        EXPECT_TRUE(result.wasRead);
+        EXPECT_EQ(result.headerLoc, 30U);
+    }
+}
+
+TEST(DataFileHeader, FailedValuesAreZero)
+{
+    Result const result = read("#!HDQFS 105TF\nfileByteOrderIndicator 1 other 2\n");
+    EXPECT_FALSE(result.wasRead);
+    EXPECT_EQ(result.byteOrder, 0U);
+    EXPECT_EQ(result.headerLoc, 0U);
+}
+
 TEST(DataFileHeader, LineOf127BytesIsAcceptedAndALongerOneRefused)
 {
     std::string const start = "#!HDQFS 105BF ";
@@ -101,6 +118,10 @@ RefusedCase const refusedCases[] = {
      "HDQFS file is an newer version 233 that is not supported by the current loader. Try updating "
      "your Varnox."},
     {"SmallLetterForTheForm", "#!HDQFS 105bF\n",
+     "HDQFS file has incorrect header. Version format is not correct."},
+    {"NoDesignator", "#!HDQFS 105\n",
+     "HDQFS file has incorrect header. Version format is not correct."},
+    {"NoVersion", "#!HDQFS BF\n",
      "HDQFS file has incorrect header. Version format is not correct."},
     {"NoTypeLetter", "#!HDQFS 105B\n",
      "HDQFS file has incorrect header. Expected data file type identifier."},

@@ -1,5 +1,6 @@
 #include "filedata/DataSetGroups.h"
 
+#include "filedata/DataFileHeader.h"
 #include "filedata/DataSetHeader.h"
 #include "tests/filedata/FileBuilder.h"
 #include "tests/filedata/OpenFile.h"
@@ -567,6 +568,27 @@ TEST(DataSetGroupsInBinary, FaceNeighborsBeyondTheFileAreRefused)
     EXPECT_EQ(count, 0U);
     EXPECT_EQ(file.message(), "Cannot allocate memory for UserFaceNeighbors data block of "
                               "1099511627775 4-byte signed integer values.");
+}
+
+TEST(DataSetGroupsOfSamples, AreThereAndEmptyInBothForms)
+{
+    for (char const* name : {"tjunction_grid", "tjunction_ascii_grid", "tankbox_partitions"}) {
+        MessageCapture const messages;
+        FileStreamReader reader(std::string(VNX_SOURCE_DIR) + "/examples/data/" + name + ".hdqfs");
+        ASSERT_TRUE(reader.open());
+        FileDescription description;
+        std::uint64_t byteOrder = 0;
+        std::uint64_t loc = 0;
+        TagMap tags;
+        ASSERT_TRUE(readDataFileHeader(reader, description, byteOrder, loc));
+        ASSERT_TRUE(reader.seekToFileLoc(loc) && readDataSetHeaderTags(reader, description, tags));
+        for (auto const readCount :
+             {readAuxDataCount, readGeometriesCount, readTextsCount, readCustomLabelsCount}) {
+            std::uint32_t count = 7;
+            EXPECT_TRUE(readCount(reader, tags, count)) << messages.text();
+            EXPECT_EQ(count, 0U);
+        }
+    }
 }
 
 }

@@ -1,6 +1,7 @@
 #include "filedata/FileSetMetadata.h"
 
 #include "filedata/Messages.h"
+#include "tests/filedata/FileBuilder.h"
 #include "tests/hdqfs/TemporaryFile.h"
 
 #include <gtest/gtest.h>
@@ -14,6 +15,11 @@ namespace varnox::hdqio {
 namespace {
 
 using hdqfsloader::tests::TemporaryFile;
+using tests::build;
+using tests::FileSpec;
+using tests::PartitionSpec;
+using tests::VarSpec;
+using tests::ZoneSpec;
 
 std::string sample(std::string const& name)
 {
@@ -183,6 +189,279 @@ TEST(FileSetMetadata, EveryDamagedByteOfTheHeadersLeavesTheProcessWell)
         }
         EXPECT_GT(refused, 100U);
     }
+}
+
+/// A grid file of three zones, or a solution file of as many.
+FileSpec fileOf(char type, std::vector<VarSpec> const& vars)
+{
+    FileSpec spec;
+    spec.type = type;
+    spec.zones.assign(3, ZoneSpec{});
+    spec.vars = vars;
+    return spec;
+}
+
+FileSetMetadata setOf(TemporaryFile const& grid, std::vector<TemporaryFile const*> const& others)
+{
+    std::vector<std::string> paths{grid.path()};
+    for (TemporaryFile const* file : others)
+        paths.push_back(file->path());
+    return FileSetMetadata(paths);
+}
+
+TEST(FileSetMetadata, SolutionFilesMustHaveTheGridsZones)
+{
+    TemporaryFile const grid(build(fileOf('G', {{"x"}})));
+    FileSpec spec = fileOf('S', {{"p"}});
+    spec.zones.pop_back();
+    TemporaryFile const solution(build(spec));
+    EXPECT_EQ(messageOf([&] { setOf(grid, {&solution}); }),
+              "Number of zones in solution file, " + solution.path() +
+                  ", must match the grid file, " + grid.path());
+}
+
+TEST(FileSetMetadata, VariablesAreComparedFromTheSecondSolutionFileOn)
+{
+    TemporaryFile const grid(build(fileOf('G', {{"x"}, {"y"}})));
+    TemporaryFile const first(build(fileOf('S', {{"p"}})));
+    TemporaryFile const other(build(fileOf('S', {{"p"}, {"q"}, {"r"}})));
+    EXPECT_EQ(setOf(grid, {&first}).numFileSetVars(), 3);
+    EXPECT_EQ(setOf(grid, {&other}).numFileSetVars(), 5);
+    EXPECT_EQ(messageOf([&] {
+                  setOf(grid, {&first, &other});
+              }),
+              "Number of variables in solution file, " + other.path() +
+                  ", must be the same in all associated solution files");
+}
+
+TEST(FileSetMetadata, SolutionFileMayHaveNoVariables)
+{
+    TemporaryFile const grid(build(fileOf('G', {{"x"}, {"y"}})));
+    TemporaryFile const solution(build(fileOf('S', {})));
+    FileSetMetadata const set = setOf(grid, {&solution});
+    EXPECT_EQ(set.numFileSetVars(), 2);
+    EXPECT_EQ(set.numFileSetZones(), 3);
+}
+
+TEST(FileSetMetadata, FileTypesAreNotCompared)
+{
+    TemporaryFile const grid(build(fileOf('S', {{"x"}})));
+    TemporaryFile const solution(build(fileOf('F', {{"p"}})));
+    EXPECT_EQ(setOf(grid, {&solution}).numFileSetVars(), 2);
+}
+
+TEST(FileSetMetadata, SharedVariablesAreShiftedAndNoneStaysNone)
+{
+    VarSpec shared{"p"};
+    shared.shareZone = 2;
+    TemporaryFile const grid(build(fileOf('G', {{"x"}})));
+    TemporaryFile const solution(build(fileOf('S', {shared, {"q"}})));
+    FileSetMetadata const set = setOf(grid, {&solution, &solution, &solution});
+    ASSERT_EQ(set.numFileSetZones(), 9);
+    auto const& shares = set.varZoneShareVar();
+    EXPECT_EQ(shares[1][0], 2);
+    EXPECT_EQ(shares[1][3], 2 + 3);
+    EXPECT_EQ(shares[1][6], 2 + 2 * 3);
+    for (std::size_t zone = 0; zone < 9; ++zone) {
+        EXPECT_EQ(shares[2][zone], -1);
+        EXPECT_EQ(shares[0][zone], zone < 3 ? -1 : static_cast<int>(zone % 3));
+    }
+}
+
+TEST(FileSetMetadata, ConnectivityOfLaterCopiesIsThatOfTheFirst)
+{
+    FileSpec spec = fileOf('G', {{"x"}});
+    TemporaryFile const grid(build(spec));
+    spec = fileOf('S', {{"p"}});
+    spec.zones[2].shareConnectivity = 1;
+    TemporaryFile const solution(build(spec));
+    FileSetMetadata const set = setOf(grid, {&solution, &solution});
+    std::vector<int> const expected{-1, -1, 1, 0, 1, 2};
+    for (std::size_t zone = 0; zone < 6; ++zone)
+        EXPECT_EQ(set.zoneShareConnectivity()[zone], expected[zone]) << zone;
+}
+
+TEST(FileSetMetadata, ParentsAreShiftedByTheZonesOfEarlierCopies)
+{
+    FileSpec spec = fileOf('S', {{"p"}});
+    spec.zones[1].parentZone = 0;
+    TemporaryFile const grid(build(fileOf('G', {{"x"}})));
+    TemporaryFile const solution(build(spec));
+    FileSetMetadata set = setOf(grid, {&solution, &solution, &solution});
+    EXPECT_EQ(set.zoneMetadata(1, 1).parentZone, 0);
+    EXPECT_EQ(set.zoneMetadata(3, 1).parentZone, 6);
+    EXPECT_EQ(set.zoneMetadata(3, 0).parentZone, 5);
+    EXPECT_EQ(set.zoneMetadata(3, 1).zone, 1);
+}
+
+TEST(FileSetMetadata, LimitsAreThoseOfTheFirstFile)
+{
+    FileSpec spec = fileOf('G', {{"x"}});
+    spec.limits[0] = 4;
+    spec.limits[1] = 5;
+    spec.limits[3] = 100;
+    TemporaryFile const grid(build(spec));
+    TemporaryFile const solution(build(fileOf('S', {{"p"}})));
+    FileSetMetadata const set = setOf(grid, {&solution});
+    EXPECT_EQ(set.subzoneMaxIJK().i, 4);
+    EXPECT_EQ(set.subzoneMaxIJK().j, 5);
+    EXPECT_EQ(set.subzoneMaxIJK().k, 6);
+    EXPECT_EQ(set.subzoneMaxIJK().ij, 20);
+    EXPECT_EQ(set.subzoneMaxSize(), 100);
+}
+
+TEST(FileSetMetadata, SetWithoutZonesIsNoFault)
+{
+    FileSpec spec = fileOf('F', {{"x"}, {"y"}});
+    spec.zones.clear();
+    TemporaryFile const file(build(spec));
+    FileSetMetadata const set = setOf(file, {});
+    EXPECT_EQ(set.numFileSetZones(), 0);
+    EXPECT_EQ(set.numFileSetVars(), 2);
+    EXPECT_EQ(set.varZoneShareVar().size(), 2U);
+    EXPECT_TRUE(set.varZoneShareVar()[0].isNull());
+    EXPECT_TRUE(set.zoneShareConnectivity().isNull());
+}
+
+TEST(FileSetMetadata, NoFilesAreNoSet)
+{
+    EXPECT_EQ(messageOf([] { FileSetMetadata(std::vector<std::string>{}); }),
+              "A file set needs at least one file.");
+}
+
+TEST(FileSetMetadata, FailuresNameTheirFile)
+{
+    TemporaryFile const foreign("PNG\n");
+    EXPECT_EQ(messageOf([&] { setOf(foreign, {}); }),
+              "Failed to read HDQFS header: " + foreign.path());
+    FileSpec spec = fileOf('F', {{"x"}});
+    spec.forcedTags = {{263, 1 << 30}};
+    TemporaryFile const damaged(build(spec));
+    EXPECT_EQ(messageOf([&] { setOf(damaged, {}); }), "Error reading file " + damaged.path() + ".");
+    spec.forcedTags = {{1, 5000}};
+    TemporaryFile const tooMany(build(spec));
+    EXPECT_EQ(messageOf([&] { setOf(tooMany, {}); }),
+              "Failed to read HDQFS header: " + tooMany.path());
+}
+
+void overwrite(std::string const& path, std::string const& contents)
+{
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << contents;
+}
+
+TEST(FileSetMetadata, HdqZoneIsReadOnceAndAPlainOneAnew)
+{
+    FileSpec spec = fileOf('F', {{"x"}});
+    spec.zones[1].letter = 'b';
+    TemporaryFile const file(build(spec));
+    FileSetMetadata set = setOf(file, {});
+    ZoneMetadata const* const hdq = &set.zoneMetadata(0, 0);
+    EXPECT_FALSE(hdq->numCellsPerSecPtn.isNull());
+    EXPECT_TRUE(set.zoneMetadata(0, 1).numCellsPerSecPtn.isNull());
+    EXPECT_EQ(set.zoneMetadata(0, 1).classicVarFileLocs[0], 1U << 20);
+    std::remove(file.path().c_str());
+    EXPECT_EQ(&set.zoneMetadata(0, 0), hdq);
+    EXPECT_EQ(messageOf([&] { set.zoneMetadata(0, 1); }),
+              "Unable to open file " + file.path() + " for reading.");
+}
+
+PartitionSpec box(std::uint64_t minNode, std::uint64_t maxNode)
+{
+    PartitionSpec result;
+    result.minNode = minNode;
+    result.maxNode = maxNode;
+    return result;
+}
+
+FileSpec partitioned(std::vector<VarSpec> const& vars)
+{
+    FileSpec spec;
+    spec.zones[0].i = 5;
+    spec.zones[0].j = 4;
+    spec.zones[0].k = 3;
+    spec.zones[0].partitions = {box(0, 57), box(3, 59)};
+    spec.vars = vars;
+    return spec;
+}
+
+TEST(FileSetMetadata, FailedZoneCanBeReadAgain)
+{
+    FileSpec spec = partitioned({{"x"}});
+    std::string const good = build(spec);
+    spec.zones[0].forcedTags = {{1794, 0}};
+    TemporaryFile const file(build(spec));
+    FileSetMetadata set = setOf(file, {});
+    EXPECT_EQ(messageOf([&] { set.zoneMetadata(0, 0); }),
+              "Error reading zone metadata for zone 0.");
+    spec.zones[0].forcedTags = {{1797, 1 << 30}};
+    overwrite(file.path(), build(spec));
+    EXPECT_EQ(messageOf([&] { set.zoneMetadata(0, 0); }),
+              "Error reading zone min/maxes for zone 0.");
+    overwrite(file.path(), good);
+    EXPECT_EQ(messageOf([&] { set.zoneMetadata(0, 0); }), "");
+    EXPECT_EQ(set.zoneMetadata(0, 0).varMinMaxTrees[0].levels[0].size(), 2U);
+}
+
+TEST(FileSetMetadata, TreesOfPartitionsAreReadInTheTypeOfTheirVariable)
+{
+    std::vector<VarSpec> const vars{{"byte", 5},  {"bit", 6},   {"int16", 4},
+                                    {"int32", 3}, {"float", 1}, {"double", 2}};
+    for (bool const isAscii : {false, true}) {
+        FileSpec spec = partitioned(vars);
+        spec.isAscii = isAscii;
+        TemporaryFile const file(build(spec));
+        FileSetMetadata set = setOf(file, {});
+        ZoneMetadata const* zone = nullptr;
+        ASSERT_EQ(messageOf([&] { zone = &set.zoneMetadata(0, 0); }), "");
+        ASSERT_EQ(zone->varMinMaxTrees.size(), vars.size());
+        for (std::size_t v = 0; v < vars.size(); ++v) {
+            auto const& levels = zone->varMinMaxTrees[v].levels;
+            auto const width = 10.0 * static_cast<double>(v + 1);
+            ASSERT_EQ(levels[0].size(), 2U);
+            EXPECT_EQ(levels[0][0].min, 0);
+            EXPECT_EQ(levels[0][0].max, width) << vars[v].name;
+            EXPECT_EQ(levels[0][1].min, 1);
+            EXPECT_EQ(levels[4][0].min, 0);
+            EXPECT_EQ(levels[4][0].max, width + 1);
+        }
+    }
+}
+
+TEST(FileSetMetadata, PartitionedVariableOfNoKnownTypeIsRefused)
+{
+    for (std::uint8_t const type : {std::uint8_t{0}, std::uint8_t{7}}) {
+        TemporaryFile const file(build(partitioned({{"x", type}})));
+        FileSetMetadata set = setOf(file, {});
+        EXPECT_EQ(messageOf([&] { set.zoneMetadata(0, 0); }),
+                  "Error reading zone min/maxes for zone 0.");
+    }
+}
+
+TEST(FileSetMetadata, FileThatWasDamagedSinceIsRefused)
+{
+    TemporaryFile const grid(build(fileOf('G', {{"x"}})));
+    FileSetMetadata set = setOf(grid, {});
+    FileSpec spec = fileOf('G', {{"x"}});
+    spec.limits[0] = 0;
+    overwrite(grid.path(), build(spec));
+    EXPECT_EQ(messageOf([&] { set.zoneMetadata(0, 0); }),
+              "Failed to read HDQFS header: " + grid.path());
+}
+
+TEST(FileSetMetadata, NodesOfAllZonesTogetherAreHeldAgainstTheFile)
+{
+    FileSpec spec;
+    spec.zones[0].i = 256;
+    spec.zones[0].j = 256;
+    spec.zones[0].k = 1;
+    spec.zones.assign(257, spec.zones[0]);
+    TemporaryFile const file(build(spec));
+    FileSetMetadata set = setOf(file, {});
+    for (int zone = 0; zone < 256; ++zone)
+        ASSERT_EQ(set.zoneMetadata(0, zone).numNodesPerPtn[0], 65536);
+    EXPECT_EQ(messageOf([&] { set.zoneMetadata(0, 256); }),
+              "Error reading zone metadata for zone 256.");
+    EXPECT_EQ(set.zoneMetadata(0, 7).numNodesPerPtn[0], 65536);
 }
 
 }

@@ -98,5 +98,50 @@ TEST(MinMaxTree, MoreEntriesThanAddressesCanNameAreRefused)
     EXPECT_FALSE(tree.alloc(0));
 }
 
+TEST(MinMaxTree, OnlyASmallerOrLargerValueReplacesTheFirst)
+{
+    double const nan = std::numeric_limits<double>::quiet_NaN();
+    MinMaxTree const later = treeOf({{1, 2}, {nan, nan}, {0, 3}});
+    EXPECT_EQ(later.levels[1][0].min, 0);
+    EXPECT_EQ(later.levels[1][0].max, 3);
+    MinMaxTree const first = treeOf({{nan, nan}, {0, 3}});
+    EXPECT_TRUE(std::isnan(first.levels[1][0].min));
+    EXPECT_TRUE(std::isnan(first.levels[1][0].max));
+    MinMaxTree const tie = treeOf({{-0.0, 0.0}, {0.0, -0.0}});
+    EXPECT_TRUE(std::signbit(tie.levels[1][0].min));
+    EXPECT_FALSE(std::signbit(tie.levels[1][0].max));
+}
+
+TEST(MinMaxTree, EveryTreeMustHoldItsValue)
+{
+    MinMaxTree const a = treeOf({{0, 1}, {0, 1}, {2, 3}});
+    MinMaxTree const b = treeOf({{5, 6}, {7, 8}, {7, 8}});
+    MinMaxTree const* trees[] = {&a, &b};
+    double values[] = {0.5, 7.5};
+    Address* block = nullptr;
+    RawArray<Address> out{&block, nullptr, 0, 0};
+    MinMaxTree::recursivelyFindEntriesContainingNVarValues(
+        {nullptr, trees, 2, 2}, {nullptr, values, 2, 2}, 4, 0, 1, 3, 0, 0, out);
+    ASSERT_EQ(out.size, 1U);
+    EXPECT_EQ(out.data[0].subzoneOffset(), 1U);
+    EXPECT_EQ(out.capacity, 32U);
+    delete[] block;
+}
+
+TEST(MinMaxTree, SearchKeepsToItsRangeOfEntries)
+{
+    MinMaxTree const tree = treeOf(std::vector<MinMax>(200, {0, 1}));
+    MinMaxTree const* trees[] = {&tree};
+    double values[] = {0.5};
+    Address* block = nullptr;
+    RawArray<Address> out{&block, nullptr, 0, 0};
+    MinMaxTree::recursivelyFindEntriesContainingNVarValues(
+        {nullptr, trees, 1, 1}, {nullptr, values, 1, 1}, 1, 2, 4, 200, 0, 0, out);
+    ASSERT_EQ(out.size, 200U - 128U);
+    EXPECT_EQ(out.data[0].subzoneOffset(), 128U);
+    EXPECT_EQ(out.data[out.size - 1].subzoneOffset(), 199U);
+    delete[] block;
+}
+
 }
 }

@@ -58,5 +58,36 @@ TEST(IJKZoneInfo, FlagsAreSetAndContainersEmpty)
     EXPECT_TRUE(info.nodeSubzones.empty());
 }
 
+TEST(IJKSubzoneInfo, EmptyAxisOfAPartitionHasNone)
+{
+    IJKSubzoneInfo const info = along(0, 16, true);
+    EXPECT_EQ(info.numSubzones[0], 0U);
+    EXPECT_EQ(info.subzoneOffset[0], 0U);
+    EXPECT_EQ(info.totalSubzones, 0U);
+}
+
+TEST(IJKSubzoneInfo, LimitsCountIn16Bits)
+{
+    IJKSubzoneInfo const info = along(33, 0x50010, true);
+    EXPECT_EQ(info.numSubzones[0], 3U);
+    EXPECT_EQ(info.subzoneOffset[0], 7U);
+    EXPECT_EQ(info.maxSubzoneDims.i, 0x50010);
+}
+
+TEST(IJKZoneInfo, CopyHasBothContainers)
+{
+    IJKZoneInfo source;
+    source.cells = along(33, 16, true);
+    source.flags[1] = 0;
+    source.minMaxes[7] = {{1, 2}};
+    source.nodeSubzones = {3, 4};
+    IJKZoneInfo copy;
+    copy = source;
+    EXPECT_EQ(copy.cells.numSubzones[0], 3U);
+    EXPECT_EQ(copy.flags[1], 0);
+    EXPECT_EQ(copy.minMaxes.at(7)[0].max, 2);
+    EXPECT_EQ(copy.nodeSubzones, source.nodeSubzones);
+}
+
 }
 }
