@@ -458,8 +458,8 @@ bool cutBox(FileDescription const& description, std::uint32_t partition, ZoneMet
     nodes.ij = nodes.i * nodes.j;
     if (productOf(nodes.i, nodes.j, nodes.k) < 0)
         return false;
-    IJK cells{nodes.i - (high.i == zone.ijk.i - 1), nodes.j - (high.j == zone.ijk.j - 1),
-              nodes.k - (high.k == zone.ijk.k - 1), 0};
+    IJK cells{nodes.i - (high.i + 1 == zone.ijk.i), nodes.j - (high.j + 1 == zone.ijk.j),
+              nodes.k - (high.k + 1 == zone.ijk.k), 0};
     cells.ij = cells.i * cells.j;
 
     IJKZoneInfo& info = zone.ijkPtnInfo[partition];

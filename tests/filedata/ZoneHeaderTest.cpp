@@ -745,7 +745,7 @@ TEST(ZoneHeader, FlatPartitionedZoneHasNoCellsAndIsRefused)
 TEST(ZoneHeader, PartitionedLineIsSplitByItsNodesAndCells)
 {
     // 100 nodes and 99 cells; faces don't count.
-    for (std::uint64_t const faces : {0, 2}) {
+    for (std::uint64_t const faces : {std::uint64_t{0}, std::uint64_t{2}, ALL_ONES << 63}) {
         FileSpec spec = oneZone('L', 100, 99, faces);
         spec.zones[0].partitions = {box(0, 39), box(40, 99)};
         ReadZone const read(spec);
