@@ -116,7 +116,9 @@ public:
     virtual ~Ranges() = default;
 };
 
-/// What the host offers.
+}
+
+/// What the host offers. Its class is the host's, so it has a name that others may have.
 class Registration
 {
 public:
@@ -128,8 +130,6 @@ public:
 protected:
     ~Registration() = default;
 };
-
-}
 
 extern "C" {
 ArgList* VnxUtilArgListAlloc();
