@@ -98,6 +98,14 @@ TEST(VnxMock, InstanceIsTheLastOneBuilt)
     EXPECT_EQ(VnxMock::GetInstance(), &second);
 }
 
+TEST(VnxMock, InstanceIsNoneAfterItsDestruction)
+{
+    {
+        VnxMock const mock;
+    }
+    EXPECT_EQ(VnxMock::GetInstance(), nullptr);
+}
+
 TEST(VnxMock, DestroyingAnyObjectClearsTheInstance)
 {
     auto first = std::make_unique<VnxMock>();
@@ -110,7 +118,39 @@ class OverridingMock : public VnxMock
 {
 public:
     long VnxUtilStringListGetCount(StringList_s*) override { return 42; }
+    long VnxUtilZoneGetSectionMetrics(long dataSet, int zone, int section, FECellShape_e* shape,
+                                      int* order, FECellBasisFunction_e* basis, long* numElems,
+                                      int* numCorners, int* numNodes) override
+    {
+        *shape = FECellShape_Prism;
+        *order = 3;
+        *basis = FECellBasisFunction_None;
+        *numElems = dataSet;
+        *numCorners = zone;
+        *numNodes = section;
+        return 1;
+    }
 };
+
+TEST(VnxMock, ArgumentsPassInTheirOrder)
+{
+    OverridingMock const mock;
+    FECellShape_e shape = FECellShape_Line;
+    auto basis = static_cast<FECellBasisFunction_e>(7);
+    long numElems = 0;
+    int order = 0;
+    int numCorners = 0;
+    int numNodes = 0;
+    EXPECT_EQ(::VnxUtilZoneGetSectionMetrics(1L << 40, 2, 4, &shape, &order, &basis, &numElems,
+                                             &numCorners, &numNodes),
+              1);
+    EXPECT_EQ(shape, FECellShape_Prism);
+    EXPECT_EQ(order, 3);
+    EXPECT_EQ(basis, FECellBasisFunction_None);
+    EXPECT_EQ(numElems, 1L << 40);
+    EXPECT_EQ(numCorners, 2);
+    EXPECT_EQ(numNodes, 4);
+}
 
 TEST(VnxMock, ExportedFunctionReachesTheOverride)
 {
