@@ -2,6 +2,7 @@
 // against a bare socket between two processes that moves the same bytes in the same messages.
 
 #include "bench/OtherProcess.h"
+#include "command/CommandLoop.h"
 #include "command/LoaderCommands.h"
 #include "query/VarValueQueryServer.h"
 #include "socket/StreamSocket.h"

@@ -1,6 +1,7 @@
 #include "varnox/hdqremote/AddonProxy.h"
 
 #include "command/CommandCache.h"
+#include "command/CommandLoop.h"
 #include "command/FileListing.h"
 #include "command/LoaderCommands.h"
 #include "command/ScopedExitAction.h"

@@ -1,8 +1,8 @@
 #include "command/CommandCache.h"
 
+#include "command/CommandLoop.h"
 #include "command/LoaderCommands.h"
 #include "command/ScopedExitAction.h"
-#include "varnox/hdqremote/AddonProxy.h"
 #include "varnox/socketutil/SocketException.h"
 #include "varnox/socketutil/SocketInterface.h"
 #include "varnox/socketutil/WriteCache.h"

@@ -1,5 +1,5 @@
-#include "command/LoaderCommands.h"
-#include "varnox/hdqremote/AddonProxy.h"
+#include "command/CommandLoop.h"
+
 #include "varnox/socketutil/SocketInterface.h"
 
 #include <boost/algorithm/string/predicate.hpp>

@@ -1,5 +1,6 @@
+#include "command/CommandLoop.h"
+
 #include "tests/support/RecordingSocket.h"
-#include "varnox/hdqremote/AddonProxy.h"
 #include "varnox/socketutil/SocketException.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,6 @@
 #include "tests/proxy/FakeAddonProxy.h"
 
+#include "command/CommandLoop.h"
 #include "varnox/socketutil/SocketException.h"
 
 #include <utility>

@@ -3,7 +3,6 @@
 #include "varnox/Export.h"
 #include "varnox/ExceptionBase.h"
 
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -35,14 +34,22 @@ public:
         ~CommunicationError() override;
     };
 
-    /// Loads the add-on and runs its entry. The socket must outlive the object. Throws Error.
+    /// Loads the add-on at the path and runs its entry. The socket stays the caller's and must
+    /// outlive the object. Prints "Attempting to load addon" and, when the add-on has registered a
+    /// loader, "Success" to standard output; sends nothing. Throws Error, and whatever the add-on's
+    /// entry throws.
     AddonProxy(std::string const& addonPath, socketutil::SocketInterface& socket);
     AddonProxy(AddonProxy const&) = delete;
     AddonProxy& operator=(AddonProxy const&) = delete;
+    /// Sends nothing. The instance behind the host API is none from here on.
     ~AddonProxy();
 
-    /// Serves commands until endCommand arrives, whatever its case. A failure of the connection is
-    /// a CommunicationError; every other exception of a handler comes through as it is.
+    /// Serves commands until endCommand arrives, whatever its case; clients end a session with
+    /// "close data server". May be called again afterwards. A failure of the connection is a
+    /// CommunicationError; every other exception of a handler comes through as it is, among them
+    /// Error for an unknown command or a failed load, whose text may be empty, and
+    /// DataSetRegistrationServer::Error for a query of a zone or variable that doesn't exist. The
+    /// client is not told: after an exception the conversation is over.
     void serviceCommandsUntil(std::string const& endCommand);
 
     /// False while a command is being handled, and for good once one has failed: tells a hosting
@@ -53,10 +60,5 @@ private:
     class Impl;
     std::unique_ptr<Impl> m_impl;
 };
-
-/// The loop itself: hands every command up to endCommand to the handler. Commands are matched
-/// exactly, endCommand without regard to case. An empty handler is a std::bad_function_call.
-void serviceCommandsUntil(std::string const& endCommand, socketutil::SocketInterface& socket,
-                          std::function<void(std::string const&)> const& handler);
 
 }
