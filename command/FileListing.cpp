@@ -40,37 +40,6 @@ std::string withoutEmptyComponents(std::string const& path)
     return result;
 }
 
-/// Works on the text alone. Deliberate: a ".." directly behind the first component leaves a doubled
-/// slash, and a "~" in the middle loses the slash on its left.
-/// Test: ListFiles.CanonicalPathKeepsItsQuirks
-std::string getCanonicalPath(std::string path)
-{
-    std::vector<std::string> const parts = components(withoutEmptyComponents(path));
-    std::string result;
-    auto i = static_cast<std::ptrdiff_t>(parts.size()) - 1;
-    bool isReachedByDots = false; // an empty component reached so counts as a plain one
-    while (i >= 0) {
-        std::string const& part = parts[static_cast<std::size_t>(i)];
-        if (part.empty() && !isReachedByDots) {
-            --i;
-        } else if (part == "..") {
-            std::ptrdiff_t j = i - 1;
-            while (j >= 0 && parts[static_cast<std::size_t>(j)] == "..")
-                --j;
-            if (j < 0)
-                return result;
-            i = j - (i - j);
-            isReachedByDots = true;
-            continue;
-        } else {
-            result.insert(0, part == "~" ? part : "/" + part);
-            --i;
-        }
-        isReachedByDots = false;
-    }
-    return result;
-}
-
 void describe(FileEntry& entry, fs::path const& path, fs::file_status const& status,
               std::string const& fileType, std::string const& directoryType)
 {
@@ -129,6 +98,36 @@ std::vector<FileEntry> entriesOf(std::string const& directory)
     return result;
 }
 
+}
+
+// Deliberate: a ".." directly behind the first component leaves a doubled slash, and a "~" in the
+// middle loses the slash on its left. Test: CanonicalPath.KeepsItsQuirks
+std::string getCanonicalPath(std::string path)
+{
+    std::vector<std::string> const parts = components(withoutEmptyComponents(path));
+    std::string result;
+    auto i = static_cast<std::ptrdiff_t>(parts.size()) - 1;
+    bool isReachedByDots = false; // an empty component reached so counts as a plain one
+    while (i >= 0) {
+        std::string const& part = parts[static_cast<std::size_t>(i)];
+        if (part.empty() && !isReachedByDots) {
+            --i;
+        } else if (part == "..") {
+            std::ptrdiff_t j = i - 1;
+            while (j >= 0 && parts[static_cast<std::size_t>(j)] == "..")
+                --j;
+            if (j < 0)
+                return result;
+            i = j - (i - j);
+            isReachedByDots = true;
+            continue;
+        } else {
+            result.insert(0, part == "~" ? part : "/" + part);
+            --i;
+        }
+        isReachedByDots = false;
+    }
+    return result;
 }
 
 void addFileListing(socketutil::WriteCache& reply, std::string const& directory)

@@ -8,6 +8,10 @@
 
 #include <fstream>
 #include <map>
+#include <string>
+#include <vector>
+
+#include <sys/stat.h>
 
 namespace varnox::hdqremote {
 namespace {
@@ -26,6 +30,7 @@ struct Listing
 {
     std::string canonicalPath;
     std::map<std::string, Entry> entries;
+    std::vector<std::string> order; ///< The names as they came.
 };
 
 Listing list(std::string const& directory)
@@ -41,11 +46,30 @@ Listing list(std::string const& directory)
         entry.type = socket.receiveString();
         entry.size = socket.receiveUInt64();
         entry.lastWriteTime = socket.receiveUInt64();
-        result.entries[entry.rawName.c_str()] = entry;
+        std::string const name = entry.rawName.c_str();
+        EXPECT_EQ(entry.rawName.size(), name.size() + 3);
+        result.entries[name] = entry;
+        result.order.push_back(name);
     }
     EXPECT_TRUE(socket.allWasRead());
     return result;
 }
+
+/// Another working directory for as long as the object lives.
+class WorkingDirectory
+{
+public:
+    explicit WorkingDirectory(boost::filesystem::path const& path)
+    {
+        boost::filesystem::current_path(path);
+    }
+    WorkingDirectory(WorkingDirectory const&) = delete;
+    WorkingDirectory& operator=(WorkingDirectory const&) = delete;
+    ~WorkingDirectory() { boost::filesystem::current_path(m_before); }
+
+private:
+    boost::filesystem::path m_before = boost::filesystem::current_path();
+};
 
 class ListFiles : public testing::Test
 {
@@ -114,10 +138,8 @@ TEST_F(ListFiles, EmptyAndUnreadableFoldersGiveTheSameEntries)
 TEST_F(ListFiles, RelativeFolderIsListedFromTheWorkingDirectory)
 {
     write("a", "");
-    auto const before = boost::filesystem::current_path();
-    boost::filesystem::current_path(folder.parent_path());
+    WorkingDirectory const here(folder.parent_path());
     Listing const listing = list(folder.filename().string());
-    boost::filesystem::current_path(before);
     EXPECT_EQ(listing.entries.count("a"), 1U);
     EXPECT_EQ(listing.canonicalPath, folder.string());
 }
@@ -127,18 +149,111 @@ TEST_F(ListFiles, RootHasAnEmptyCanonicalPath)
     EXPECT_EQ(list("/").canonicalPath, "");
 }
 
-TEST_F(ListFiles, CanonicalPathKeepsItsQuirks)
+TEST_F(ListFiles, EntriesStandInTheOrderOfTheDirectory)
+{
+    for (char const* name : {"m", "z", "a", "k", "b", "y"})
+        write(name, "");
+    std::vector<std::string> expected;
+    for (boost::filesystem::directory_iterator i(folder), end; i != end; ++i)
+        expected.push_back(i->path().filename().string());
+    EXPECT_EQ(list(folder.string()).order, expected);
+}
+
+TEST_F(ListFiles, TimesAreThoseOfTheFilesAndFoldersInSeconds)
+{
+    write("a", "");
+    boost::filesystem::create_directory(folder / "sub");
+    boost::filesystem::last_write_time(folder / "a", 1'234'567'890);
+    boost::filesystem::last_write_time(folder / "sub", 987'654'321);
+    Listing const listing = list(folder.string());
+    EXPECT_EQ(listing.entries.at("a").lastWriteTime, 1'234'567'890U);
+    EXPECT_EQ(listing.entries.at("sub").lastWriteTime, 987'654'321U);
+}
+
+TEST_F(ListFiles, LinkToAFolderIsAFolderWithItsPermissions)
+{
+    boost::filesystem::create_directory(folder / "sub");
+    boost::filesystem::permissions(folder / "sub", static_cast<boost::filesystem::perms>(01750));
+    boost::filesystem::create_directory_symlink(folder / "sub", folder / "link");
+    Listing const listing = list(folder.string());
+    EXPECT_EQ(listing.entries.at("link").type, "directory");
+    EXPECT_EQ(listing.entries.at("link").size, 0U);
+    EXPECT_EQ(listing.entries.at("link").rawName, std::string("link\0\x03\xE8", 7)); // 01750
+}
+
+TEST_F(ListFiles, WhatIsNeitherFileNorFolderIsLeftOut)
+{
+    ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+    write("a", "");
+    Listing const listing = list(folder.string());
+    EXPECT_EQ(listing.order, std::vector<std::string>{"a"});
+}
+
+TEST_F(ListFiles, EntryThatCannotBeExaminedIsLeftOutAndTheWalkGoesOn)
+{
+    write("a", "");
+    boost::filesystem::create_symlink("loop", folder / "loop"); // a link to itself
+    EXPECT_EQ(list(folder.string()).order, std::vector<std::string>{"a"});
+}
+
+TEST_F(ListFiles, FileInPlaceOfAFolderHasNoEntries)
+{
+    write("a", "");
+    Listing const listing = list((folder / "a").string());
+    EXPECT_TRUE(listing.entries.empty());
+    EXPECT_EQ(listing.canonicalPath, (folder / "a").string());
+}
+
+TEST_F(ListFiles, TildeIsNotExpanded)
+{
+    boost::filesystem::create_directory(folder / "~");
+    boost::filesystem::ofstream(folder / "~" / "inside");
+    WorkingDirectory const here(folder);
+    Listing const listing = list("~");
+    EXPECT_EQ(listing.order, std::vector<std::string>{"inside"});
+    EXPECT_EQ(listing.canonicalPath, folder.string() + "~"); // the quirk of the canonical path
+}
+
+TEST_F(ListFiles, CanonicalPathIsNotTheOneThatIsListed)
+{
+    // By its text "link/.." is the folder itself; the disk goes through the link.
+    boost::filesystem::create_directories(folder / "far" / "sub");
+    boost::filesystem::create_directory_symlink(folder / "far" / "sub", folder / "link");
+    Listing const listing = list((folder / "link" / "..").string());
+    EXPECT_EQ(listing.canonicalPath, folder.string());
+    EXPECT_EQ(listing.order, std::vector<std::string>{"sub"});
+}
+
+TEST_F(ListFiles, WorkingDirectoryThatIsGoneIsAnException)
+{
+    boost::filesystem::path const gone = folder / "gone";
+    boost::filesystem::create_directory(gone);
+    WorkingDirectory const here(gone);
+    boost::filesystem::remove(gone);
+    socketutil::WriteCache reply;
+    EXPECT_THROW(addFileListing(reply, "/"), boost::filesystem::filesystem_error);
+}
+
+TEST(CanonicalPath, KeepsItsQuirks)
 {
     std::map<std::string, std::string> const cases = {
-        {"/a/b/c", "/a/b/c"},  {"/a//./b/", "/a/b"},
-        {"/a/b/../c", "/a/c"}, {"/a/b/c/../../d", "/a/d"},
-        {"/a/b/..", "/a"},     {"/a/..", "/"},
-        {"/a/../b", "//b"},    {"/a/b/../../c", "//c"},
-        {"/../a", "/a"},       {"/", ""},
-        {"/..", ""},           {"/a/~/b", "/a~/b"},
+        {"/a/b/c", "/a/b/c"},
+        {"/a//./b/", "/a/b"},
+        {"a/b", "/a/b"},
+        {"/a/b/../c", "/a/c"},
+        {"/a/b/c/../../d", "/a/d"},
+        {"/a/b/..", "/a"},
+        {"/a/..", "/"},
+        {"/a/../b", "//b"},
+        {"/a/b/../../c", "//c"},
+        {"/../a", "/a"},
+        {"/", ""},
+        {"/..", ""},
+        {"~/a", "~/a"},
+        {"/a/~/b", "/a~/b"},
     };
     for (auto const& [input, expected] : cases)
-        EXPECT_EQ(list(input).canonicalPath, expected) << input;
+        EXPECT_EQ(getCanonicalPath(input), expected) << input;
 }
 
 }
