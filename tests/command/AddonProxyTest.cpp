@@ -3,6 +3,7 @@
 #include "command/LoaderCommands.h"
 #include "tests/support/RecordingSocket.h"
 #include "varnox/hdqremote/DataSetRegistrationServer.h"
+#include "varnox/hostapi/VnxMock.h"
 #include "varnox/socketutil/WriteCache.h"
 
 #include <boost/filesystem.hpp>
@@ -93,10 +94,11 @@ protected:
     void TearDown() override { boost::filesystem::remove_all(folder); }
 
     /// A copy of a data file under a name that tells the scripted loader what to do.
-    std::string fileNamed(std::string const& name)
+    std::string fileNamed(std::string const& name,
+                          std::string const& original = "tjunction_grid.hdqfs")
     {
         auto const path = folder / name;
-        boost::filesystem::copy_file(sample("tjunction_grid.hdqfs"), path);
+        boost::filesystem::copy_file(sample(original), path);
         return path.string();
     }
 
@@ -148,6 +150,64 @@ TEST_F(AddonProxySession, ListsItsFileTypes)
     EXPECT_EQ(socket.numSendCaches(), 1U);
 }
 
+TEST_F(AddonProxySession, ListsFilesInOneTransfer)
+{
+    script([&](WriteCache& c) {
+        c.addString("list files");
+        c.addString(folder.string() + "/./");
+        c.addString("close data server");
+    });
+    proxy->serviceCommandsUntil(CLOSE_DATA_SERVER);
+    EXPECT_EQ(socket.sent(), cached([&](WriteCache& c) {
+                  c.addString(folder.string());
+                  c.addInt(0);
+                  c.addString("command finished");
+              }));
+    EXPECT_EQ(socket.numSendCaches(), 1U);
+}
+
+TEST_F(AddonProxySession, ListedFileIsItsGoldenBytes)
+{
+    std::string const path = fileNamed("a.hdqfs");
+    boost::filesystem::permissions(path, static_cast<boost::filesystem::perms>(0644));
+    boost::filesystem::last_write_time(path, 1'700'000'000);
+    script([&](WriteCache& c) {
+        c.addString("list files");
+        c.addString(folder.string());
+        c.addString("close data server");
+    });
+    proxy->serviceCommandsUntil(CLOSE_DATA_SERVER);
+    EXPECT_EQ(socket.sent(), cached([&](WriteCache& c) {
+                  c.addString(folder.string());
+                  c.addInt(1);
+                  c.addString(std::string("a.hdqfs\0\x01\xA4", 10));
+                  c.addString("regular");
+                  c.addUInt64(boost::filesystem::file_size(path));
+                  c.addUInt64(1'700'000'000);
+                  c.addString("command finished");
+              }));
+}
+
+TEST_F(AddonProxySession, ServesAgainAfterAnEndCommand)
+{
+    for (int round = 0; round < 2; ++round) {
+        script([](WriteCache& c) {
+            c.addString("list file types");
+            c.addString("close data server");
+        });
+        proxy->serviceCommandsUntil(CLOSE_DATA_SERVER);
+    }
+    EXPECT_EQ(socket.numSendCaches(), 2U);
+}
+
+TEST_F(AddonProxySession, DestructionSendsNothing)
+{
+    std::size_t const before = socket.numOperations();
+    proxy.reset();
+    EXPECT_EQ(socket.numOperations(), before);
+    EXPECT_EQ(VnxMock::GetInstance(), nullptr);
+}
+
 TEST_F(AddonProxySession, CommandInCapitalsIsUnrecognised)
 {
     script([](WriteCache& c) { c.addString("LOAD DATASET"); });
@@ -190,6 +250,98 @@ TEST_F(AddonProxySession, LoadsAndReportsSuccess)
     });
     proxy->serviceCommandsUntil(CLOSE_DATA_SERVER);
     EXPECT_EQ(socket.sent(), finished(true));
+}
+
+TEST_F(AddonProxySession, SinglePathGivesFourInstructions)
+{
+    std::string const path = fileNamed("tells.hdqfs");
+    std::string const told = "STANDARDSYNTAX|1.0|FILENAME_FILE|" + path + "|";
+    EXPECT_EQ(failureOfLoading(path), told);
+    EXPECT_EQ(socket.sent(), dialog(told) + finished(false));
+}
+
+TEST_F(AddonProxySession, TwoPathsGiveSixInstructions)
+{
+    std::string const grid = fileNamed("grid.hdqfs");
+    std::string const solution = fileNamed("tells.hdqfs", "tjunction_t00.hdqfs");
+    EXPECT_EQ(failureOfLoading(grid + "\n" + solution),
+              "STANDARDSYNTAX|1.0|FILELIST_DATAFILES|2|" + grid + "|" + solution + "|");
+}
+
+TEST_F(AddonProxySession, PathsAreNotNormalised)
+{
+    fileNamed("tells.hdqfs");
+    std::string const path = folder.string() + "//./tells.hdqfs";
+    EXPECT_EQ(failureOfLoading(path), "STANDARDSYNTAX|1.0|FILENAME_FILE|" + path + "|");
+}
+
+TEST_F(AddonProxySession, FailedReadOfThePathsIsToldWhereTheSocketStillWorks)
+{
+    script([](WriteCache& c) { c.addString("load dataset"); });
+    socket.failAt(1);
+    EXPECT_EQ(messageOf<AddonProxy::Error>([&] { proxy->serviceCommandsUntil("end"); }),
+              "failed on purpose");
+    EXPECT_EQ(socket.sent(), dialog("failed on purpose") + finished(false));
+}
+
+TEST_F(AddonProxySession, FailedSendOfTheResultReplacesTheErrorOfTheLoad)
+{
+    script([&](WriteCache& c) {
+        c.addString("load dataset");
+        c.addString(fileNamed("fails.hdqfs"));
+    });
+    socket.failAt(2); // behind the two receives
+    EXPECT_EQ(
+        messageOf<AddonProxy::CommunicationError>([&] { proxy->serviceCommandsUntil("end"); }),
+        "failed on purpose");
+}
+
+/// Stands in for the proxy while a data set is loaded: a host without memory for instructions.
+class HostWithoutMemory : public VnxMock
+{
+public:
+    explicit HostWithoutMemory(int numAppends) : m_numAppends(numAppends) {}
+    StringList_s* VnxUtilStringListAlloc() override
+    {
+        return m_numAppends < 0 ? nullptr : reinterpret_cast<StringList_s*>(this);
+    }
+    char VnxUtilStringListAppendString(StringList_s*, char const*) override
+    {
+        ++numCalls;
+        return numCalls <= m_numAppends ? 1 : 0;
+    }
+    void VnxUtilStringListDealloc(StringList_s** list) override
+    {
+        calls += *list == nullptr ? "dealloc of null;" : "dealloc;";
+    }
+    void VnxUtilDialogErrMsg(char const* text) override { calls += std::string(text) + ";"; }
+
+    int numCalls = 0;
+    std::string calls;
+
+private:
+    int m_numAppends; ///< Those that succeed; -1 if there is no list at all.
+};
+
+constexpr char NO_MEMORY[] = "Insufficient memory resources were available to load the data.";
+
+TEST_F(AddonProxySession, InstructionsThatCannotBeAllocatedAreInsufficientMemory)
+{
+    HostWithoutMemory const host(-1);
+    EXPECT_EQ(failureOfLoading("/a"), NO_MEMORY);
+    EXPECT_EQ(host.calls, std::string(NO_MEMORY) + ";dealloc of null;");
+    EXPECT_EQ(host.numCalls, 0);
+    EXPECT_EQ(socket.sent(), finished(false));
+}
+
+TEST_F(AddonProxySession, FirstAppendThatFailsIsTheLastAndInsufficientMemory)
+{
+    for (int numAppends = 0; numAppends < 6; ++numAppends) {
+        HostWithoutMemory const host(numAppends);
+        EXPECT_EQ(failureOfLoading("/a\n/b"), NO_MEMORY);
+        EXPECT_EQ(host.calls, std::string(NO_MEMORY) + ";dealloc;");
+        EXPECT_EQ(host.numCalls, numAppends + 1);
+    }
 }
 
 TEST_F(AddonProxySession, LoaderThatReturnsFalseGivesNoDialogAndAnEmptyError)
@@ -282,6 +434,79 @@ TEST_F(AddonProxySession, QueryForASlotWithoutAServerIsAnError)
     EXPECT_EQ(
         messageOf<DataSetRegistrationServer::Error>([&] { proxy->serviceCommandsUntil("end"); }),
         "There is no query service for the cells of zone 0.");
+}
+
+TEST_F(AddonProxySession, EveryQueryCommandReachesItsOwnService)
+{
+    struct QueryCase
+    {
+        char const* command;
+        bool hasVariable;
+        char const* service;
+    };
+    constexpr QueryCase QUERIES[] = {
+        {"CellConnectivityQuery", false, "the cells of zone 0"},
+        {"NodeConnectivityQuery", false, "the nodes of zone 0"},
+        {"OrderedSubzoneQuery", false, "the ordered subzones of zone 0"},
+        {"ZoneVarIDQuery", false, "the identity of zone 0"},
+        {"NodalVarQuery", true, "the nodal values of variable 2 in zone 0"},
+        {"CellCenteredVarQuery", true, "the cell-centred values of variable 2 in zone 0"},
+        {"VarSubzoneQuery", true, "the subzone ranges of variable 2 in zone 0"},
+    };
+    script([&](WriteCache& c) {
+        c.addString("load dataset");
+        c.addString(fileNamed("succeeds.hdqfs"));
+    });
+    EXPECT_THROW(proxy->serviceCommandsUntil("end"), AddonProxy::CommunicationError);
+    for (QueryCase const& query : QUERIES) {
+        script([&](WriteCache& c) {
+            c.addString(query.command);
+            c.addInt(0); // the zone goes ahead
+            if (query.hasVariable)
+                c.addInt(2);
+        });
+        EXPECT_EQ(messageOf<DataSetRegistrationServer::Error>(
+                      [&] { proxy->serviceCommandsUntil("end"); }),
+                  std::string("There is no query service for ") + query.service + ".");
+        EXPECT_TRUE(socket.allWasRead()) << query.command;
+    }
+}
+
+TEST_F(AddonProxySession, EveryCommandOfLoadOnDemandReachesItsOwnCallback)
+{
+    script([&](WriteCache& c) {
+        c.addString("load dataset");
+        c.addString(fileNamed("registers.hdqfs"));
+        c.addString("command finished"); // VnxUtilDataSetCreate
+        c.addUInt32(1);
+        c.addString("command finished"); // VnxUtilDataSetAddZoneX
+        c.addUInt32(1);
+        c.addUInt32(1);                  // VnxUtilDataValueCustomLOD
+        c.addString("command finished"); // VnxUtilDataNodeCustomLOD
+        c.addUInt32(1);
+        c.addString("command finished"); // VnxUtilDataFaceNbrCustomLOD
+        c.addUInt32(1);
+        c.addString("command finished"); // VnxUtilDataLoadFinishX
+        c.addInt(0);
+        c.addString("close data server");
+    });
+    proxy->serviceCommandsUntil(CLOSE_DATA_SERVER);
+    ASSERT_TRUE(socket.allWasRead());
+    for (std::string const what : {"field data", "node map", "face neighbors"})
+        for (std::string const action : {"load", "unload", "clean up"}) {
+            socket.takeSent();
+            script([&](WriteCache& c) {
+                c.addString(action + " " + what);
+                c.addInt32(1);
+                if (what == "field data")
+                    c.addInt32(1);
+                c.addString("close data server");
+            });
+            proxy->serviceCommandsUntil(CLOSE_DATA_SERVER);
+            std::string const call = dialog(what + ": " + action);
+            EXPECT_EQ(socket.sent().substr(0, call.size()), call);
+            EXPECT_TRUE(socket.allWasRead());
+        }
 }
 
 /// The client's answers while the scripted loader builds its data set.

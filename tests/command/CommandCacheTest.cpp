@@ -119,6 +119,60 @@ TEST_F(CommandCacheTest, FailedSendKeepsTheBatchAndItsRoutines)
     EXPECT_TRUE(ran);
 }
 
+TEST_F(CommandCacheTest, EveryFlushThatCannotSendIsFalseAndKeepsTheBatch)
+{
+    bool ran = false;
+    append(15001);
+    cache.addReceiveRoutine([&] { return ran = true; });
+    for (auto const flush :
+         {&CommandCache::flushCachedCommands, &CommandCache::flushCachedCommandsIfNecessary,
+          &CommandCache::finishCachingCommands}) {
+        socket.failAt(0);
+        EXPECT_FALSE((cache.*flush)());
+        EXPECT_TRUE(cache.isCachingCommands());
+        EXPECT_FALSE(ran);
+    }
+    EXPECT_TRUE(cache.finishCachingCommands());
+    EXPECT_EQ(socket.sent().size(), 15001U);
+    EXPECT_TRUE(ran);
+}
+
+TEST_F(CommandCacheTest, RepliesAreReadBehindTheWholeBatchInTheOrderOfTheCommands)
+{
+    std::string order;
+    for (char const command : {'a', 'b', 'c'}) {
+        append(1);
+        cache.addReceiveRoutine([&order, command, this] {
+            EXPECT_EQ(socket.sent().size(), 3U);
+            order += command;
+            return true;
+        });
+    }
+    EXPECT_TRUE(cache.flushCachedCommands());
+    EXPECT_EQ(order, "abc");
+    EXPECT_EQ(socket.numSendCaches(), 1U);
+}
+
+TEST_F(CommandCacheTest, FinishWithARoutineThatReturnsFalseIsFalse)
+{
+    append(1);
+    cache.addReceiveRoutine([] { return false; });
+    EXPECT_FALSE(cache.finishCachingCommands());
+    EXPECT_FALSE(cache.isCachingCommands());
+}
+
+TEST_F(CommandCacheTest, DestructionDropsTheBatchUnsent)
+{
+    {
+        CommandCache dropped(socket, [](std::string const&) {});
+        WriteCache command;
+        command.addInt(1);
+        dropped.appendCache(command);
+        dropped.addBooleanReceiveRoutine();
+    }
+    EXPECT_EQ(socket.numOperations(), 0U);
+}
+
 TEST_F(CommandCacheTest, FailedReplyEndsCachingAndForgetsTheRoutines)
 {
     append(1);
@@ -174,6 +228,43 @@ TEST_F(CommandCacheTest, EmptyRoutineIsABadFunctionCall)
     append(1);
     cache.addReceiveRoutine({});
     EXPECT_THROW(cache.finishCachingCommands(), std::bad_function_call);
+}
+
+TEST_F(CommandCacheTest, FlushInsideARoutineHasNothingToDo)
+{
+    append(1);
+    cache.addReceiveRoutine([&] {
+        return cache.flushCachedCommands() && cache.flushCachedCommandsIfNecessary() &&
+               cache.finishCachingCommands() && !cache.isCachingCommands();
+    });
+    EXPECT_TRUE(cache.flushCachedCommands());
+    EXPECT_EQ(socket.numSendCaches(), 1U);
+    EXPECT_TRUE(cache.isCachingCommands());
+}
+
+TEST_F(CommandCacheTest, RoutineAddedDuringTheWalkIsDropped)
+{
+    bool ran = false;
+    append(1);
+    cache.addReceiveRoutine([&] {
+        cache.addReceiveRoutine([&] { return ran = true; });
+        return true;
+    });
+    EXPECT_TRUE(cache.flushCachedCommands());
+    EXPECT_TRUE(cache.flushCachedCommands());
+    EXPECT_FALSE(ran);
+}
+
+TEST_F(CommandCacheTest, UnsentBatchOfARoutineIsReplacedAtTheEndOfTheFlush)
+{
+    append(1);
+    cache.addReceiveRoutine([&] {
+        append(5);
+        return true;
+    });
+    EXPECT_TRUE(cache.flushCachedCommands());
+    EXPECT_TRUE(cache.flushCachedCommands());
+    EXPECT_EQ(socket.sent().size(), 1U);
 }
 
 TEST_F(CommandCacheTest, BatchInsideARoutineIsSentByItsOwnFlush)

@@ -61,9 +61,37 @@ TEST(FileSystem, FilesAreOpenedMeasuredRenamedAndRemoved)
     unsigned long size = 0;
     EXPECT_TRUE(fileSize(first, size));
     EXPECT_EQ(size, 4U);
+    unsigned long sizeByText = 0;
+    EXPECT_TRUE(fileSize(first.c_str(), sizeByText));
+    EXPECT_EQ(sizeByText, 4U);
     EXPECT_EQ(fileRename(first, second), 0);
     EXPECT_EQ(fileRemove(second), 0);
     EXPECT_NE(fileRemove(second), 0);
+}
+
+TEST(FileSystem, OpenFileIsReopenedOnAnother)
+{
+    std::string const first = testing::TempDir() + "vnxFileSystemReopenFirst";
+    std::string const second = testing::TempDir() + "vnxFileSystemReopenSecond";
+    std::FILE* file = fileOpen(first, "wb");
+    ASSERT_NE(file, nullptr);
+    file = fileReopen(second, "wb", file);
+    ASSERT_NE(file, nullptr);
+    std::fputs("six...", file);
+    std::fclose(file);
+    unsigned long size = 17;
+    EXPECT_TRUE(fileSize(first, size));
+    EXPECT_EQ(size, 0U);
+    EXPECT_TRUE(fileSize(second, size));
+    EXPECT_EQ(size, 6U);
+    fileRemove(first);
+    fileRemove(second);
+}
+
+TEST(FileSystem, FileThatIsNotThereIsNotOpened)
+{
+    EXPECT_EQ(fileOpen("/nowhere/at/all", "rb"), nullptr);
+    EXPECT_NE(fileRename("/nowhere/at/all", "/nowhere/else"), 0);
 }
 
 TEST(FileSystem, BackslashesBecomeSlashes)

@@ -18,6 +18,30 @@ char loadFieldValues(FieldData_s* handle)
     return VnxUtilDataValueGetClientData(handle) == 77 ? 1 : 0;
 }
 
+constexpr char const* FIELD_LOAD = "field data: load";
+constexpr char const* FIELD_UNLOAD = "field data: unload";
+constexpr char const* FIELD_CLEAN_UP = "field data: clean up";
+constexpr char const* NODE_LOAD = "node map: load";
+constexpr char const* NODE_UNLOAD = "node map: unload";
+constexpr char const* NODE_CLEAN_UP = "node map: clean up";
+constexpr char const* FACE_LOAD = "face neighbors: load";
+constexpr char const* FACE_UNLOAD = "face neighbors: unload";
+constexpr char const* FACE_CLEAN_UP = "face neighbors: clean up";
+
+/// Callbacks that tell the client which of them was called.
+template <typename Handle, char const* const& TEXT>
+char telling(Handle*)
+{
+    VnxUtilDialogErrMsg(TEXT);
+    return 1;
+}
+
+template <typename Handle, char const* const& TEXT>
+void tellingOfTheEnd(Handle*)
+{
+    VnxUtilDialogErrMsg(TEXT);
+}
+
 struct Dealloc
 {
     void operator()(StringList_s* list) const { VnxUtilStringListDealloc(&list); }
@@ -41,6 +65,37 @@ void buildDataSet()
     VnxUtilDataLoadFinishX(empty.get(), ids);
 }
 
+/// One zone with callbacks for everything that can be loaded on demand.
+void registerEveryCallback()
+{
+    std::unique_ptr<StringList_s, Dealloc> const names(VnxUtilStringListAlloc());
+    VnxUtilStringListAppendString(names.get(), "p");
+    VnxUtilDataSetCreate("title", names.get(), 1);
+    std::unique_ptr<_ArgList_s, Dealloc> const zone(VnxUtilArgListAlloc());
+    VnxUtilDataSetAddZoneX(zone.get());
+    VnxUtilDataValueCustomLOD(1, 1, telling<FieldData_s, FIELD_LOAD>,
+                              telling<FieldData_s, FIELD_UNLOAD>,
+                              tellingOfTheEnd<FieldData_s, FIELD_CLEAN_UP>, nullptr, nullptr, 0);
+    using NodeMap = VNX_ELEM_TO_NODE_MAP;
+    VnxUtilDataNodeCustomLOD(1, telling<NodeMap, NODE_LOAD>, telling<NodeMap, NODE_UNLOAD>,
+                             tellingOfTheEnd<NodeMap, NODE_CLEAN_UP>, 0);
+    VnxUtilDataFaceNbrCustomLOD(1, 0, telling<FaceNeighbor_s, FACE_LOAD>,
+                                telling<FaceNeighbor_s, FACE_UNLOAD>,
+                                tellingOfTheEnd<FaceNeighbor_s, FACE_CLEAN_UP>, 0);
+    std::unique_ptr<_ArgList_s, Dealloc> const empty(VnxUtilArgListAlloc());
+    long ids[4] = {};
+    VnxUtilDataLoadFinishX(empty.get(), ids);
+}
+
+/// The instructions as they came, with a bar behind each.
+std::string told(StringList_s* instructions)
+{
+    std::string result;
+    for (long i = 1; i <= VnxUtilStringListGetCount(instructions); ++i)
+        result += std::string(VnxUtilStringListGetRawStringPtr(instructions, i)) + "|";
+    return result;
+}
+
 char load(StringList_s* instructions, unsigned long clientData)
 {
     long const count = VnxUtilStringListGetCount(instructions);
@@ -48,6 +103,12 @@ char load(StringList_s* instructions, unsigned long clientData)
     std::string const word = last.substr(last.find_last_of('/') + 1);
     if (clientData != 42)
         return 0;
+    if (word == "tells.hdqfs")
+        throw std::runtime_error(told(instructions));
+    if (word == "registers.hdqfs") {
+        registerEveryCallback();
+        return 1;
+    }
     if (word == "throws.hdqfs")
         throw std::runtime_error("the loader has failed");
     if (word == "throwsNothing.hdqfs")
