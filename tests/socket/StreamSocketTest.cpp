@@ -1,5 +1,6 @@
 #include "socket/StreamSocket.h"
 
+#include "socket/Address.h"
 #include "tests/support/RecordingSocket.h"
 #include "varnox/socketutil/SocketException.h"
 #include "varnox/socketutil/WriteCache.h"
@@ -11,6 +12,8 @@
 #include <memory>
 #include <thread>
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -157,6 +160,95 @@ TEST_P(StreamSocketPairs, HangUpShowsOnceEverythingIsRead)
 INSTANTIATE_TEST_SUITE_P(Transports, StreamSocketPairs, testing::Bool(), [](auto const& test) {
     return test.param ? std::string("Pipes") : std::string("Sockets");
 });
+
+TEST_P(StreamSocketPairs, InterruptedReceiveGoesOn)
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) {}; // without SA_RESTART: calls come back as interrupted
+    struct sigaction before = {};
+    ::sigaction(SIGUSR1, &action, &before);
+    Pair pair(GetParam());
+    pthread_t const receiver = ::pthread_self();
+    std::thread sender([&] {
+        for (int i = 0; i < 20; ++i) {
+            ::pthread_kill(receiver, SIGUSR1);
+            ::usleep(2000);
+        }
+        pair.a->sendInt(42);
+    });
+    EXPECT_EQ(pair.b->receiveInt(), 42);
+    sender.join();
+    ::sigaction(SIGUSR1, &before, nullptr);
+}
+
+TEST_P(StreamSocketPairs, InterruptedSendGoesOn)
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    struct sigaction before = {};
+    ::sigaction(SIGUSR1, &action, &before);
+    Pair pair(GetParam());
+    std::vector<double> const values(300'000, 1.25);
+    pthread_t const sender = ::pthread_self();
+    std::vector<double> received;
+    std::thread receiver([&] {
+        for (int i = 0; i < 20; ++i) { // the sender has filled the connection and waits
+            ::usleep(2000);
+            ::pthread_kill(sender, SIGUSR1);
+        }
+        received = pair.b->receiveDoubleVector();
+    });
+    pair.a->sendDoubleVector(values);
+    receiver.join();
+    EXPECT_EQ(received, values);
+    ::sigaction(SIGUSR1, &before, nullptr);
+}
+
+TEST(StreamSocket, DescriptorsThatDoNotBlockAreWaitedFor)
+{
+    int ends[2];
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends), 0);
+    StreamSocket a(ends[0], ends[0]);
+    StreamSocket b(ends[1], ends[1]);
+    std::vector<double> const values(300'000, 1.25);
+    std::thread sender([&] {
+        ::usleep(20'000); // the receiver waits for it
+        a.sendDoubleVector(values);
+    });
+    EXPECT_EQ(b.receiveDoubleVector(), values);
+    sender.join();
+}
+
+TEST(StreamSocket, DelayIsOffOnATcpStream)
+{
+    Address any;
+    any.kind = Address::Kind::Tcp;
+    any.host = "127.0.0.1";
+    Listener const listener(any);
+    Descriptor client = connectTo(listener.boundAddress());
+    int const descriptor = client.release();
+    StreamSocket const socket(descriptor, descriptor);
+    int value = 0;
+    socklen_t size = sizeof(value);
+    ASSERT_EQ(::getsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &value, &size), 0);
+    EXPECT_NE(value, 0);
+}
+
+TEST(StreamSocket, CacheOfManyPiecesArrivesWhole)
+{
+    Pair pair;
+    WriteCache cache;
+    std::vector<unsigned char> piece(65'536);
+    for (std::size_t i = 0; i < piece.size(); ++i)
+        piece[i] = static_cast<unsigned char>(i * 31);
+    for (int i = 0; i < 200; ++i)
+        cache.addUInt8Vector(piece);
+    std::thread sender([&] { pair.a->sendCache(cache); });
+    for (int i = 0; i < 200; ++i)
+        EXPECT_EQ(pair.b->receiveUInt8Vector(), piece);
+    sender.join();
+    EXPECT_EQ(pair.a->bytesSent(), cache.size());
+}
 
 TEST(StreamSocket, EmptyCacheSendsNothing)
 {
