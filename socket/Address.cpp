@@ -315,9 +315,13 @@ void Listener::listenOnTcp(Address const& address)
     for (addrinfo const* number = numbers.get(); number != nullptr; number = number->ai_next) {
         Descriptor result(
             ::socket(number->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+        if (!result.isOpen()) {
+            error = errno;
+            continue;
+        }
         int const on = 1; // a port that a server has just left can be taken at once
         ::setsockopt(result.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
-        if (result.isOpen() && ::bind(result.get(), number->ai_addr, number->ai_addrlen) == 0 &&
+        if (::bind(result.get(), number->ai_addr, number->ai_addrlen) == 0 &&
             ::listen(result.get(), SOMAXCONN) == 0) {
             m_boundAddress = boundTcpAddress(result.get());
             m_descriptor = std::move(result);
