@@ -48,7 +48,14 @@ private:
     std::vector<Block> m_blocks;
 };
 
-thread_local BlockStore blockStore;
+thread_local bool storeIsGone = false; // outlives the store, and a cache may outlive both
+
+struct ThreadsBlockStore : BlockStore
+{
+    ~ThreadsBlockStore() { storeIsGone = true; }
+};
+
+thread_local ThreadsBlockStore blockStore;
 
 }
 
@@ -67,7 +74,7 @@ WriteCache::WriteCache()
 WriteCache::~WriteCache()
 {
     for (Chunk& chunk : m_chunks)
-        if (chunk.capacity == LARGEST_BLOCK)
+        if (chunk.capacity == LARGEST_BLOCK && !storeIsGone)
             blockStore.giveBack(std::move(chunk.data));
 }
 
@@ -82,8 +89,9 @@ unsigned char* WriteCache::room(std::size_t& available)
         std::size_t const capacity = m_chunks.empty()
                                          ? SMALLEST_BLOCK
                                          : std::min(m_chunks.back().capacity * 4, LARGEST_BLOCK);
-        Block block =
-            capacity == LARGEST_BLOCK ? blockStore.take() : Block(new unsigned char[capacity]);
+        Block block = capacity == LARGEST_BLOCK && !storeIsGone
+                          ? blockStore.take()
+                          : Block(new unsigned char[capacity]);
         m_chunks.push_back({std::move(block), capacity, 0});
     }
     Chunk& last = m_chunks.back();

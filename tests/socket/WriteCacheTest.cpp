@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <thread>
+
 namespace varnox::socketutil {
 namespace {
 
@@ -133,6 +136,23 @@ TEST(WriteCache, AppendsALargeCacheToItself)
     std::string const once = bytesOf(cache);
     cache.appendCache(cache);
     EXPECT_EQ(bytesOf(cache), once + once);
+}
+
+TEST(WriteCache, OneThatOutlivesItsThreadsStoreIsFreed)
+{
+    std::unique_ptr<WriteCache> cache;
+    std::thread([&] {
+        thread_local struct AtTheEnd
+        {
+            std::unique_ptr<WriteCache> last;
+        } atTheEnd; // built ahead of the store, so destroyed behind it
+        atTheEnd.last = std::make_unique<WriteCache>();
+        atTheEnd.last->addUInt8Vector(std::vector<unsigned char>(4'000'000, 7));
+        cache = std::make_unique<WriteCache>();
+        cache->addUInt8Vector(std::vector<unsigned char>(4'000'000, 8));
+    }).join();
+    cache->addUInt8(9);
+    EXPECT_EQ(cache->size(), 4'000'009U);
 }
 
 TEST(WriteCache, LargeBlocksAreUsedAgain)
