@@ -59,16 +59,18 @@ AuxData_s* VnxUtilAuxDataVarGetRef(int var);
 /* A handle for the auxiliary data of a zone, counted from 1. Nothing is sent. */
 AuxData_s* VnxUtilAuxDataZoneGetRef(int zone);
 
-/* Two zones, counted from 1, share their connectivity. Waits in the batch. */
+/* Two zones, counted from 1, share their connectivity; which of them is the source is between the
+   add-on and the client. Waits in the batch. */
 void VnxUtilDataConnectShare(int first, int second);
 
-/* Hands over face neighbours inside a load callback; zones may be null. Sent at once. Returns the
-   client's answer. */
+/* Hands over face neighbours inside a load callback: count items and, unless zones is null, as many
+   zones, all of which stay the caller's. What the numbers mean is between the add-on and the client,
+   who get them as they are. Sent at once. Returns the client's answer. */
 char VnxUtilDataFaceNbrAssignByRef(FaceNeighbor_s* handle, long first, int second, char third,
                                    int count, int const* items, long const* zones);
 
 /* Registers the load-on-demand callbacks of a zone's face neighbours; a null callback doesn't
-   exist. Zone counts from 1. Returns 0 for a zone that was not added. Waits in the batch. */
+   exist. Zone counts from 1; the flag is for the client. Returns 0 for a zone that was not added. Waits in the batch. */
 char VnxUtilDataFaceNbrCustomLOD(int zone, char flag, char (*load)(FaceNeighbor_s*),
                                  char (*unload)(FaceNeighbor_s*), void (*cleanUp)(FaceNeighbor_s*),
                                  long clientData);
@@ -93,7 +95,8 @@ char VnxUtilDataLoadFinishX(_ArgList_s* args, long* ids);
 /* Begins a load. Sent at once. */
 void VnxUtilDataLoadStart(void);
 
-/* Hands over nodes of a zone's node map inside a load callback. Sent at once, without an answer. */
+/* Hands over count nodes of a zone's node map inside a load callback, from the entry offset on;
+   entries and nodes count from 1. Sent at once, without an answer. */
 void VnxUtilDataNodeArraySetByRef(VNX_ELEM_TO_NODE_MAP* handle, long offset, long count,
                                   int const* nodes);
 
@@ -113,7 +116,7 @@ int VnxUtilDataNodeGetRawItemType(VNX_ELEM_TO_NODE_MAP* handle);
 /* Always null: use VnxUtilDataNodeArraySetByRef. */
 int* VnxUtilDataNodeGetWritableRawPtrByRef(VNX_ELEM_TO_NODE_MAP* handle);
 
-/* VnxUtilDataNodeArraySetByRef for one section of a mixed zone. */
+/* VnxUtilDataNodeArraySetByRef for one section of a mixed zone, counted from 1. */
 void VnxUtilDataNodeSectionArraySetByRef(VNX_ELEM_TO_NODE_MAP* handle, int section, long offset,
                                          long count, int const* nodes);
 
@@ -130,7 +133,8 @@ char VnxUtilDataSetAddWriterX(_ArgList_s* args);
    Always 1. */
 char VnxUtilDataSetAddZoneX(_ArgList_s* args);
 
-/* Creates the data set: title and variable names. Sent at once; returns the client's answer. */
+/* Creates the data set: title and variable names, and a flag for the client. Sent at once; returns
+   the client's answer. */
 char VnxUtilDataSetCreate(char const* title, StringList_s* varNames, char flag);
 
 /* The same by named arguments; "VarNames" gives the number of variables. Sent at once. */
@@ -148,11 +152,13 @@ int VnxUtilDataSetGetNumZones(void);
 /* Asks the client, behind the batch. 0 if the batch failed. */
 long VnxUtilDataSetGetUniqueID(void);
 
-/* Asks the client, behind the batch, for the unique IDs of count zones; ids has room for count. */
+/* Asks the client, behind the batch, for the unique IDs of count zones, whose numbers travel as they
+   are; ids has room for count and stays alone if the batch failed. */
 void VnxUtilDataSetGetUniqueIDsForZones(int const* zoneList, int count, long* ids);
 
-/* Hands over values of a variable inside a load callback: count values of the variable's own type.
-   Sent at once, without an answer. */
+/* Hands over values of a variable inside a load callback: count values of the variable's own type,
+   from the item offset on, counted from 1. Sent at once, without an answer; not sent at all for a
+   variable without a type. */
 void VnxUtilDataValueArraySetByRef(FieldData_s* handle, long offset, long count,
                                    void const* values);
 
@@ -179,7 +185,8 @@ void VnxUtilDataValueSetByRef(FieldData_s* handle, long offset, double value);
 /* The range of a variable in a zone, both counted from 1. Waits in the batch. */
 void VnxUtilDataValueSetMinMaxByZoneVar(int zone, int var, double min, double max);
 
-/* Two zones share the values of a variable. Waits in the batch. */
+/* Two zones share the values of a variable. The three numbers reach the client as they are, in this
+   order; which is which is between it and the add-on. Waits in the batch. */
 void VnxUtilDataValueShare(int first, int second, int third);
 
 /* Shows an error to the user, behind the batch; dropped if the batch failed. */
@@ -291,14 +298,15 @@ void VnxUtilThreadMutexLock(Mutex_s* mutex);
 /* Gives the mutex back. */
 void VnxUtilThreadMutexUnlock(Mutex_s* mutex);
 
-/* Asks the client, behind the batch, for a variable's name; *name is then the caller's to free with
+/* Asks the client, behind the batch, for the name of a variable, counted from 1; *name is then the caller's to free with
    VnxUtilStringDealloc. 0 leaves *name alone. */
 char VnxUtilVarGetName(int var, char** name);
 
-/* Asks the client at once. */
+/* Asks the client at once, ahead of the batch, for the unique ID of a variable, counted from 1. */
 long VnxUtilVarGetUniqueID(int var);
 
-/* Asks the client, behind the batch. 0 leaves *numSections alone. */
+/* Asks the client, behind the batch, for the number of sections of a zone; the two numbers that name
+   it travel as they are. 1 if the client knows it; 0 leaves *numSections alone. */
 char VnxUtilZoneGetNumSections(long first, int second, int* numSections);
 
 /* These report themselves as unimplemented in this version: they throw std::runtime_error. */
