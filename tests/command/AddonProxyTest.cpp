@@ -12,6 +12,8 @@
 #include <functional>
 #include <memory>
 
+#include <dlfcn.h>
+
 namespace varnox::hdqremote {
 namespace {
 
@@ -56,8 +58,8 @@ TEST(AddonProxyConstruction, MissingAddonIsAnErrorWithTheLoadersReason)
     std::string const message =
         messageOf<AddonProxy::Error>([&] { AddonProxy("/nowhere/a.so", socket); });
     testing::internal::GetCapturedStdout();
-    EXPECT_EQ(message.rfind("Unable to load library /nowhere/a.so (", 0), 0U) << message;
-    EXPECT_EQ(message.back(), ')');
+    EXPECT_EQ(message, "Unable to load library /nowhere/a.so (/nowhere/a.so: cannot open shared "
+                       "object file: No such file or directory)");
 }
 
 TEST(AddonProxyConstruction, AddonWithoutEntryIsAnError)
@@ -77,6 +79,34 @@ TEST(AddonProxyConstruction, AddonWithoutLoaderShowsNoSuccess)
     EXPECT_EQ(messageOf<AddonProxy::Error>([&] { AddonProxy(addon("vnxnoloaderaddon"), socket); }),
               "Loader add-on did not register a loader callback.");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Attempting to load addon\n");
+}
+
+bool isMapped(std::string const& path)
+{
+    void* const library = ::dlopen(path.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+    if (library != nullptr)
+        ::dlclose(library); // what the look took, and no more
+    return library != nullptr;
+}
+
+TEST(AddonProxyConstruction, FailureLeavesTheAddonMappedAndNoInstance)
+{
+    RecordingSocket socket;
+    testing::internal::CaptureStdout();
+    EXPECT_THROW(AddonProxy(addon("vnxnoloaderaddon"), socket), AddonProxy::Error);
+    testing::internal::GetCapturedStdout();
+    EXPECT_TRUE(isMapped(addon("vnxnoloaderaddon")));
+    EXPECT_EQ(VnxMock::GetInstance(), nullptr);
+    EXPECT_EQ(socket.numOperations(), 0U);
+}
+
+TEST(AddonProxyConstruction, AddonStaysMappedBehindTheProxy)
+{
+    RecordingSocket socket;
+    testing::internal::CaptureStdout();
+    AddonProxy(addon("vnxscriptedaddon"), socket);
+    testing::internal::GetCapturedStdout();
+    EXPECT_TRUE(isMapped(addon("vnxscriptedaddon")));
 }
 
 /// A proxy over the scripted add-on, with helpers to play conversations.

@@ -42,6 +42,52 @@ TEST(Exports, EveryHostApiFunctionIsExportedUnderItsPlainName)
     EXPECT_EQ(std::size(HOST_API_SYMBOLS), 1433U);
 }
 
+TEST(Exports, HostsAndAddonsFindTheOperationsOfTheirClasses)
+{
+    std::set<std::string> const symbols = exportedSymbols(true);
+    for (char const* name : {
+             "varnox::hdqremote::AddonProxy::AddonProxy",
+             "varnox::hdqremote::AddonProxy::~AddonProxy",
+             "varnox::hdqremote::AddonProxy::serviceCommandsUntil",
+             "varnox::hdqremote::AddonProxy::isBetweenCommands",
+             "varnox::hdqremote::DataSetRegistrationServer::registerZoneVarIDQueryServices",
+             "varnox::hdqremote::DataSetRegistrationServer::registerVarQueryServices",
+             "varnox::hdqremote::DataSetRegistrationServer::registerZoneConnectivityQueryServices",
+             "varnox::socketutil::SocketInterface::~SocketInterface",
+             "varnox::socketutil::SocketException::SocketException",
+             "varnox::socketutil::WriteCache::WriteCache",
+             "varnox::socketutil::WriteCache::~WriteCache",
+             "varnox::socketutil::WriteCache::appendCache",
+             "varnox::socketutil::WriteCache::pieces",
+             "varnox::socketutil::WriteCache::size",
+             "varnox::VnxMock::VnxMock",
+             "varnox::VnxMock::~VnxMock",
+             "varnox::VnxMock::GetInstance",
+             "varnox::VnxMock::Unimplemented",
+         }) {
+        auto const found = symbols.lower_bound(std::string(name) + "(");
+        EXPECT_TRUE(found != symbols.end() && found->rfind(std::string(name) + "(", 0) == 0)
+            << name;
+    }
+    for (char const* name : {
+             "varnox::hdqremote::AddonProxy::Error",
+             "varnox::hdqremote::AddonProxy::CommunicationError",
+             "varnox::hdqremote::DataSetRegistrationServer::Error",
+             "varnox::socketutil::SocketException",
+             "varnox::socketutil::SocketInterface",
+             "varnox::ExceptionBase",
+             "varnox::IOException",
+             "varnox::hdq::LoaderInterface",
+             "varnox::hdq::ZoneVarIDQueryInterface",
+             "varnox::hdq::VarValueQueryInterface",
+             "varnox::hdq::VarSubzoneQueryInterface",
+             "varnox::hdq::OrderedSubzoneQueryInterface",
+             "varnox::hdq::CellConnectivityQueryInterface",
+             "varnox::hdq::NodeConnectivityQueryInterface",
+         })
+        EXPECT_EQ(symbols.count(std::string("typeinfo for ") + name), 1U) << name;
+}
+
 TEST(Exports, NothingElseIsExportedButTheClassesForHostsAndAddons)
 {
     std::set<std::string> const hostApi(
