@@ -25,7 +25,6 @@ namespace {
 
 constexpr char SERVER_NAME[] = "vnxdataserver";
 constexpr std::size_t LAST_WORDS_BYTES = 4096;
-constexpr std::size_t MAX_TOKEN_BYTES = 4096;
 
 /// The number that a server of our own inherits its stream under.
 constexpr int INHERITED_DESCRIPTOR = 3;
@@ -229,35 +228,6 @@ std::string findServerProgram()
     }
     throw Error(std::string("No ") + SERVER_NAME + " was found beside this program (" + here +
                 ") or in PATH. Build or install it, or name a running server with --connect.");
-}
-
-std::string readToken(std::string const& path)
-{
-    Descriptor const file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    struct stat status = {};
-    if (!file.isOpen() || ::fstat(file.get(), &status) != 0)
-        throwSystemError("The token file '" + path + "' can't be opened");
-    if ((status.st_mode & (S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH)) != 0)
-        throw Error("The token file '" + path +
-                    "' is open to others, so it keeps no secret; run: chmod 600 " + path);
-    std::string token(MAX_TOKEN_BYTES + 2, '\0'); // a line too long, and its end
-    std::size_t have = 0;
-    ssize_t got = 0;
-    while (have < token.size() &&
-           ((got = ::read(file.get(), token.data() + have, token.size() - have)) > 0 ||
-            (got < 0 && errno == EINTR)))
-        have += got > 0 ? static_cast<std::size_t>(got) : 0;
-    if (got < 0)
-        throwSystemError("The token file '" + path + "' can't be read");
-    token.resize(std::min(have, token.find('\n')));
-    if (!token.empty() && token.back() == '\r')
-        token.pop_back();
-    if (token.empty())
-        throw Error("The token file '" + path + "' is empty; its first line is to be the token.");
-    if (token.size() > MAX_TOKEN_BYTES)
-        throw Error("The token file '" + path + "' begins with a line of more than " +
-                    std::to_string(MAX_TOKEN_BYTES) + " bytes, which is no token.");
-    return token;
 }
 
 }

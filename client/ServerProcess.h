@@ -59,8 +59,4 @@ private:
 /// Error with what to do.
 std::string findServerProgram();
 
-/// The first line of a file that nobody but its owner may read: a token never stands on a command
-/// line. Throws Error.
-std::string readToken(std::string const& path);
-
 }

@@ -33,6 +33,8 @@ target_compile_options(vnx_options INTERFACE
     # GCC 12 takes a literal added ahead of a string for an overlapping copy.
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>
     $<$<BOOL:${VNX_WERROR}>:-Werror>)
+# Boost's geometry still includes headers that Boost calls deprecated.
+target_compile_definitions(vnx_options INTERFACE BOOST_ALLOW_DEPRECATED_HEADERS)
 if(VNX_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
                         -fno-omit-frame-pointer -g1 -O1)

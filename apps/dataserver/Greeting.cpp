@@ -1,6 +1,6 @@
 #include "apps/dataserver/Greeting.h"
 
-#include "apps/dataserver/Token.h"
+#include "socket/Token.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -12,6 +12,9 @@
 #include <unistd.h>
 
 namespace varnox::dataserver {
+
+using socketutil::isSameToken;
+using socketutil::MAX_GREETING_STRING;
 
 namespace {
 

@@ -2,7 +2,8 @@
 
 #include "apps/dataserver/AddressFile.h"
 #include "apps/dataserver/Greeting.h"
-#include "apps/dataserver/Token.h"
+
+#include "socket/Token.h"
 
 #include <spdlog/spdlog.h>
 
@@ -144,7 +145,7 @@ Server::Server(Options const& options) : m_options(options)
     if (m_options.addonPath.empty())
         m_options.addonPath = installedAddon();
     if (!m_options.tokenFile.empty())
-        m_token = readTokenFile(m_options.tokenFile);
+        m_token = socketutil::readTokenFile(m_options.tokenFile);
     if (m_options.source.kind != Source::Kind::Listening)
         m_options.servesOnce = true;
 }

@@ -61,33 +61,6 @@ std::string readAll(int descriptor)
     return result;
 }
 
-using Token = InFolder;
-
-TEST_F(Token, IsTheFirstLine)
-{
-    EXPECT_EQ(readToken(write("token", "secret\nnot this", 0600)), "secret");
-    EXPECT_EQ(readToken(write("token", "secret\r\n", 0600)), "secret");
-    EXPECT_EQ(readToken(write("token", "secret", 0400)), "secret");
-}
-
-TEST_F(Token, FileOpenToOthersIsRefusedWithWhatToDo)
-{
-    for (mode_t const mode : {0640, 0604, 0620, 0602})
-        EXPECT_THAT(messageOf([&] { readToken(write("token", "secret", mode)); }),
-                    HasSubstr("run: chmod 600 "));
-}
-
-TEST_F(Token, EmptyMissingAndOverlongAreRefused)
-{
-    EXPECT_THAT(messageOf([&] { readToken(write("token", "\nsecret", 0600)); }),
-                HasSubstr("is empty"));
-    EXPECT_THAT(messageOf([&] { readToken((folder / "none").string()); }),
-                HasSubstr("No such file"));
-    EXPECT_EQ(readToken(write("token", std::string(4096, 'x') + "\n", 0600)).size(), 4096U);
-    EXPECT_THAT(messageOf([&] { readToken(write("token", std::string(4097, 'x'), 0600)); }),
-                HasSubstr("no token"));
-}
-
 using Process = InFolder;
 
 TEST_F(Process, OfOurOwnInheritsTheStreamAndGetsTheAddon)

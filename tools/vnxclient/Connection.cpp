@@ -2,6 +2,7 @@
 
 #include "client/Errors.h"
 #include "socket/Address.h"
+#include "socket/Token.h"
 #include "varnox/socketutil/SocketException.h"
 
 #include <array>
@@ -125,7 +126,7 @@ Connection::Connection(ConnectionOptions const& options)
 {
     checkUsage(options);
     std::string const token =
-        options.tokenFile.empty() ? std::string() : client::readToken(options.tokenFile);
+        options.tokenFile.empty() ? std::string() : socketutil::readTokenFile(options.tokenFile);
     Descriptor stream;
     if (options.address.empty() || isSsh(options.address)) {
         SignalsHeldBack const heldBack;

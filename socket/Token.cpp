@@ -1,4 +1,4 @@
-#include "apps/dataserver/Token.h"
+#include "socket/Token.h"
 
 #include "socket/Descriptor.h"
 
@@ -10,7 +10,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-namespace varnox::dataserver {
+namespace varnox::socketutil {
 
 namespace {
 
@@ -42,7 +42,7 @@ std::string headOf(int descriptor, std::string const& path)
 
 std::string readTokenFile(std::string const& path)
 {
-    socketutil::Descriptor const file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    Descriptor const file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     struct stat status = {};
     if (!file.isOpen() || ::fstat(file.get(), &status) != 0)
         refuse(path, std::string("can't be opened: ") + std::strerror(errno) + ".");

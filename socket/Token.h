@@ -3,12 +3,13 @@
 #include <cstddef>
 #include <string>
 
-namespace varnox::dataserver {
+namespace varnox::socketutil {
 
 /// The most bytes of a string in a greeting, and so of a token.
 constexpr std::size_t MAX_GREETING_STRING = 4096;
 
-/// The first line of a file. Throws std::runtime_error if others may read or change the file, or
+/// The first line of a file: the token that a client shows and a server wants to see, which never
+/// stands on a command line. Throws std::runtime_error if others may read or change the file, or
 /// if there is no token in it.
 std::string readTokenFile(std::string const& path);
 

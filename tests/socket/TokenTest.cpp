@@ -1,12 +1,14 @@
-#include "apps/dataserver/Token.h"
+#include "socket/Token.h"
 
-#include "tests/dataserver/Program.h"
+#include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 
 #include <sys/stat.h>
 
-namespace varnox::dataserver {
+namespace varnox::socketutil {
 namespace {
 
 namespace fs = std::filesystem;
