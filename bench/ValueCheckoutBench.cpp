@@ -28,13 +28,14 @@ using SubzoneAddress = ItemAddress<long>::SubzoneAddress;
 
 constexpr std::uint16_t ITEMS = 256;
 
-/// An add-on's variable whose values are its item numbers.
+/// An add-on's variable, in its own type, whose values are its item numbers.
+template <typename T>
 class Values final : public hdq::VarValueQueryInterface
 {
 public:
     Values() : m_values(std::size_t{ITEMS} * 16384)
     {
-        std::iota(m_values.begin(), m_values.end(), 0.0);
+        std::iota(m_values.begin(), m_values.end(), T{});
     }
 
     void setup() override {}
@@ -52,14 +53,14 @@ public:
     void fieldValues(RawArray<ItemAddress<long>> const& items, RawArray<double>& values) override
     {
         // All items of a subzone are asked for, in their order.
-        double const* const subzone =
+        T const* const subzone =
             &m_values[std::size_t{items.data[0].subzoneAddress().subzoneOffset()} * ITEMS];
         resize(values, items.size);
         std::copy(subzone, subzone + items.size, values.data);
     }
 
 private:
-    std::vector<double> m_values;
+    std::vector<T> m_values;
 };
 
 class Nodes final : public hdq::NodeConnectivityQueryInterface
@@ -79,9 +80,11 @@ public:
     unsigned short size(SubzoneAddress const&) override { return ITEMS; }
 };
 
-void serveValues(int descriptor, FieldDataType_e type)
+template <typename T>
+void serveValues(int descriptor)
 {
-    Values values;
+    auto const type = std::is_same_v<T, float> ? FieldDataType_Float : FieldDataType_Double;
+    Values<T> values;
     Nodes nodes;
     StreamSocket socket(descriptor, descriptor);
     hdqremote::VarValueQueryServer server(&values, &nodes, socket, ITEMS, 0, type);
@@ -149,8 +152,7 @@ void valueCheckout(benchmark::State& state)
 {
     auto const numSubzones = static_cast<std::size_t>(state.range(0));
     std::vector<unsigned long> const subzones = addresses(numSubzones);
-    auto const type = std::is_same_v<T, float> ? FieldDataType_Float : FieldDataType_Double;
-    bench::OtherProcess server([type](int descriptor) { serveValues(descriptor, type); });
+    bench::OtherProcess server(serveValues<T>);
     int const connection = server.takeDescriptor();
     StreamSocket socket(connection, connection);
 

@@ -48,7 +48,7 @@ function(vnx_test)
         VNX_LIB_DIR="${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
     target_link_libraries(${target} PRIVATE varnox::headers ${ARG_USES} vnx_options
                           GTest::gmock GTest::gtest GTest::gtest_main)
-    gtest_discover_tests(${target} TEST_PREFIX "${ARG_NAME}." DISCOVERY_MODE PRE_TEST
+    gtest_discover_tests(${target} TEST_PREFIX "${ARG_NAME}." DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES
                          DISCOVERY_TIMEOUT 60
                          PROPERTIES LABELS "${ARG_NAME};${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT})
 endfunction()

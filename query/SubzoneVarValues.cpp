@@ -67,6 +67,16 @@ void receive(SocketInterface& socket, std::vector<unsigned char>& v)
     v = socket.receiveUInt8Vector();
 }
 
+/// Values of a block that is kept: more than a subzone has.
+constexpr std::size_t MAX_SPARE = 4096;
+
+template <typename T>
+std::vector<T>& spareBlock()
+{
+    thread_local std::vector<T> block;
+    return block;
+}
+
 }
 
 std::int32_t truncateToInt32(double value)
@@ -80,18 +90,24 @@ SubzoneVarValuesAbstract::~SubzoneVarValuesAbstract() = default;
 
 template <typename T>
 SubzoneVarValues<T>::SubzoneVarValues(RawArray<double> const& values)
-    : m_size(static_cast<std::size_t>(values.size)), m_values(new T[m_size])
 {
-    std::transform(values.data, values.data + m_size, m_values.get(), narrow<T>);
+    // An answer makes thousands of these one after the other: the block of the last one serves again.
+    m_values.swap(spareBlock<T>());
+    m_values.resize(static_cast<std::size_t>(values.size));
+    std::transform(values.data, values.data + values.size, m_values.begin(), narrow<T>);
 }
 
 template <typename T>
 SubzoneVarValues<T>::SubzoneVarValues(SocketInterface& socket)
+    : m_values(withIOException([&] { return receiveValues(socket); }))
 {
-    std::vector<T> const received = withIOException([&] { return receiveValues(socket); });
-    m_size = received.size();
-    m_values.reset(new T[m_size]);
-    std::copy(received.begin(), received.end(), m_values.get());
+}
+
+template <typename T>
+SubzoneVarValues<T>::~SubzoneVarValues()
+{
+    if (m_values.capacity() <= MAX_SPARE)
+        m_values.swap(spareBlock<T>());
 }
 
 template <typename T>
@@ -122,8 +138,7 @@ void SubzoneVarValues<T>::fieldValues(RawArray<ItemAddress<long>> const& items,
 template <typename T>
 void SubzoneVarValues<T>::addToCache(WriteCache& cache)
 {
-    std::vector<T> const values(m_values.get(), m_values.get() + m_size);
-    withIOException([&] { add(cache, values); });
+    withIOException([&] { add(cache, m_values); });
 }
 
 template class SubzoneVarValues<float>;

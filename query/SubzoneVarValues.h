@@ -55,12 +55,14 @@ public:
     double fieldValue(unsigned short item) const override;
     void fieldValues(RawArray<ItemAddress<long>> const& items,
                      RawArray<double>& values) const override;
-    std::size_t size() const override { return m_size; }
+    ~SubzoneVarValues() override;
+    SubzoneVarValues(SubzoneVarValues const&) = delete;
+    SubzoneVarValues& operator=(SubzoneVarValues const&) = delete;
+    std::size_t size() const override { return m_values.size(); }
     void addToCache(socketutil::WriteCache& cache) override;
 
 private:
-    std::size_t m_size = 0;
-    std::unique_ptr<T[]> m_values;
+    std::vector<T> m_values;
 };
 
 extern template class SubzoneVarValues<float>;

@@ -82,7 +82,7 @@ public:
                                     "; the file set's limit is " + std::to_string(subzoneMaxSize) +
                                     ".");
         items.size = size;
-        for (unsigned short i = 0; i < size; ++i)
+        for (std::uint64_t i = 0; i < size; ++i)
             items.data[i] = ItemAddress<long>(subzone, static_cast<std::uint8_t>(i));
     }
 
