@@ -49,7 +49,7 @@ public:
         zone.letter = 'o';
         spec.zones.assign(numZones, zone);
         for (std::size_t z = 0; z < numZones; ++z)
-            spec.zones[z].name = "zone number " + std::to_string(z + 1);
+            spec.zones[z].name = "zone " + std::to_string(z + 1);
         spec.vars.assign(NUM_VARS, hdqio::tests::VarSpec());
         for (int v = 0; v < NUM_VARS; ++v)
             spec.vars[static_cast<std::size_t>(v)].name = "variable " + std::to_string(v + 1);
@@ -79,10 +79,11 @@ void openFile(benchmark::State& state)
         state.SkipWithError("wrong metadata");
     metadata.reset();
 
-    std::vector<char> buffer(byteCount);
+    // Into fresh memory, as whatever keeps what it reads.
     auto const read = [&] {
+        std::unique_ptr<char[]> const buffer(new char[byteCount]);
         std::FILE* const stream = std::fopen(file.path().c_str(), "rb");
-        benchmark::DoNotOptimize(std::fread(buffer.data(), 1, buffer.size(), stream));
+        benchmark::DoNotOptimize(std::fread(buffer.get(), 1, byteCount, stream));
         std::fclose(stream);
     };
     auto const open = [&] {

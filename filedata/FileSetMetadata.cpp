@@ -186,7 +186,7 @@ public:
         auto const numZones = static_cast<std::uint64_t>(numFileSetZones);
         require(varZoneShareVar.alloc(static_cast<std::uint64_t>(numFileSetVars)));
         for (auto& shares : varZoneShareVar)
-            require(shares.allocFilled(numZones, 0xFF)); // -1
+            require(shares.alloc(numZones)); // every entry is set when the files are merged
         require(zoneShareConnectivity.alloc(numZones));
     }
 

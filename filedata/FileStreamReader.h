@@ -36,6 +36,9 @@ public:
     int fscanf(char const* format, void* a, void* b) override;
     int fscanf(char const* format, void* a, void* b, void* c) override;
 
+    /// For reading many single characters. Null while closed.
+    std::FILE* handle() const { return m_stream.handle(); }
+
 private:
     FileIOStream m_stream;
 };
