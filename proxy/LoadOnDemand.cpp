@@ -276,72 +276,73 @@ char VnxUtilProxy::VnxUtilDataFaceNbrAssignByRef(FaceNeighbor_s*, long first, in
     return static_cast<char>(m_impl->socket.receiveUInt32());
 }
 
-// In the handlers no reference into the zones is held while a callback runs: it may add zones.
+namespace {
+
+// No reference into the zones is held while a callback runs: it may add zones.
+
+/// Receives a zone and a variable, and calls one of the variable's callbacks; one that doesn't exist
+/// gives 0.
+template <typename Impl, typename Result>
+Result callForVariable(Impl& impl, Result (*FieldDataCallbacks::*callback)(FieldData_s*))
+{
+    FieldData_s handle{};
+    handle.zone = impl.socket.receiveInt32();
+    handle.var = impl.socket.receiveInt32();
+    FieldDataCallbacks const* const callbacks = impl.fieldDataCallbacks(handle.zone, handle.var);
+    auto* const function = callbacks != nullptr ? callbacks->*callback : nullptr;
+    return function != nullptr ? function(&handle) : Result();
+}
+
+/// The same for a callback of a zone whose number was received.
+template <typename Impl, typename Result, typename Handle>
+Result callForZone(Impl& impl, int zone, Result (*ZoneRecord::*callback)(Handle*))
+{
+    ZoneRecord const* const record = impl.zoneRecord(zone);
+    auto* const function = record != nullptr ? record->*callback : nullptr;
+    return function != nullptr ? function(handleOf<Handle>(zone)) : Result();
+}
+
+}
 
 void VnxUtilProxy::handleLoadFieldData() const
 {
-    FieldData_s handle{};
-    handle.zone = m_impl->socket.receiveInt32();
-    handle.var = m_impl->socket.receiveInt32();
-    FieldDataCallbacks const* const callbacks = m_impl->fieldDataCallbacks(handle.zone, handle.var);
-    auto* const load = callbacks != nullptr ? callbacks->load : nullptr;
-    m_impl->finishCommand(load != nullptr && load(&handle) != 0);
+    m_impl->finishCommand(callForVariable(*m_impl, &FieldDataCallbacks::load) != 0);
 }
 
 void VnxUtilProxy::handleUnloadFieldData() const
 {
-    FieldData_s handle{};
-    handle.zone = m_impl->socket.receiveInt32();
-    handle.var = m_impl->socket.receiveInt32();
-    FieldDataCallbacks const* const callbacks = m_impl->fieldDataCallbacks(handle.zone, handle.var);
-    auto* const unload = callbacks != nullptr ? callbacks->unload : nullptr;
-    m_impl->finishCommand(unload != nullptr && unload(&handle) != 0);
+    m_impl->finishCommand(callForVariable(*m_impl, &FieldDataCallbacks::unload) != 0);
 }
 
 void VnxUtilProxy::handleCleanUpFieldData() const
 {
-    FieldData_s handle{};
-    handle.zone = m_impl->socket.receiveInt32();
-    handle.var = m_impl->socket.receiveInt32();
-    FieldDataCallbacks const* const callbacks = m_impl->fieldDataCallbacks(handle.zone, handle.var);
-    auto* const cleanUp = callbacks != nullptr ? callbacks->cleanUp : nullptr;
-    if (cleanUp != nullptr)
-        cleanUp(&handle);
+    callForVariable(*m_impl, &FieldDataCallbacks::cleanUp);
     m_impl->finishCommand();
 }
 
 void VnxUtilProxy::handleLoadNodeMap() const
 {
     int const zone = m_impl->socket.receiveInt32();
-    ZoneRecord const* const record = m_impl->zoneRecord(zone);
-    auto* const load = record != nullptr ? record->nodeMapLoad : nullptr;
-    m_impl->finishCommand(load != nullptr && load(handleOf<ElemToNodeMap>(zone)) != 0);
+    m_impl->finishCommand(callForZone(*m_impl, zone, &ZoneRecord::nodeMapLoad) != 0);
 }
 
 void VnxUtilProxy::handleUnloadNodeMap() const
 {
     int const zone = m_impl->socket.receiveInt32();
-    ZoneRecord const* const record = m_impl->zoneRecord(zone);
-    auto* const unload = record != nullptr ? record->nodeMapUnload : nullptr;
-    m_impl->finishCommand(unload != nullptr && unload(handleOf<ElemToNodeMap>(zone)) != 0);
+    m_impl->finishCommand(callForZone(*m_impl, zone, &ZoneRecord::nodeMapUnload) != 0);
 }
 
 void VnxUtilProxy::handleCleanUpNodeMap() const
 {
     int const zone = m_impl->socket.receiveInt32();
-    ZoneRecord const* const record = m_impl->zoneRecord(zone);
-    auto* const cleanUp = record != nullptr ? record->nodeMapCleanUp : nullptr;
-    if (cleanUp != nullptr)
-        cleanUp(handleOf<ElemToNodeMap>(zone));
+    callForZone(*m_impl, zone, &ZoneRecord::nodeMapCleanUp);
     m_impl->finishCommand();
 }
 
 void VnxUtilProxy::handleLoadFaceNeighbors() const
 {
     int const zone = m_impl->socket.receiveInt32();
-    ZoneRecord const* const record = m_impl->zoneRecord(zone);
-    auto* const load = record != nullptr ? record->faceNbrLoad : nullptr;
-    char const result = load != nullptr ? load(handleOf<FaceNeighbor_s>(zone)) : char{0};
+    char const result = callForZone(*m_impl, zone, &ZoneRecord::faceNbrLoad);
     m_impl->finishCommand(result != 0);
     // Deliberate: exactly 1 counts here, anything but 0 in the reply.
     // Test: LoadOnDemand.LoadResultOfTwoIsTrueForTheClientAndNotLoadedHere
@@ -352,9 +353,7 @@ void VnxUtilProxy::handleLoadFaceNeighbors() const
 void VnxUtilProxy::handleUnloadFaceNeighbors() const
 {
     int const zone = m_impl->socket.receiveInt32();
-    ZoneRecord const* const record = m_impl->zoneRecord(zone);
-    auto* const unload = record != nullptr ? record->faceNbrUnload : nullptr;
-    char const result = unload != nullptr ? unload(handleOf<FaceNeighbor_s>(zone)) : char{0};
+    char const result = callForZone(*m_impl, zone, &ZoneRecord::faceNbrUnload);
     m_impl->finishCommand(result != 0);
     if (ZoneRecord* const after = m_impl->zoneRecord(zone))
         after->faceNbrsLoaded = result != 1; // a refused unload counts as still loaded
@@ -363,10 +362,7 @@ void VnxUtilProxy::handleUnloadFaceNeighbors() const
 void VnxUtilProxy::handleCleanUpFaceNeighbors() const
 {
     int const zone = m_impl->socket.receiveInt32();
-    ZoneRecord const* const record = m_impl->zoneRecord(zone);
-    auto* const cleanUp = record != nullptr ? record->faceNbrCleanUp : nullptr;
-    if (cleanUp != nullptr)
-        cleanUp(handleOf<FaceNeighbor_s>(zone));
+    callForZone(*m_impl, zone, &ZoneRecord::faceNbrCleanUp);
     m_impl->finishCommand();
     if (ZoneRecord* const after = m_impl->zoneRecord(zone))
         after->faceNbrsLoaded = false;
