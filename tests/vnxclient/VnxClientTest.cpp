@@ -276,7 +276,7 @@ Failing const failures[] = {
     {"NobodyListens", {"types", "--connect", "unix:/nowhere/socket"}, "Is the server running"},
     {"MissingTokenFile",
      {"types", "--connect", "unix:/x", "--token-file", "/nowhere"},
-     "The token file '/nowhere'"},
+     "The token file /nowhere can't be opened"},
     {"OptionForSsh", {"types", "--connect", "ssh:-oX"}, "no host for ssh"},
     {"OutputThatCantBe",
      {"values", BOX, "--zone", "1", "--var", "1", "--output", "/nowhere/x"},
