@@ -45,7 +45,7 @@ private:
 
     hdq::NodeConnectivityQueryInterface& m_queryInterface;
     socketutil::SocketInterface& m_socket;
-    int m_zone;
+    [[maybe_unused]] int m_zone; // kept for whoever looks at a server in a debugger
     MethodTable<NodeConnectivityQueryServer> m_methods;
 };
 

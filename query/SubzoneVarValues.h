@@ -36,7 +36,7 @@ public:
     virtual void addToCache(socketutil::WriteCache& cache) = 0;
 
 private:
-    std::uint32_t m_checkoutCount = 0;
+    [[maybe_unused]] std::uint32_t m_checkoutCount = 0;
 };
 
 /// T is float, double, int, short or unsigned char.
