@@ -5,8 +5,6 @@
 #include "proxy/LocalObjects.h"
 #include "proxy/VnxUtilProxyImpl.h"
 
-#include <stdexcept>
-
 namespace varnox {
 
 using namespace hdqremote;
@@ -18,16 +16,6 @@ template <typename Callback>
 void addPresence(WriteCache& command, Callback* callback)
 {
     command.addUInt32(callback != nullptr ? 1 : 0);
-}
-
-/// The caller's array as a vector.
-template <typename T>
-std::vector<T> elements(T const* values, long count)
-{
-    if (count < 0 || (count > 0 && values == nullptr))
-        throw std::invalid_argument("An array of " + std::to_string(count) +
-                                    " elements can't be sent.");
-    return count > 0 ? std::vector<T>(values, values + count) : std::vector<T>();
 }
 
 /// The handle of a node map or of face neighbours is the zone number itself.
@@ -280,8 +268,8 @@ namespace {
 
 // No reference into the zones is held while a callback runs: it may add zones.
 
-/// Receives a zone and a variable, and calls one of the variable's callbacks; one that doesn't exist
-/// gives 0.
+/// Receives a zone and a variable, and calls one of the variable's callbacks; one that doesn't
+/// exist gives 0.
 template <typename Impl, typename Result>
 Result callForVariable(Impl& impl, Result (*FieldDataCallbacks::*callback)(FieldData_s*))
 {

@@ -152,6 +152,31 @@ public:
     long VnxUtilVarGetUniqueID(int var) override;
     char VnxUtilZoneGetNumSections(long first, int second, int* numSections) override;
 
+    // Texts, geometries, custom labels and auxiliary data.
+#define SETTER(command, function, type, parameter) void function(long id, type parameter) override;
+#include "proxy/AnnotationSetters.def"
+    char VnxUtilAuxDataSetItem(AuxData_s* ref, char const* name, long value, AuxDataType_e type,
+                               char retain) override;
+    char VnxUtilCustomLabelsAppend(StringList_s* labels) override;
+    long VnxUtilGeom2DMPolyCreate(CoordSys_e coordSys, int numPolylines,
+                                  long const* numPoints) override;
+    void VnxUtilGeom2DMPolySetPoint(long id, int polyline, long point, double x, double y) override;
+    long VnxUtilGeom3DMPolyCreate(int numPolylines, long const* numPoints) override;
+    void VnxUtilGeom3DMPolySetPoint(long id, int polyline, long point, double x, double y,
+                                    double z) override;
+    long VnxUtilGeomCircleCreate(CoordSys_e coordSys, double x, double y, double radius) override;
+    long VnxUtilGeomEllipseCreate(CoordSys_e coordSys, double x, double y, double horizontalAxis,
+                                  double verticalAxis) override;
+    long VnxUtilGeomRectangleCreate(CoordSys_e coordSys, double x, double y, double width,
+                                    double height) override;
+    void VnxUtilGeomSetAnchorPos(long id, double x, double y, double z) override;
+    char VnxUtilGeomSetMacroFunctionCmd(long id, char const* command) override;
+    long VnxUtilGeomSquareCreate(CoordSys_e coordSys, double x, double y, double size) override;
+    long VnxUtilTextCreate(CoordSys_e coordSys, double x, double y, Units_e heightUnits,
+                           double height, char const* text) override;
+    char VnxUtilTextSetMacroFunctionCmd(long id, char const* command) override;
+    void VnxUtilTextSetTypeface(long id, char const* family, char isBold, char isItalic) override;
+
 private:
     class Impl;
     std::unique_ptr<Impl> m_impl;

@@ -11,6 +11,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -31,6 +32,16 @@ struct AuxDataOwner
     friend auto operator<=>(AuxDataOwner const&, AuxDataOwner const&) = default;
 };
 
+/// The caller's array as a vector.
+template <typename T>
+std::vector<T> elements(T const* values, long count)
+{
+    if (count < 0 || (count > 0 && values == nullptr))
+        throw std::invalid_argument("An array of " + std::to_string(count) +
+                                    " elements can't be sent.");
+    return count > 0 ? std::vector<T>(values, values + count) : std::vector<T>();
+}
+
 class VnxUtilProxy::Impl
 {
 public:
@@ -48,6 +59,17 @@ public:
     void service() const;
 
     AuxData_s* auxDataRef(AuxDataOwner const& owner);
+
+    /// Sends a command and its items at once.
+    template <typename... Items>
+    void sendNow(std::string const& name, Items const&... items) const;
+    /// The same for a text or geometry, whose id goes first.
+    template <typename... Items>
+    void sendSetter(std::string const& name, long id, Items const&... items) const;
+    /// Sends a command behind the batch. Returns the id that the client gives; 0 for a failed
+    /// flush.
+    template <typename... Items>
+    long create(std::string const& name, Items const&... items);
 
     /// The record of a zone number, or null if there is none.
     ZoneRecord* zoneRecord(long zone);

@@ -1,7 +1,7 @@
 // Every call that goes to the client, in one table: what it sends, what it reads, where it stands
 // between the commands before and behind it, and what a failing connection makes of it.
 
-#include "tests/proxy/ProxyTest.h"
+#include "tests/proxy/ForwardedCase.h"
 
 #include "varnox/socketutil/SocketException.h"
 
@@ -9,22 +9,6 @@ namespace varnox {
 namespace {
 
 using namespace tests;
-
-enum class Traffic {
-    Direct,  ///< Sent at once, overtaking the batch.
-    Flushed, ///< The batch goes first; a failed flush gives 0.
-    Cached   ///< Waits in the batch; its reply is read at the next flush.
-};
-
-struct ForwardedCase
-{
-    char const* name;
-    Traffic traffic;
-    std::function<long(VnxUtilProxy&)> call;
-    std::string sent;
-    std::string answers;
-    long result;
-};
 
 long ids[4];
 int number;
@@ -323,6 +307,8 @@ TEST_P(ForwardedCommand, EveryFailureOfTheConnectionIsReported)
 }
 
 INSTANTIATE_TEST_SUITE_P(HostApi, ForwardedCommand, testing::ValuesIn(forwardedCases),
+                         caseName<ForwardedCase>);
+INSTANTIATE_TEST_SUITE_P(Annotations, ForwardedCommand, testing::ValuesIn(annotationCases()),
                          caseName<ForwardedCase>);
 
 struct RefusalCase

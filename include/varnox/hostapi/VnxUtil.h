@@ -309,53 +309,152 @@ long VnxUtilVarGetUniqueID(int var);
    it travel as they are. 1 if the client knows it; 0 leaves *numSections alone. */
 char VnxUtilZoneGetNumSections(long first, int second, int* numSections);
 
-/* These report themselves as unimplemented in this version: they throw std::runtime_error. */
+/* Texts, geometries, custom labels and auxiliary data. Nothing of them is kept on this side, and no
+   number is looked at: what the values of the enumerations mean lies with the client. A creator asks
+   the client behind the batch; it returns the client's id of the new object, 0 if the batch failed.
+   What changes an object takes that id, is sent at once, ahead of the batch, and has no answer but
+   where one is named. A char is a boolean that travels with its sign. */
 
+/* Attaches a text to what ref stands for: its name, the text (value is the char const* as a number),
+   its type, and whether it is kept when the data set is saved. While a load is being batched the
+   item waits in the batch and the result is 1; otherwise it is the client's answer. 0 if the batch
+   failed, or for a handle that no GetRef function gave. */
 char VnxUtilAuxDataSetItem(AuxData_s* ref, char const* name, long value, AuxDataType_e type,
                            char retain);
+
+/* Adds a set of labels, behind the batch. The client's answer; 0 if the batch failed. */
 char VnxUtilCustomLabelsAppend(StringList_s* labels);
-long VnxUtilGeom2DMPolyCreate(CoordSys_e p0, int p1, long const* p2);
-void VnxUtilGeom2DMPolySetPoint(long id, int p1, long p2, double p3, double p4);
-long VnxUtilGeom3DMPolyCreate(int p0, long const* p1);
-void VnxUtilGeom3DMPolySetPoint(long id, int p1, long p2, double p3, double p4, double p5);
-void VnxUtilGeomArrowheadSetAngle(long id, double p1);
-void VnxUtilGeomArrowheadSetAttach(long id, ArrowheadAttachment_e p1);
-void VnxUtilGeomArrowheadSetSize(long id, double p1);
-void VnxUtilGeomArrowheadSetStyle(long id, ArrowheadStyle_e p1);
-long VnxUtilGeomCircleCreate(CoordSys_e p0, double p1, double p2, double p3);
-long VnxUtilGeomEllipseCreate(CoordSys_e p0, double p1, double p2, double p3, double p4);
-void VnxUtilGeomEllipseSetNumPoints(long id, int p1);
-long VnxUtilGeomRectangleCreate(CoordSys_e p0, double p1, double p2, double p3, double p4);
-void VnxUtilGeomSetAnchorPos(long id, double p1, double p2, double p3);
-void VnxUtilGeomSetAttached(long id, char p1);
-void VnxUtilGeomSetClipping(long id, Clipping_e p1);
-void VnxUtilGeomSetColor(long id, int p1);
-void VnxUtilGeomSetFillColor(long id, int p1);
-void VnxUtilGeomSetIsFilled(long id, char p1);
-void VnxUtilGeomSetLinePattern(long id, LinePattern_e p1);
-void VnxUtilGeomSetLineThickness(long id, double p1);
-char VnxUtilGeomSetMacroFunctionCmd(long id, char const* p1);
-void VnxUtilGeomSetPatternLength(long id, double p1);
-void VnxUtilGeomSetPositionCoordSys(long id, CoordSys_e p1);
-void VnxUtilGeomSetScope(long id, Scope_e p1);
-void VnxUtilGeomSetZoneOrMap(long id, int p1);
-long VnxUtilGeomSquareCreate(CoordSys_e p0, double p1, double p2, double p3);
-void VnxUtilTextBoxSetColor(long id, int p1);
-void VnxUtilTextBoxSetFillColor(long id, int p1);
-void VnxUtilTextBoxSetLineThickness(long id, double p1);
-void VnxUtilTextBoxSetMargin(long id, double p1);
-void VnxUtilTextBoxSetType(long id, TextBox_e p1);
-long VnxUtilTextCreate(CoordSys_e p0, double p1, double p2, Units_e p3, double p4, char const* p5);
-void VnxUtilTextSetAnchor(long id, TextAnchor_e p1);
-void VnxUtilTextSetAngle(long id, double p1);
-void VnxUtilTextSetAttached(long id, char p1);
-void VnxUtilTextSetClipping(long id, Clipping_e p1);
-void VnxUtilTextSetColor(long id, int p1);
-void VnxUtilTextSetLineSpacing(long id, double p1);
-char VnxUtilTextSetMacroFunctionCmd(long id, char const* p1);
-void VnxUtilTextSetScope(long id, Scope_e p1);
-void VnxUtilTextSetTypeface(long id, char const* p1, char p2, char p3);
-void VnxUtilTextSetZoneOrMap(long id, int p1);
+
+/* Creates polylines in the plane: numPoints holds the size of each of the numPolylines lines. Their
+   points follow with VnxUtilGeom2DMPolySetPoint. */
+long VnxUtilGeom2DMPolyCreate(CoordSys_e coordSys, int numPolylines, long const* numPoints);
+
+/* Gives one point of one of the lines. Both numbers travel as they are; this library's own client and
+   loader count them from 1. */
+void VnxUtilGeom2DMPolySetPoint(long id, int polyline, long point, double x, double y);
+
+/* Creates polylines in space; their points follow with VnxUtilGeom3DMPolySetPoint. */
+long VnxUtilGeom3DMPolyCreate(int numPolylines, long const* numPoints);
+
+/* Gives one point of one of the lines; its numbers as in VnxUtilGeom2DMPolySetPoint. */
+void VnxUtilGeom3DMPolySetPoint(long id, int polyline, long point, double x, double y, double z);
+
+/* Sets the angle of a geometry's arrowheads. */
+void VnxUtilGeomArrowheadSetAngle(long id, double angle);
+
+/* Sets at which ends of a geometry arrowheads stand. */
+void VnxUtilGeomArrowheadSetAttach(long id, ArrowheadAttachment_e attachment);
+
+/* Sets the size of a geometry's arrowheads. */
+void VnxUtilGeomArrowheadSetSize(long id, double size);
+
+/* Sets the style of a geometry's arrowheads. */
+void VnxUtilGeomArrowheadSetStyle(long id, ArrowheadStyle_e style);
+
+/* Creates a circle around a point. */
+long VnxUtilGeomCircleCreate(CoordSys_e coordSys, double x, double y, double radius);
+
+/* Creates an ellipse around a point, with the lengths of its two axes. */
+long VnxUtilGeomEllipseCreate(CoordSys_e coordSys, double x, double y, double horizontalAxis,
+                              double verticalAxis);
+
+/* Sets with how many points a circle or an ellipse is drawn. */
+void VnxUtilGeomEllipseSetNumPoints(long id, int numPoints);
+
+/* Creates a rectangle at a point. */
+long VnxUtilGeomRectangleCreate(CoordSys_e coordSys, double x, double y, double width,
+                                double height);
+
+/* Sets the point that a geometry hangs at. */
+void VnxUtilGeomSetAnchorPos(long id, double x, double y, double z);
+
+/* Sets whether a geometry is attached to a zone or map, the one of VnxUtilGeomSetZoneOrMap. */
+void VnxUtilGeomSetAttached(long id, char attached);
+
+/* Sets how a geometry is clipped. */
+void VnxUtilGeomSetClipping(long id, Clipping_e clipping);
+
+/* Sets the colour of a geometry's lines. */
+void VnxUtilGeomSetColor(long id, int color);
+
+/* Sets the colour that a geometry is filled with. */
+void VnxUtilGeomSetFillColor(long id, int color);
+
+/* Sets whether a geometry is filled. */
+void VnxUtilGeomSetIsFilled(long id, char isFilled);
+
+/* Sets the pattern of a geometry's lines. */
+void VnxUtilGeomSetLinePattern(long id, LinePattern_e pattern);
+
+/* Sets the thickness of a geometry's lines. */
+void VnxUtilGeomSetLineThickness(long id, double thickness);
+
+/* Sets the command that runs when a geometry is picked. Returns the client's answer. */
+char VnxUtilGeomSetMacroFunctionCmd(long id, char const* command);
+
+/* Sets the length of a geometry's line pattern. */
+void VnxUtilGeomSetPatternLength(long id, double length);
+
+/* Sets the coordinate system of a geometry's anchor point. */
+void VnxUtilGeomSetPositionCoordSys(long id, CoordSys_e coordSys);
+
+/* Sets in which frames a geometry is shown. */
+void VnxUtilGeomSetScope(long id, Scope_e scope);
+
+/* Sets the zone or map that a geometry is attached to, counted from 1. */
+void VnxUtilGeomSetZoneOrMap(long id, int zoneOrMap);
+
+/* Creates a square at a point. */
+long VnxUtilGeomSquareCreate(CoordSys_e coordSys, double x, double y, double size);
+
+/* Sets the colour of the lines of a text's box. */
+void VnxUtilTextBoxSetColor(long id, int color);
+
+/* Sets the colour that a text's box is filled with. */
+void VnxUtilTextBoxSetFillColor(long id, int color);
+
+/* Sets the thickness of the lines of a text's box. */
+void VnxUtilTextBoxSetLineThickness(long id, double thickness);
+
+/* Sets the room between a text and its box. */
+void VnxUtilTextBoxSetMargin(long id, double margin);
+
+/* Sets what box a text has. */
+void VnxUtilTextBoxSetType(long id, TextBox_e type);
+
+/* Creates a text at a point, with its height and the units of that. */
+long VnxUtilTextCreate(CoordSys_e coordSys, double x, double y, Units_e heightUnits, double height,
+                       char const* text);
+
+/* Sets which point of a text lies at its position. */
+void VnxUtilTextSetAnchor(long id, TextAnchor_e anchor);
+
+/* Sets the angle of a text. */
+void VnxUtilTextSetAngle(long id, double angle);
+
+/* Sets whether a text is attached to a zone or map, the one of VnxUtilTextSetZoneOrMap. */
+void VnxUtilTextSetAttached(long id, char attached);
+
+/* Sets how a text is clipped. */
+void VnxUtilTextSetClipping(long id, Clipping_e clipping);
+
+/* Sets the colour of a text. */
+void VnxUtilTextSetColor(long id, int color);
+
+/* Sets the spacing of a text's lines. */
+void VnxUtilTextSetLineSpacing(long id, double spacing);
+
+/* Sets the command that runs when a text is picked. Returns the client's answer. */
+char VnxUtilTextSetMacroFunctionCmd(long id, char const* command);
+
+/* Sets in which frames a text is shown. */
+void VnxUtilTextSetScope(long id, Scope_e scope);
+
+/* Sets a text's typeface. */
+void VnxUtilTextSetTypeface(long id, char const* family, char isBold, char isItalic);
+
+/* Sets the zone or map that a text is attached to, counted from 1. */
+void VnxUtilTextSetZoneOrMap(long id, int zoneOrMap);
 
 #ifdef __cplusplus
 }
