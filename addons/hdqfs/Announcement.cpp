@@ -137,11 +137,16 @@ bool createDataSet(DataSet const& dataSet)
 
 }
 
-bool announce(DataSet const& dataSet, LoadFunctions const& functions)
+bool announce(DataSet const& dataSet, LoadFunctions const& functions,
+              std::vector<long>& variableIds)
 {
     VnxUtilDataLoadStart();
     if (!createDataSet(dataSet))
         return false;
+    // Queries come with these ids, and while one is answered the client can't be asked.
+    if (dataSet.hasHdqZone())
+        for (std::uint32_t var = 0; var < dataSet.numVars(); ++var)
+            variableIds.push_back(VnxUtilVarGetUniqueID(static_cast<int>(var) + 1));
     for (std::uint32_t zone = 0; zone < dataSet.numZones(); ++zone) {
         addZone(dataSet, zone);
         announceContents(dataSet, zone, functions);

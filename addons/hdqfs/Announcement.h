@@ -3,6 +3,7 @@
 #include "addons/hdqfs/DataSet.h"
 
 #include <string>
+#include <vector>
 
 namespace varnox::hdqfsloader {
 
@@ -18,8 +19,10 @@ struct LoadFunctions
 };
 
 /// Tells the client of a data set: its zones, its variables, their ranges, and what can be loaded
-/// on demand. False if the client refused the data set.
-bool announce(DataSet const& dataSet, LoadFunctions const& functions);
+/// on demand. False if the client refused the data set. If it has HDQ zones, variableIds becomes the
+/// client's unique id of each variable.
+bool announce(DataSet const& dataSet, LoadFunctions const& functions,
+              std::vector<long>& variableIds);
 
 /// What of the data set can't be served, in words for the user; empty if there is nothing.
 std::string unsupportedZones(DataSet const& dataSet);

@@ -105,6 +105,14 @@ void DataSet::checkNames() const
                     m_varNames[v] + "\" in another file. Load them one by one.");
 }
 
+bool DataSet::hasHdqZone() const
+{
+    for (std::uint32_t zone = 0; zone < numZones(); ++zone)
+        if (this->zone(zone).isHdq)
+            return true;
+    return false;
+}
+
 DataSet::Zone DataSet::zone(std::uint32_t zone) const
 {
     Place const& place = m_zones.at(zone);

@@ -63,6 +63,9 @@ public:
     std::uint32_t numZones() const { return static_cast<std::uint32_t>(m_zones.size()); }
     std::uint32_t numVars() const { return static_cast<std::uint32_t>(m_varNames.size()); }
 
+    /// Whether any zone is cut into subzones.
+    bool hasHdqZone() const;
+
     Zone zone(std::uint32_t zone) const;
     Variable variable(std::uint32_t zone, std::uint32_t var) const;
 

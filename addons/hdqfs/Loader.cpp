@@ -10,6 +10,7 @@
 
 #include <exception>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -22,10 +23,10 @@ namespace {
 /// set from those for one that was replaced.
 struct LoadedData
 {
-    explicit LoadedData(std::vector<std::string> const& paths) : dataSet(paths), queries(dataSet) {}
+    explicit LoadedData(std::vector<std::string> const& paths) : dataSet(paths) {}
 
     DataSet dataSet;
-    QueryObjects queries;
+    std::optional<QueryObjects> queries; ///< None until the host has the data set.
 };
 
 constexpr int LOAD_NUMBER_SHIFT = 48;
@@ -110,11 +111,16 @@ char load(StringList_s* instructions, unsigned long)
     // Objects of the data set before stay until here: its host has let go of them.
     loaded = std::move(data);
     loadNumber = (loadNumber + 1) & 0x7FFF;
+    std::vector<long> variableIds;
     bool const wasAccepted =
-        announce(loaded->dataSet, {loadValues, unloadValues, loadNodeMap, unloadNodeMap,
-                                   loadNumber << LOAD_NUMBER_SHIFT});
-    if (wasAccepted)
-        loaded->queries.registerAll(*VnxUtilDataSetGetHDQRegistration());
+        announce(loaded->dataSet,
+                 {loadValues, unloadValues, loadNodeMap, unloadNodeMap,
+                  loadNumber << LOAD_NUMBER_SHIFT},
+                 variableIds);
+    if (wasAccepted && loaded->dataSet.hasHdqZone()) {
+        loaded->queries.emplace(loaded->dataSet, variableIds);
+        loaded->queries->registerAll(*VnxUtilDataSetGetHDQRegistration());
+    }
     std::string const unsupported = wasAccepted ? unsupportedZones(loaded->dataSet) : "";
     if (!unsupported.empty())
         VnxUtilDialogErrMsg(unsupported.c_str());

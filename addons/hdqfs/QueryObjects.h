@@ -1,31 +1,34 @@
 #pragma once
 
-#include "addons/hdqfs/DataSet.h"
+#include "addons/hdqfs/QueryObjectStore.h"
 
 #include "varnox/hdq/DataSetRegistrationInterface.h"
 
-#include <memory>
+#include <vector>
 
 namespace varnox::hdqfsloader {
 
-/// The query objects of a data set's HDQ zones, which live as long as this. They answer sizes, ranges
-/// and values; what they can't answer is a std::runtime_error.
+/// The query objects of a data set's HDQ zones, which live as long as this. What they can't answer is
+/// a std::runtime_error.
 class QueryObjects
 {
 public:
-    /// The data set must outlive the object.
-    explicit QueryObjects(DataSet& dataSet);
-    QueryObjects(QueryObjects const&) = delete;
-    QueryObjects& operator=(QueryObjects const&) = delete;
-    ~QueryObjects();
+    /// variableIds: the host's unique id of each variable. The data set must outlive the object.
+    QueryObjects(DataSet& dataSet, std::vector<long> const& variableIds);
 
-    /// Hands in the objects of all HDQ zones: connectivity first, then the variables that have values
-    /// of their own.
+    /// Hands in the objects of all HDQ zones: zone after zone connectivity and identity, then the
+    /// variables that have values of their own.
     void registerAll(hdq::DataSetRegistrationInterface& registration);
 
 private:
-    class Impl;
-    std::unique_ptr<Impl> m_impl;
+    void registerZone(hdq::DataSetRegistrationInterface& registration, std::uint32_t zone);
+    void makeVariables();
+    /// Null for one that is shared from a zone without subzones.
+    ZoneVariable* variable(std::uint32_t zone, std::uint32_t var);
+
+    QueryObjectStore m_store;
+    /// By zone, then variable: those of HDQ zones; null for one that has no values of its own.
+    std::vector<std::vector<ZoneVariable*>> m_stored;
 };
 
 }

@@ -175,6 +175,10 @@ class Client:
         self.num_vars = len(self.arg_list()["VARNAMES"])
         self.finish(("uint32", 1))
 
+    def on_VnxUtilVarGetUniqueID(self):
+        var = self.wire.receive("int32", "variable, from 1")
+        self.wire.send("uint64", 100 + var, "the reply: our name of it in searches")
+
     def on_VnxUtilDataSetAddZoneX(self):
         types = self.arg_list()["VARDATATYPE"]
         for var, value_type in enumerate(types):
@@ -213,6 +217,7 @@ class Client:
         self.wire.receive("int", "zone, from 0; no reply")
 
     on_registerFEConnectivityQueryServices = on_registerCellConnectivityQueryServices
+    on_registerZoneVarIDQueryServices = on_registerCellConnectivityQueryServices
 
     def on_registerVarQueryServices(self):
         zone = self.wire.receive("int", "zone, from 0")

@@ -42,17 +42,19 @@ std::string dialog(std::string const& text)
     });
 }
 
-/// What a client answers while a data set loads: its zones, each with so many variables that have
-/// values, then the types of all registered variables.
-void addLoad(WriteCache& c, std::string const& paths, std::vector<int> const& loadableVars,
-             std::vector<int> const& registeredTypes)
+/// What a client answers while a data set loads: its variables, its zones, each with so many
+/// variables that have values, then the types of all registered variables.
+void addLoad(WriteCache& c, std::string const& paths, std::uint64_t numVars,
+             std::vector<int> const& loadableVars, std::vector<int> const& registeredTypes)
 {
     c.addString("load dataset");
     c.addString(paths);
     addFinished(c, true); // data set
-    for (int const numVars : loadableVars) {
+    for (std::uint64_t v = 0; v < numVars; ++v)
+        c.addUInt64(1000 + v); // unique id
+    for (int const numLoadable : loadableVars) {
         addFinished(c, true); // zone
-        for (int v = 0; v < numVars; ++v)
+        for (int v = 0; v < numLoadable; ++v)
             c.addUInt32(1); // load on demand
     }
     for (int const type : registeredTypes)
@@ -94,7 +96,7 @@ void addNumber(WriteCache& c, char const* key, long value)
 
 TEST_F(Loader, LoadOfAGridFileIsItsGoldenBytes)
 {
-    play([](WriteCache& c) { addLoad(c, sample("tjunction_grid"), {3}, {1, 1, 1}); });
+    play([](WriteCache& c) { addLoad(c, sample("tjunction_grid"), 3, {3}, {1, 1, 1}); });
     std::string const expected = cached([](WriteCache& c) {
         c.addString("VnxUtilDataLoadStart");
         c.addString("VnxUtilDataSetCreateX");
@@ -103,6 +105,10 @@ TEST_F(Loader, LoadOfAGridFileIsItsGoldenBytes)
         c.addString("T-junction, turbulent, transient");
         c.addString("VARNAMES");
         c.addStringVector({"X", "Y", "Z"});
+        for (std::int32_t number = 1; number <= 3; ++number) {
+            c.addString("VnxUtilVarGetUniqueID");
+            c.addInt32(number);
+        }
         c.addString("VnxUtilDataSetAddZoneX");
         c.addInt(16); // in the order of the keys
         addNumber(c, "CONNECTSHAREZONE", 0);
@@ -146,6 +152,8 @@ TEST_F(Loader, LoadOfAGridFileIsItsGoldenBytes)
         c.addUInt32Vector({0});
         c.addString("registerFEConnectivityQueryServices");
         c.addInt(0);
+        c.addString("registerZoneVarIDQueryServices");
+        c.addInt(0);
         c.addString("registerVarQueryServices");
         c.addInt(0);
         c.addInt(0);
@@ -166,8 +174,8 @@ TEST_F(Loader, ValuesOfAReplacedDataSetAreAFalseWithAMessage)
         sample("tjunction_grid") + "\n" + sample("tjunction_t00") + "\n" + sample("tjunction_t05");
     play([&](WriteCache& c) {
         std::vector<int> types(17, 1);
-        addLoad(c, series, {10, 7}, types);
-        addLoad(c, sample("tjunction_grid"), {3}, {1, 1, 1});
+        addLoad(c, series, 10, {10, 7}, types);
+        addLoad(c, sample("tjunction_grid"), 3, {3}, {1, 1, 1});
     });
     socket.takeSent();
     play([](WriteCache& c) {
@@ -187,7 +195,7 @@ TEST_F(Loader, DamagedValuesAreAFalseWithAMessageAndTheSessionGoesOn)
     contents << original.rdbuf();
     TemporaryFile const cut(contents.str().substr(0, contents.str().size() - 1000));
     play([&](WriteCache& c) {
-        addLoad(c, sample("tjunction_grid") + "\n" + cut.path(), {10}, std::vector<int>(10, 1));
+        addLoad(c, sample("tjunction_grid") + "\n" + cut.path(), 10, {10}, std::vector<int>(10, 1));
     });
     socket.takeSent();
     play([](WriteCache& c) {

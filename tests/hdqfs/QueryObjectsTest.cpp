@@ -7,6 +7,7 @@
 #include "varnox/hdq/NodeConnectivityQueryInterface.h"
 #include "varnox/hdq/VarSubzoneQueryInterface.h"
 #include "varnox/hdq/VarValueQueryInterface.h"
+#include "varnox/hdq/ZoneVarIDQueryInterface.h"
 
 #include <gtest/gtest.h>
 
@@ -52,9 +53,9 @@ public:
     {
         zones[zone] = {cell, node, ordered};
     }
-    void registerZoneVarIDQueryServices(hdq::ZoneVarIDQueryInterface*, int) override
+    void registerZoneVarIDQueryServices(hdq::ZoneVarIDQueryInterface* identity, int zone) override
     {
-        ADD_FAILURE() << "no search is served yet";
+        identities[zone] = identity;
     }
     void registerVarQueryServices(hdq::VarValueQueryInterface* cellCentered,
                                   hdq::VarValueQueryInterface* nodal,
@@ -66,14 +67,25 @@ public:
     }
 
     std::map<int, Zone> zones;
+    std::map<int, hdq::ZoneVarIDQueryInterface*> identities;
     std::map<std::pair<int, int>, Variable> variables;
 };
 
 struct Objects
 {
-    explicit Objects(std::vector<std::string> const& paths) : dataSet(paths), queries(dataSet)
+    explicit Objects(std::vector<std::string> const& paths)
+        : dataSet(paths), queries(dataSet, idsFor(dataSet))
     {
         queries.registerAll(registration);
+    }
+
+    /// Variable 0 has the id 1000, and so on.
+    static std::vector<long> idsFor(DataSet const& dataSet)
+    {
+        std::vector<long> ids;
+        for (std::uint32_t var = 0; var < dataSet.numVars(); ++var)
+            ids.push_back(1000 + long{var});
+        return ids;
     }
 
     DataSet dataSet;
@@ -205,6 +217,22 @@ TEST(QueryObjects, SharedVariablesHaveNoObjectsOfTheirOwn)
     EXPECT_EQ(objects.registration.variables.count({0, 0}), 1U);
     EXPECT_EQ(objects.registration.variables.count({1, 0}), 0U);
     EXPECT_EQ(objects.registration.variables.count({1, 6}), 1U);
+}
+
+TEST(QueryObjects, VariablesExistByTheirUniqueIds)
+{
+    Objects objects(samples({"tjunction_grid", "tjunction_t00", "tjunction_t05"}));
+    for (int zone = 0; zone < 2; ++zone) {
+        auto* const identity = objects.registration.identities.at(zone);
+        for (auto* const object : {identity, identity->duplicate(),
+                                   identity->duplicate()->duplicate()}) {
+            EXPECT_TRUE(object->varExists(1000)); // which zone 1 shares
+            EXPECT_TRUE(object->varExists(1006));
+            EXPECT_FALSE(object->varExists(999));
+            EXPECT_FALSE(object->varExists(1000 + long{objects.dataSet.numVars()}));
+            EXPECT_FALSE(object->varExists(-1));
+        }
+    }
 }
 
 TEST(QueryObjects, FormThatTheFileLacksSaysSo)
