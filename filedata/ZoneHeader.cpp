@@ -1,55 +1,24 @@
 #include "filedata/ZoneHeader.h"
 
+#include "filedata/HeaderArrays.h"
 #include "filedata/Messages.h"
+#include "filedata/PartitionHeader.h"
 #include "filedata/ValueFormats.h"
 #include "filedata/ValueInput.h"
 
 #include <algorithm>
 #include <array>
 #include <exception>
-#include <functional>
 #include <limits>
 #include <new>
-#include <numeric>
 
 namespace varnox::hdqio {
 
 namespace {
 
 constexpr std::uint32_t ZONE_MARKER = 0x02030405;
-constexpr std::uint32_t PARTITION_MARKER = 0x15161718;
 /// Items of a finite-element subzone: a constant of the format, not the file's limit.
 constexpr std::int64_t SUBZONE_ITEMS = 256;
-
-TagNames const& zoneTagNames()
-{
-    static TagNames const names{
-#define TAG(number, constant, name) {number, name},
-#include "filedata/ZoneHeaderTags.def"
-    };
-    return names;
-}
-
-TagNames const& partitionTagNames()
-{
-    static TagNames const names = [] {
-        TagNames result;
-        for (ZoneHeaderTag const tag :
-             {CSZ_CONN_FILE_LOCS_TAG, NSZ_CONN_FILE_LOCS_TAG, NUM_REF_PARTITIONS_TAG,
-              REF_PARTITIONS_TAG, CSZ_NUM_REF_NSZS_TAG, NSZ_NUM_REF_CSZS_TAG,
-              CSZ_INCL_PTN_BIT_ARRAY_TAG, NSZ_INCL_PTN_BIT_ARRAY_TAG, VAR_FILE_LOCS_TAG,
-              NUM_CELL_SUBZONES_TAG, NUM_NODE_SUBZONES_TAG})
-            result[tag] = zoneTagNames().at(tag);
-        return result;
-    }();
-    return names;
-}
-
-void require(bool allocated)
-{
-    if (!allocated)
-        throw std::bad_alloc();
-}
 
 /// Subzones of 256 that hold a number of items; false if there are more than an address can name.
 bool numRunsOf(std::int64_t items, std::uint32_t& result)
@@ -61,107 +30,11 @@ bool numRunsOf(std::int64_t items, std::uint32_t& result)
     return runs <= MinMaxTree::MAX_ENTRIES;
 }
 
-/// The labels of a zone's arrays, and of a partition's.
-struct Place
-{
-    int zone;
-    std::uint32_t partition = IODescription::UNSET_PARTITION;
-
-    IODescription description(char const* name) const
-    {
-        IODescription result{name, IODescription::UNSET_INDEX, zone, partition};
-        result.orBareName = true;
-        return result;
-    }
-    std::uint64_t zoneNumber() const { return static_cast<std::uint64_t>(zone) + 1; }
-};
-
-char checkArrayHeaderTag(std::uint16_t tag, TagMap const& tags, char const* name,
-                         Place const& place)
-{
-    bool const isPartition = place.partition != IODescription::UNSET_PARTITION;
-    std::uint64_t const partitionNumber = std::uint64_t{place.partition} + 1;
-    auto const found = tags.find(tag);
-    if (found == tags.end())
-        return isPartition ? errorMessage(
-                                 "Missing partition header tag '%s' for partition %lu of zone %lu.",
-                                 name, partitionNumber, place.zoneNumber())
-                           : errorMessage("Missing zone header tag '%s' for zone %lu.", name,
-                                          place.zoneNumber());
-    if (found->second == 0 || found->second == ABSENT_FILE_LOC)
-        return isPartition
-                   ? errorMessage("Invalid value for partition header tag '%s' for partition "
-                                  "%lu of zone %lu.",
-                                  name, partitionNumber, place.zoneNumber())
-                   : errorMessage("Invalid value for zone header tag '%s' for zone %lu", name,
-                                  place.zoneNumber());
-    return 1;
-}
-
-char seekToArray(FileReaderInterface& reader, TagMap const& tags, ZoneHeaderTag tag,
-                 Place const& place)
-{
-    return checkArrayHeaderTag(tag, tags, zoneTagNames().at(tag), place) &&
-           reader.seekToFileLoc(tags.at(tag));
-}
-
-template <typename T, bool hex, typename Vector>
-char readHeaderTagArray(FileReaderInterface& reader, TagMap const& tags, ZoneHeaderTag tag,
-                        std::uint64_t count, Vector& out, Place const& place)
-{
-    return seekToArray(reader, tags, tag, place) &&
-           readValueArray<T, hex, 0>(reader, 0, count, out,
-                                     place.description(zoneTagNames().at(tag)));
-}
-
-/// Cell subzones of a partition by section.
-using SectionCounts = LightweightVector<PlainDataVector<std::uint32_t>>;
-
-/// One array per section that has cell subzones in the partition, following each other.
-template <typename T, bool hex>
-char readSecPtnHeaderTagArrays(FileReaderInterface& reader, TagMap const& tags, ZoneHeaderTag tag,
-                               std::uint32_t partition, SectionCounts const& counts,
-                               LightweightVector<LightweightVector<T>>& out, Place const& place,
-                               std::function<std::uint64_t(std::uint64_t)> const& arrayLength)
-{
-    if (!seekToArray(reader, tags, tag, place))
-        return 0;
-    require(out.alloc(counts.size()));
-    for (std::size_t s = 0; s < counts.size(); ++s)
-        if (counts[s][partition] != 0 &&
-            !readValueArray<T, hex, 0>(reader, 0, arrayLength(counts[s][partition]), out[s],
-                                       place.description(zoneTagNames().at(tag))))
-            return 0;
-    return 1;
-}
-
-std::uint64_t asMany(std::uint64_t count)
-{
-    return count;
-}
-
-bool isAbsent(TagMap const& tags, ZoneHeaderTag tag)
-{
-    auto const found = tags.find(tag);
-    return found == tags.end() || found->second == ABSENT_FILE_LOC;
-}
-
-bool isMarkedAbsent(TagMap const& tags, ZoneHeaderTag tag)
-{
-    auto const found = tags.find(tag);
-    return found != tags.end() && found->second == ABSENT_FILE_LOC;
-}
-
 bool isVolumeZone(ZoneMetadata const& zone)
 {
     bool const hasVolumeType =
         zone.zoneType == ZoneType_FETetra || zone.zoneType == ZoneType_FEBrick || zone.isMixed();
     return hasVolumeType && zone.numDimensions == 3;
-}
-
-std::uint32_t numSectionsOf(ZoneMetadata const& zone)
-{
-    return zone.isMixed() ? zone.numSections : 1;
 }
 
 void allocPerSection(ZoneMetadata& zone, std::uint32_t numSections, std::uint32_t numPartitions)
@@ -191,7 +64,8 @@ std::int64_t productOf(std::int64_t a, std::int64_t b, std::int64_t c)
 
 /// Whether an ordered zone's sizes stay below what subzone addresses and 32-bit counts can name. An
 /// axis of no nodes still has cells.
-char checkOrderedSize(FileReaderInterface& reader, ZoneMetadata const& zone, Place const& place)
+char checkOrderedSize(FileReaderInterface& reader, ZoneMetadata const& zone,
+                      HeaderPlace const& place)
 {
     auto const along = [](std::int64_t n) { return n == 0 ? std::int64_t{1} : n; };
     std::int64_t const items = productOf(along(zone.ijk.i), along(zone.ijk.j), along(zone.ijk.k));
@@ -213,14 +87,14 @@ bool canBeNamed(IJKSubzoneInfo const& info)
            info.numSubzones[2] * info.numSubzones[3] <= MinMaxTree::MAX_ENTRIES;
 }
 
-char refuseItemCount(Place const& place)
+char refuseItemCount(HeaderPlace const& place)
 {
     return errorMessage("Zone %lu has more nodes or cells than subzones can hold.",
                         place.zoneNumber());
 }
 
 char cutOrderedZone(FileReaderInterface& reader, FileDescription const& description,
-                    Place const& place, ZoneMetadata& zone)
+                    HeaderPlace const& place, ZoneMetadata& zone)
 {
     if (!checkOrderedSize(reader, zone, place))
         return 0;
@@ -245,7 +119,7 @@ char cutOrderedZone(FileReaderInterface& reader, FileDescription const& descript
     return 1;
 }
 
-char cutFiniteElementZone(FileDescription const& description, Place const& place,
+char cutFiniteElementZone(FileDescription const& description, HeaderPlace const& place,
                           ZoneMetadata& zone)
 {
     zone.numNodesPerPtn[0] = zone.ijk.i;
@@ -281,8 +155,8 @@ void growTrees(ZoneMetadata& zone, int zoneOffset, int zoneIndex, int varOffset,
 
 /// The locations of connectivity records, or the agreement of all tags that there are none.
 char readConnectivityLocations(FileReaderInterface& reader, FileDescription const& description,
-                               TagMap const& tags, Place const& place, ZoneMetadata const& zone,
-                               PartitionMetadata& result)
+                               TagMap const& tags, HeaderPlace const& place,
+                               ZoneMetadata const& zone, PartitionMetadata& result)
 {
     std::uint32_t const version = description.getFileVersion();
     if (isAbsent(tags, NSZ_CONN_FILE_LOCS_TAG)) {
@@ -318,7 +192,7 @@ struct ZoneInFile
 {
     FileDescription const& description;
     int zoneOffset;
-    Place place;
+    HeaderPlace place;
     int varOffset;
     int numVars;
     VarZoneMinMaxes const& zoneMinMaxes;
@@ -386,7 +260,7 @@ char readCounts(FileReaderInterface& reader, FileDescription const& description,
     return 1;
 }
 
-char mismatchOfNodes(Place const& place)
+char mismatchOfNodes(HeaderPlace const& place)
 {
     return errorMessage(
         "Mismatch of number of nodes between zone and partitions in partitioned zone %lu.",
@@ -610,54 +484,6 @@ std::int64_t locationOrNone(TagMap const& tags, ZoneHeaderTag tag)
     return value == 0 ? -1 : static_cast<std::int64_t>(value);
 }
 
-template <typename T>
-std::uint64_t pairArraySize(std::uint64_t count, bool isAscii)
-{
-    return arraySizeInFile<ValuePair<T>, false>(count, isAscii);
-}
-
-char readPartitionConnectivity(FileReaderInterface& reader, TagMap const& tags, Place const& place,
-                               ZoneMetadata const& zone, PartitionMetadata& result)
-{
-    std::uint32_t const p = place.partition;
-    std::uint64_t const numNszs = zone.numNszsPerPtn[p];
-    auto const bytesForBits = [](std::uint64_t n) { return numBytesForNumBits(n); };
-    if (result.numRefPartitions != 0 &&
-        !readHeaderTagArray<std::uint32_t, false>(
-            reader, tags, REF_PARTITIONS_TAG, result.numRefPartitions, result.refPartitions, place))
-        return 0;
-    return readSecPtnHeaderTagArrays<std::uint16_t, false>(reader, tags, CSZ_NUM_REF_NSZS_TAG, p,
-                                                           zone.numCszsPerSecPtn,
-                                                           result.cszNumRefNszs, place, asMany) &&
-           readHeaderTagArray<std::uint16_t, false>(reader, tags, NSZ_NUM_REF_CSZS_TAG, numNszs,
-                                                    result.nszNumRefCszs, place) &&
-           readSecPtnHeaderTagArrays<std::uint8_t, true>(
-               reader, tags, CSZ_INCL_PTN_BIT_ARRAY_TAG, p, zone.numCszsPerSecPtn,
-               result.cszInclPtnBitArray, place, bytesForBits) &&
-           readHeaderTagArray<std::uint8_t, true>(reader, tags, NSZ_INCL_PTN_BIT_ARRAY_TAG,
-                                                  numBytesForNumBits(numNszs),
-                                                  result.nszInclPtnBitArray, place);
-}
-
-}
-
-std::uint64_t minMaxArraySizeInFile(std::uint8_t fieldDataType, std::uint64_t count, bool isAscii)
-{
-    switch (fieldDataType) {
-    case FieldDataType_Float:
-        return pairArraySize<float>(count, isAscii);
-    case FieldDataType_Double:
-        return pairArraySize<double>(count, isAscii);
-    case FieldDataType_Int32:
-        return pairArraySize<std::int32_t>(count, isAscii);
-    case FieldDataType_Int16:
-        return pairArraySize<std::int16_t>(count, isAscii);
-    case FieldDataType_Byte:
-    case FieldDataType_Bit:
-        return pairArraySize<std::uint8_t>(count, isAscii);
-    default:
-        return 0;
-    }
 }
 
 char readZoneHeaderTags(FileReaderInterface& reader, int zone, TagMap& tags)
@@ -668,72 +494,6 @@ char readZoneHeaderTags(FileReaderInterface& reader, int zone, TagMap& tags)
                                                    {"zoneNum*"})))
         return 0;
     return readTagList(reader, zoneTagNames(), tags);
-}
-
-char readVarLocations(FileReaderInterface& reader, FileDescription const& description,
-                      TagMap const& tags, int varOffset, int numVars, ZoneMetadata const& zone,
-                      PartitionMetadata& result, int zoneIndex, std::uint32_t partition,
-                      VarZoneTypes const& fieldDataTypes)
-{
-    bool const isAscii = description.isAscii() == 1;
-    Place const place{zoneIndex,
-                      zone.numPartitions == 1 ? IODescription::UNSET_PARTITION : partition};
-    auto const count = static_cast<std::uint64_t>(numVars);
-    if (!readHeaderTagArray<std::uint64_t, true>(reader, tags, VAR_FILE_LOCS_TAG, count,
-                                                 result.varFileLocs, place))
-        return 0;
-    require(result.varCszMinMaxFileLocs.alloc(count) && result.varDataFileLocs.alloc(count));
-    std::uint32_t const numSections = numSectionsOf(zone);
-    for (std::size_t v = 0; v < count; ++v) {
-        std::uint64_t const start = result.varFileLocs[v];
-        result.varCszMinMaxFileLocs[v] = ABSENT_FILE_LOC;
-        result.varDataFileLocs[v] = ABSENT_FILE_LOC;
-        if (start == ABSENT_FILE_LOC)
-            continue;
-        std::uint8_t const type = fieldDataTypes[static_cast<std::size_t>(varOffset) + v]
-                                                [static_cast<std::size_t>(zoneIndex)];
-        std::uint64_t loc =
-            start + minMaxArraySizeInFile(type, zone.numNszsPerPtn[partition], isAscii);
-        result.varCszMinMaxFileLocs[v] = loc;
-        for (std::uint32_t s = 0; s < numSections; ++s)
-            loc += minMaxArraySizeInFile(type, zone.numCszsPerSecPtn[s][partition], isAscii);
-        result.varDataFileLocs[v] = loc;
-    }
-    return 1;
-}
-
-char readPartitionHeader(FileReaderInterface& reader, FileDescription const& description, int zone,
-                         int varOffset, int numVars, std::uint32_t partition,
-                         ZoneMetadata const& metadata, VarZoneTypes const& fieldDataTypes,
-                         PartitionMetadata& result)
-{
-    if (reader.isAscii() &&
-        (!readAndVerifyValue<std::uint32_t, false>(reader, PARTITION_MARKER,
-                                                   {"partitionMarker*"}) ||
-         !readAndVerifyValue<std::uint32_t, false>(reader, partition + 1, {"partitionNum*"})))
-        return 0;
-    TagMap tags;
-    if (!readTagList(reader, partitionTagNames(), tags))
-        return 0;
-    Place const place{zone, partition};
-    result.numRefPartitions = static_cast<std::uint32_t>(valueOrZero(tags, NUM_REF_PARTITIONS_TAG));
-    auto const readLocations = [&] {
-        return readVarLocations(reader, description, tags, varOffset, numVars, metadata, result,
-                                zone, partition, fieldDataTypes);
-    };
-    if (metadata.isOrdered() || description.dataFileType() == DataFileType_Solution ||
-        isAbsent(tags, NSZ_CONN_FILE_LOCS_TAG))
-        return readLocations();
-    if (readSecPtnHeaderTagArrays<std::uint64_t, true>(reader, tags, CSZ_CONN_FILE_LOCS_TAG,
-                                                       partition, metadata.numCszsPerSecPtn,
-                                                       result.cszConnFileLocs, place, asMany) &&
-        readHeaderTagArray<std::uint64_t, true>(reader, tags, NSZ_CONN_FILE_LOCS_TAG,
-                                                metadata.numNszsPerPtn[partition],
-                                                result.nszConnFileLocs, place) &&
-        readLocations() && readPartitionConnectivity(reader, tags, place, metadata, result))
-        return 1;
-    result.nszConnFileLocs.dealloc();
-    return 0;
 }
 
 namespace {

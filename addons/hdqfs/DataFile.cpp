@@ -4,6 +4,7 @@
 #include "filedata/DataSetHeader.h"
 #include "filedata/FileStreamReader.h"
 #include "filedata/Messages.h"
+#include "filedata/PartitionHeader.h"
 #include "filedata/ValueInput.h"
 #include "filedata/ZoneHeader.h"
 #include "filedata/ZoneTypes.h"

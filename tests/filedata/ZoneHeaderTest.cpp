@@ -2,6 +2,7 @@
 
 #include "filedata/DataFileHeader.h"
 #include "filedata/DataSetHeader.h"
+#include "filedata/PartitionHeader.h"
 #include "filedata/ZoneTypes.h"
 #include "tests/filedata/FileBuilder.h"
 #include "tests/filedata/OpenFile.h"
