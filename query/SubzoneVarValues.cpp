@@ -7,8 +7,6 @@
 #include <algorithm>
 #include <type_traits>
 
-#include <emmintrin.h>
-
 namespace varnox::hdqlib {
 
 namespace {
@@ -77,11 +75,6 @@ std::vector<T>& spareBlock()
     return block;
 }
 
-}
-
-std::int32_t truncateToInt32(double value)
-{
-    return _mm_cvttsd_si32(_mm_set_sd(value));
 }
 
 SubzoneVarValuesAbstract::~SubzoneVarValuesAbstract() = default;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "expressions/TruncateToInt32.h"
 #include "varnox/ItemAddress.h"
 #include "varnox/RawArray.h"
 
@@ -14,10 +15,6 @@ class WriteCache;
 }
 
 namespace varnox::hdqlib {
-
-/// The low 32 bits of the processor's conversion toward zero: 0x80000000 for what doesn't fit and
-/// for not-a-number.
-std::int32_t truncateToInt32(double value);
 
 /// The values of one variable in one subzone. No type travels with them: the reader knows it from
 /// the variable's registration.
