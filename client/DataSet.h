@@ -1,5 +1,6 @@
 #pragma once
 
+#include "client/Annotations.h"
 #include "varnox/hostapi/VnxTypes.h"
 
 #include <array>
@@ -64,6 +65,7 @@ struct Zone
     std::vector<ZoneVariable> variables;
     LoadOnDemand nodeMap;
     LoadOnDemand faceNeighbors;
+    bool faceNeighborsNameZones = false; ///< Their assignments carry zones beside the items.
     bool hasConnectivityQueries = false;
     bool hasOrderedQueries = false;
     bool hasIdentityQueries = false;
@@ -85,6 +87,17 @@ struct Variable
     std::int64_t uniqueId = 0;
 };
 
+/// Some face neighbours of a zone, as the loader assigned them; what the numbers mean is the
+/// loader's.
+struct FaceNeighbors
+{
+    std::int64_t first = 0;
+    std::int32_t second = 0;
+    std::uint8_t third = 0;
+    std::vector<int> items;
+    std::vector<long> zones; ///< One for each item, or none.
+};
+
 /// What the loader built.
 struct DataSet
 {
@@ -92,6 +105,12 @@ struct DataSet
     std::vector<Variable> variables;
     std::vector<Zone> zones;
     std::int64_t uniqueId = 0;
+    std::vector<Text> texts;
+    std::vector<Geometry> geometries;
+    std::vector<LabelSet> labelSets;
+    /// In the order of their first coming; one of the same owner and name takes the place of the
+    /// one before.
+    std::vector<AuxData> auxData;
     /// What the loader had to say to the user, the latest last.
     std::vector<std::string> messages;
 

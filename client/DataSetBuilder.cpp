@@ -99,12 +99,19 @@ DataSetBuilder::DataSetBuilder(EngineSocket& socket, ArgKeys const& argKeys)
                  {VNXUTILDATANODEARRAYSETBYREF, &DataSetBuilder::unwantedArray},
                  {VNXUTILDATANODESECTIONARRAYSETBYREF, &DataSetBuilder::unwantedArray},
                  {VNXUTILDATANODESECTIONARRAYSETBYREF64, &DataSetBuilder::unwantedArray},
-                 {VNXUTILDATAFACENBRASSIGNBYREF, &DataSetBuilder::unwantedArray}}
+                 {VNXUTILDATAFACENBRASSIGNBYREF, &DataSetBuilder::faceNbrAssign}},
+      m_annotations(socket, m_dataSet, m_lastUniqueId)
 {
 }
 
 void DataSetBuilder::serve(std::string const& command)
 {
+    if (m_annotations.serve(command)) {
+        std::string const annotationProblem = m_annotations.takeProblem();
+        if (!annotationProblem.empty())
+            note(annotationProblem);
+        return;
+    }
     auto const found = m_handlers.find(command);
     if (found == m_handlers.end())
         throw ProtocolViolation("The server sent '" + printable(command) +
@@ -152,6 +159,7 @@ ZoneVariable* DataSetBuilder::zoneVariable(std::int64_t zone, std::int64_t var)
 void DataSetBuilder::beginLoad()
 {
     m_dataSet = DataSet();
+    m_annotations.forget();
     m_announcement.reset();
     m_problem.clear();
 }
@@ -221,6 +229,9 @@ void DataSetBuilder::checkDataSet()
                 note("Zone " + std::to_string(zone.number) + " shares values of zone " +
                      std::to_string(variable.shareZone) + ", which the loader has not added.");
     }
+    std::string const stray = m_annotations.strayAuxData();
+    if (!stray.empty())
+        note(stray);
 }
 
 // The data set.
@@ -231,6 +242,7 @@ void DataSetBuilder::createDataSet(std::string const& title,
     std::vector<std::string> messages = std::move(m_dataSet.messages);
     m_dataSet = DataSet();
     m_dataSet.messages = std::move(messages);
+    m_annotations.forget();
     m_numZonesLeftOut = 0;
     m_dataSet.title = title;
     m_dataSet.uniqueId = ++m_lastUniqueId;
@@ -512,13 +524,16 @@ void DataSetBuilder::nodeCustomLOD()
 void DataSetBuilder::faceNbrCustomLOD()
 {
     std::int32_t const number = m_socket.receiveInt32();
-    m_socket.receiveUInt32();
+    bool const nameZones = m_socket.receiveUInt32() != 0;
     LoadOnDemand const callbacks = receiveCallbacks();
-    if (Zone* const zone = m_dataSet.zone(number))
+    Zone* const zone = m_dataSet.zone(number);
+    if (zone != nullptr) {
         zone->faceNeighbors = callbacks;
-    else
+        zone->faceNeighborsNameZones = nameZones;
+    } else {
         note("The loader registered the face neighbours of zone " + std::to_string(number) +
              ", which it has not added.");
+    }
     finish(true);
 }
 
@@ -529,7 +544,30 @@ void DataSetBuilder::valueArray()
     m_target->receivePiece(m_socket);
 }
 
-/// Node maps and face neighbours are not loaded by this engine.
+void DataSetBuilder::faceNbrAssign()
+{
+    if (m_faceNeighbors == nullptr)
+        unwantedArray();
+    FaceNeighbors received;
+    received.first = m_socket.receiveInt64();
+    received.second = m_socket.receiveInt32();
+    received.third = m_socket.receiveUInt8();
+    std::int32_t const count = m_socket.receiveInt32();
+    if (count < 0)
+        throw ProtocolViolation("The server assigned " + std::to_string(count) +
+                                " face neighbours.");
+    received.items = m_socket.receiveVector<int>(static_cast<std::size_t>(count));
+    if (m_faceNeighborsNameZones)
+        received.zones = m_socket.receiveVector<long>(static_cast<std::size_t>(count));
+    if (received.items.size() != static_cast<std::size_t>(count) ||
+        (m_faceNeighborsNameZones && received.zones.size() != received.items.size()))
+        throw ProtocolViolation("The server announced " + std::to_string(count) +
+                                " face neighbours and sent others.");
+    m_faceNeighbors->push_back(std::move(received));
+    m_socket.sendUInt32(1);
+}
+
+/// Node maps are not loaded by this engine.
 void DataSetBuilder::unwantedArray()
 {
     throw ProtocolViolation("The server sent an array that wasn't asked for.");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "client/AnnotationBuilder.h"
 #include "client/ArgList.h"
 #include "client/DataSet.h"
 
@@ -52,6 +53,8 @@ class DataSetBuilder
 {
 public:
     DataSetBuilder(EngineSocket& socket, ArgKeys const& argKeys);
+    DataSetBuilder(DataSetBuilder const&) = delete;
+    DataSetBuilder& operator=(DataSetBuilder const&) = delete;
 
     /// Serves one command whose word has been read. Throws ProtocolViolation for a word that isn't
     /// known and for contents that can't be, and SocketException.
@@ -70,6 +73,12 @@ public:
 
     /// Where the values of a load on demand go; null for none.
     void setValueTarget(ValueTarget* target) { m_target = target; }
+    /// Where face neighbours go, and whether they name zones; null for none.
+    void setFaceNeighborTarget(std::vector<FaceNeighbors>* target, bool nameZones)
+    {
+        m_faceNeighbors = target;
+        m_faceNeighborsNameZones = nameZones;
+    }
 
 private:
     using Handler = void (DataSetBuilder::*)();
@@ -103,7 +112,8 @@ private:
     void registerZoneVarID();
     void registerVar();
     void valueArray();
-    void unwantedArray();
+    void faceNbrAssign();
+    [[noreturn]] void unwantedArray();
 
     void createDataSet(std::string const& title, std::vector<std::string> const& varNames);
     /// Each false with a note when something can't be.
@@ -126,8 +136,11 @@ private:
     std::optional<LoaderAnnouncement> m_announcement;
     std::string m_problem;
     ValueTarget* m_target = nullptr;
+    std::vector<FaceNeighbors>* m_faceNeighbors = nullptr;
+    bool m_faceNeighborsNameZones = false;
     std::int64_t m_lastUniqueId = 0;
     std::int64_t m_numZonesLeftOut = 0;
+    AnnotationBuilder m_annotations;
 };
 
 }

@@ -33,6 +33,9 @@ constexpr std::size_t ANSWER_BYTES = std::size_t{1} << 20;
 /// A passive variable's zeros are made here; a zone may claim any size.
 constexpr std::uint64_t MAX_ZERO_BYTES = std::uint64_t{4} << 30;
 
+/// Face neighbours come without a total.
+constexpr std::uint64_t MAX_FACE_NEIGHBOR_BYTES = std::uint64_t{4} << 30;
+
 /// Bricks may be empty where an axis is shorter than its shift, at most one more along each axis.
 constexpr std::uint64_t MAX_SUBZONES_PER_ITEM = 8;
 
@@ -680,6 +683,50 @@ Values Engine::values(int zone, int var)
                         " of the " + std::to_string(total) + " values of " + name + ".");
         return target.assembly.take();
     });
+}
+
+// Face neighbours.
+
+std::vector<FaceNeighbors> Engine::faceNeighbors(int number)
+{
+    Zone const& zone = zoneOf(number);
+    std::string const name = "face neighbours of zone " + std::to_string(number);
+    if (!zone.faceNeighbors.load)
+        throw Error("The loader has no " + name + ".");
+    std::size_t const firstMessage = dataSet().messages.size();
+    std::vector<FaceNeighbors> result;
+    m_builder.setFaceNeighborTarget(&result, zone.faceNeighborsNameZones);
+    bool const hasUnload = zone.faceNeighbors.unload;
+    bool const loaded = converse("loading the " + name, [&] {
+        std::uint64_t const before = m_socket.bytesReceived();
+        sendForZone(LOAD_FACE_NEIGHBORS, number);
+        return serveUntilFinished([&] {
+            if (m_socket.bytesReceived() - before > MAX_FACE_NEIGHBOR_BYTES)
+                throw ProtocolViolation("The server sent more face neighbours than a zone has.");
+            report("Reading", m_socket.bytesReceived() - before, 0);
+        });
+    });
+    m_builder.setFaceNeighborTarget(nullptr, false);
+    if (!loaded) {
+        std::string const messages = messagesSince(firstMessage);
+        throw Error(
+            "The loader could not load the " + name + ": " +
+            (messages.empty() ? "it gave no reason; the server's log may tell more." : messages));
+    }
+    if (hasUnload)
+        converse("unloading face neighbours", [&] {
+            sendForZone(UNLOAD_FACE_NEIGHBORS, number);
+            return serveUntilFinished([] {});
+        });
+    return result;
+}
+
+void Engine::sendForZone(std::string const& command, int zone)
+{
+    WriteCache cache;
+    cache.addString(command);
+    cache.addInt32(zone);
+    m_socket.sendCache(cache);
 }
 
 void Engine::close()

@@ -119,6 +119,8 @@ public:
     void allSubzoneValues(int zone, int var, SubzoneSink const& sink);
     /// All values of a variable, loaded on demand, in the order of the zone's items.
     Values values(int zone, int var);
+    /// The face neighbours that the loader's user gave a zone, loaded on demand.
+    std::vector<FaceNeighbors> faceNeighbors(int zone);
     /// Ranges of a variable's partitions, and of the node or cell subzones of one of them.
     std::vector<Range> partitionRanges(int zone, int var);
     std::vector<Range> subzoneRanges(int zone, int var, std::uint32_t partition);
@@ -155,6 +157,7 @@ private:
     void checkOut(Source const& source, std::vector<SubzoneAddress> const& batch,
                   SubzoneSink const& sink);
     std::vector<Range> receiveRanges(std::uint64_t count);
+    void sendForZone(std::string const& command, int zone);
     void loadFieldData(Source const& source, ValueTarget& target);
     void unloadFieldData(Source const& source);
     std::string messagesSince(std::size_t first) const;

@@ -113,6 +113,73 @@ TEST_F(EngineWithAddon, AnswersEveryCallOfTheHostApi)
     EXPECT_EQ(exitStatus(), 0);
 }
 
+TEST_F(EngineWithAddon, KeepsTextsAndGeometries)
+{
+    DataSet const& dataSet = engine->load({fileNamed("everything.hdqfs")});
+    ASSERT_EQ(dataSet.texts.size(), 2U);
+    EXPECT_FALSE(dataSet.texts[0].color);
+    Text const& text = dataSet.texts[1];
+    EXPECT_EQ(text.text, "inlet");
+    EXPECT_EQ(text.coordSys, 1);
+    EXPECT_EQ(text.x, 0.5);
+    EXPECT_EQ(text.boxMargin, 4.5);
+    EXPECT_EQ(text.clipping, 8);
+    EXPECT_EQ(text.zoneOrMap, 2);
+    EXPECT_EQ(text.attached, true);
+    EXPECT_TRUE(text.typeface->isBold);
+    EXPECT_EQ(text.macroCommand, "redraw");
+
+    ASSERT_EQ(dataSet.geometries.size(), 6U);
+    EXPECT_EQ(dataSet.geometries[0].shape, Shape::Rectangle);
+    EXPECT_EQ(dataSet.geometries[1].sizes, std::vector<double>{3});
+    EXPECT_EQ(dataSet.geometries[2].sizes, (std::vector<double>{3, 4}));
+    Geometry const& circle = dataSet.geometries[3];
+    EXPECT_EQ(circle.anchor, (Point{4, 5, 6}));
+    EXPECT_EQ(circle.positionCoordSys, 6);
+    EXPECT_EQ(circle.filled, false);
+    EXPECT_EQ(circle.ellipsePoints, 72);
+    EXPECT_EQ(circle.arrowheadAngle, 10.5);
+    EXPECT_EQ(circle.macroCommand, "pick");
+    EXPECT_EQ(dataSet.geometries[4].polylines,
+              (std::vector<std::vector<Point>>{{{0.5, 1.5, 0}}, {{4.5, 5.5, 0}, {2.5, 3.5, 0}}}));
+    EXPECT_EQ(dataSet.geometries[5].polylines, (std::vector<std::vector<Point>>{{{1, 2, 3}}}));
+}
+
+TEST_F(EngineWithAddon, KeepsLabelsAndAuxData)
+{
+    DataSet const& dataSet = engine->load({fileNamed("everything.hdqfs")});
+    EXPECT_EQ(dataSet.labelSets, (std::vector<LabelSet>{{"low", "high"}}));
+    std::string listed;
+    for (AuxData const& item : dataSet.auxData)
+        listed += nameOf(item.owner) + " " + std::to_string(item.number) + " " + item.name + "=" +
+                  item.value + "\n";
+    EXPECT_EQ(listed, "data set 0 Solver=v 1\nzone 2 Part=wall\nvariable 4 Unit=m/s\n");
+}
+
+TEST_F(EngineWithAddon, LoadsFaceNeighborsOnDemand)
+{
+    engine->load({fileNamed("everything.hdqfs")});
+    for (int round = 0; round < 2; ++round) {
+        std::vector<FaceNeighbors> const neighbors = engine->faceNeighbors(2);
+        ASSERT_EQ(neighbors.size(), 2U);
+        EXPECT_EQ(neighbors[0].first, 7);
+        EXPECT_EQ(neighbors[0].second, 2);
+        EXPECT_EQ(neighbors[0].third, 1);
+        EXPECT_EQ(neighbors[0].items, (std::vector<int>{3, 5}));
+        EXPECT_EQ(neighbors[0].zones, (std::vector<long>{1, 3}));
+        EXPECT_EQ(neighbors[1].first, 8);
+        EXPECT_TRUE(neighbors[1].items.empty());
+    }
+    try {
+        engine->faceNeighbors(1);
+        FAIL() << "nothing was thrown";
+    } catch (Error const& error) {
+        EXPECT_STREQ(error.what(), "The loader has no face neighbours of zone 1.");
+    }
+    engine->close();
+    EXPECT_EQ(exitStatus(), 0);
+}
+
 template <typename T>
 std::vector<T> numbersFrom(int first, int count)
 {

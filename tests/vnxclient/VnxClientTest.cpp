@@ -199,6 +199,46 @@ TEST_F(VnxClient, DescribesADataSetInJson)
     EXPECT_EQ(zone["variables"][9]["location"], "cell-centred");
 }
 
+TEST_F(VnxClient, DescribesAnnotationsInText)
+{
+    Result const result = run({"info", fileNamed("everything.hdqfs"), "--addon", TEST_ADDON});
+    EXPECT_EQ(result.status, 0) << result.error;
+    for (char const* const line :
+         {"\nAuxiliary data of the data set: Solver = v 1\nAuxiliary data of zone 2: Part = wall\n",
+          "\nLabels: 'low' 'high'\n", "\nText 'inlet' at 0.5, 0.25\n",
+          "\nGeometry: rectangle at 1, 2, 0, size 3 x 4\n",
+          "\nGeometry: polylines, 2 of 3 points together\n",
+          "strand 4, connectivity of zone 1, "
+          "with face neighbours\n"})
+        EXPECT_THAT(result.output, HasSubstr(line));
+}
+
+TEST_F(VnxClient, DescribesAnnotationsInJson)
+{
+    Result const result =
+        run({"--json", "info", fileNamed("everything.hdqfs"), "--addon", TEST_ADDON});
+    EXPECT_EQ(result.status, 0) << result.error;
+    json const info = json::parse(result.output);
+    EXPECT_EQ(info["labelSets"], json::parse(R"([["low", "high"]])"));
+    ASSERT_EQ(info["auxData"].size(), 3U);
+    EXPECT_EQ(info["auxData"][1], (json{{"owner", "zone"},
+                                        {"number", 2},
+                                        {"name", "Part"},
+                                        {"value", "wall"},
+                                        {"type", 0},
+                                        {"kept", true}}));
+    ASSERT_EQ(info["texts"].size(), 2U);
+    EXPECT_FALSE(info["texts"][0].contains("color"));
+    EXPECT_EQ(info["texts"][1]["color"], 9);
+    EXPECT_EQ(info["texts"][1]["attached"], true);
+    EXPECT_EQ(info["texts"][1]["typeface"]["family"], "serif");
+    ASSERT_EQ(info["geometries"].size(), 6U);
+    EXPECT_EQ(info["geometries"][3]["shape"], "circle");
+    EXPECT_EQ(info["geometries"][3]["anchor"], (json{4.0, 5.0, 6.0}));
+    EXPECT_EQ(info["geometries"][5]["polylines"], json::parse("[[[1.0, 2.0, 3.0]]]"));
+    EXPECT_EQ(info["zones"][1]["faceNeighbors"], true);
+}
+
 TEST_F(VnxClient, ReadsTheSameValuesOnEveryRoad)
 {
     std::vector<std::string> const what{"values",

@@ -1,5 +1,7 @@
 #include "tools/vnxclient/Reports.h"
 
+#include "tools/vnxclient/AnnotationReport.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -94,6 +96,7 @@ json jsonOf(Engine& engine, Zone const& zone)
                   {"strand", zone.strand},
                   {"parentZone", zone.parentZone},
                   {"connectivityFromZone", zone.connectShareZone},
+                  {"faceNeighbors", zone.faceNeighbors.load},
                   {"variables", jsonOf(engine.dataSet(), zone)}};
     for (client::Section const& section : zone.sections)
         entry["sections"].push_back({{"cells", section.numCells},
@@ -123,6 +126,8 @@ std::string headingOf(Zone const& zone)
         text += ", parent zone " + std::to_string(zone.parentZone);
     if (zone.connectShareZone != 0)
         text += ", connectivity of zone " + std::to_string(zone.connectShareZone);
+    if (zone.faceNeighbors.load)
+        text += ", with face neighbours";
     text += "\n";
     for (client::Section const& section : zone.sections)
         text += "  section: " + std::to_string(section.numCells) + " cells, " +
@@ -185,11 +190,13 @@ json jsonOf(Engine& engine)
     for (Zone const& zone : dataSet.zones)
         if (zone.isAdded)
             zones.push_back(jsonOf(engine, zone));
-    return {{"title", dataSet.title},
-            {"solutionTimes", dataSet.solutionTimes()},
-            {"variables", variables},
-            {"zones", zones},
-            {"messages", dataSet.messages}};
+    json result = {{"title", dataSet.title},
+                   {"solutionTimes", dataSet.solutionTimes()},
+                   {"variables", variables},
+                   {"zones", zones},
+                   {"messages", dataSet.messages}};
+    addAnnotations(dataSet, result);
+    return result;
 }
 
 }
@@ -245,6 +252,7 @@ void reportInfo(Engine& engine, bool asJson, Output& output)
     output.write("\n");
     for (std::string const& message : dataSet.messages)
         output.write("Message:   " + shown(message) + "\n");
+    reportAnnotations(dataSet, output);
     for (Zone const& zone : dataSet.zones) {
         if (!zone.isAdded)
             continue;

@@ -97,7 +97,18 @@ char loadNodeMap(varnox::ElemToNodeMap*)
     return 1;
 }
 
-char loadFaceNeighbors(FaceNeighbor_s*)
+char loadFaceNeighbors(FaceNeighbor_s* handle)
+{
+    int const items[] = {3, 5};
+    long const zones[] = {1, 3};
+    require(VnxUtilDataFaceNbrAssignByRef(handle, 7, 2, 1, 2, items, zones) == 1,
+            "assigning face neighbours");
+    require(VnxUtilDataFaceNbrAssignByRef(handle, 8, 1, 0, 0, items, zones) == 1,
+            "assigning no face neighbours");
+    return 1;
+}
+
+char unloadFaceNeighbors(FaceNeighbor_s*)
 {
     return 1;
 }
@@ -179,6 +190,88 @@ void askQuestions()
     VnxUtilSetDealloc(&set);
 }
 
+/// An enumeration's value.
+template <typename Enumeration>
+Enumeration as(int value)
+{
+    return static_cast<Enumeration>(value);
+}
+
+void addText()
+{
+    VnxUtilTextCreate(as<CoordSys_e>(0), 0, 0, as<Units_e>(0), 1, "plain");
+    long const id = VnxUtilTextCreate(as<CoordSys_e>(1), 0.5, 0.25, as<Units_e>(2), 14, "inlet");
+    VnxUtilTextBoxSetColor(id, 1);
+    VnxUtilTextBoxSetFillColor(id, 2);
+    VnxUtilTextBoxSetLineThickness(id, 3.5);
+    VnxUtilTextBoxSetMargin(id, 4.5);
+    VnxUtilTextBoxSetType(id, as<TextBox_e>(5));
+    VnxUtilTextSetAnchor(id, as<TextAnchor_e>(6));
+    VnxUtilTextSetAngle(id, 7.5);
+    VnxUtilTextSetClipping(id, as<Clipping_e>(8));
+    VnxUtilTextSetColor(id, 9);
+    VnxUtilTextSetLineSpacing(id, 10.5);
+    VnxUtilTextSetScope(id, as<Scope_e>(11));
+    VnxUtilTextSetZoneOrMap(id, 2);
+    VnxUtilTextSetAttached(id, 1);
+    VnxUtilTextSetTypeface(id, "serif", 1, 0);
+    require(VnxUtilTextSetMacroFunctionCmd(id, "redraw") == 1, "a text's command");
+}
+
+void addGeometries()
+{
+    auto const grid = as<CoordSys_e>(1);
+    VnxUtilGeomRectangleCreate(grid, 1, 2, 3, 4);
+    VnxUtilGeomSquareCreate(grid, 1, 2, 3);
+    VnxUtilGeomEllipseCreate(grid, 1, 2, 3, 4);
+    long const circle = VnxUtilGeomCircleCreate(grid, 1, 2, 3);
+    VnxUtilGeomSetAnchorPos(circle, 4, 5, 6);
+    VnxUtilGeomSetPositionCoordSys(circle, as<CoordSys_e>(6));
+    VnxUtilGeomSetAttached(circle, 1);
+    VnxUtilGeomSetZoneOrMap(circle, 1);
+    VnxUtilGeomSetColor(circle, 2);
+    VnxUtilGeomSetFillColor(circle, 3);
+    VnxUtilGeomSetIsFilled(circle, 0);
+    VnxUtilGeomSetLinePattern(circle, as<LinePattern_e>(4));
+    VnxUtilGeomSetPatternLength(circle, 5.5);
+    VnxUtilGeomSetLineThickness(circle, 6.5);
+    VnxUtilGeomEllipseSetNumPoints(circle, 72);
+    VnxUtilGeomArrowheadSetStyle(circle, as<ArrowheadStyle_e>(7));
+    VnxUtilGeomArrowheadSetAttach(circle, as<ArrowheadAttachment_e>(8));
+    VnxUtilGeomArrowheadSetSize(circle, 9.5);
+    VnxUtilGeomArrowheadSetAngle(circle, 10.5);
+    VnxUtilGeomSetScope(circle, as<Scope_e>(11));
+    VnxUtilGeomSetClipping(circle, as<Clipping_e>(12));
+    require(VnxUtilGeomSetMacroFunctionCmd(circle, "pick") == 1, "a geometry's command");
+
+    long const sizes[] = {1, 2};
+    long const flat = VnxUtilGeom2DMPolyCreate(grid, 2, sizes);
+    VnxUtilGeom2DMPolySetPoint(flat, 1, 1, 0.5, 1.5);
+    VnxUtilGeom2DMPolySetPoint(flat, 2, 2, 2.5, 3.5);
+    VnxUtilGeom2DMPolySetPoint(flat, 2, 1, 4.5, 5.5);
+    long const inSpace = VnxUtilGeom3DMPolyCreate(1, sizes);
+    VnxUtilGeom3DMPolySetPoint(inSpace, 1, 1, 1, 2, 3);
+}
+
+void addLabelsAndAuxData()
+{
+    StringList_s* labels = VnxUtilStringListAlloc();
+    VnxUtilStringListAppendString(labels, "low");
+    VnxUtilStringListAppendString(labels, "high");
+    require(VnxUtilCustomLabelsAppend(labels) == 1, "labels");
+    VnxUtilStringListDealloc(&labels);
+
+    auto const set = [](AuxData_s* ref, char const* name, char const* value) {
+        require(VnxUtilAuxDataSetItem(ref, name, reinterpret_cast<long>(value),
+                                      as<AuxDataType_e>(0), 1) == 1,
+                "auxiliary data");
+    };
+    set(VnxUtilAuxDataDataSetGetRef(), "Solver", "old");
+    set(VnxUtilAuxDataZoneGetRef(2), "Part", "wall");
+    set(VnxUtilAuxDataVarGetRef(4), "Unit", "m/s");
+    set(VnxUtilAuxDataDataSetGetRef(), "Solver", "v 1");
+}
+
 void buildEverything()
 {
     VnxUtilDataLoadStart();
@@ -188,11 +281,14 @@ void buildEverything()
     addZone("second", SHARES);
     registerValues(2);
     VnxUtilDataNodeCustomLOD(1, loadNodeMap, nullptr, nullptr, 1);
-    VnxUtilDataFaceNbrCustomLOD(2, 1, loadFaceNeighbors, nullptr, nullptr, 1);
+    VnxUtilDataFaceNbrCustomLOD(2, 1, loadFaceNeighbors, unloadFaceNeighbors, nullptr, 1);
     addFaceNeighborZone();
     VnxUtilDataConnectShare(1, 2);
     VnxUtilDataValueShare(1, 3, 2);
     askQuestions();
+    addText();
+    addGeometries();
+    addLabelsAndAuxData();
     _ArgList_s* none = VnxUtilArgListAlloc();
     int const zones[] = {1, 2, 3};
     long ids[] = {0, 0, 0};
