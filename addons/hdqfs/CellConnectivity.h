@@ -6,7 +6,7 @@
 
 namespace varnox::hdqfsloader {
 
-/// The cells of a zone.
+/// The cells of a finite-element zone.
 class CellConnectivity final : public hdq::CellConnectivityQueryInterface
 {
 public:

@@ -6,7 +6,7 @@
 
 namespace varnox::hdqfsloader {
 
-/// The nodes of a zone and the cells that they belong to.
+/// The nodes of a finite-element zone and the cells that they belong to.
 class NodeConnectivity final : public hdq::NodeConnectivityQueryInterface
 {
 public:

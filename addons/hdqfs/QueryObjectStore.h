@@ -1,6 +1,7 @@
 #pragma once
 
 #include "addons/hdqfs/DataSet.h"
+#include "addons/hdqfs/RangeTrees.h"
 #include "addons/hdqfs/SubzoneReader.h"
 #include "addons/hdqfs/VarRanges.h"
 #include "addons/hdqfs/VariableIds.h"
@@ -69,6 +70,7 @@ public:
     DataSet& dataSet;
     VariableIds const ids;
     SubzoneReader reader;
+    RangeTrees trees;
 
 private:
     void keep(std::unique_ptr<hdq::CellConnectivityQueryInterface> object)

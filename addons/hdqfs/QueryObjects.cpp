@@ -3,6 +3,8 @@
 #include "addons/hdqfs/CellConnectivity.h"
 #include "addons/hdqfs/FileVariable.h"
 #include "addons/hdqfs/NodeConnectivity.h"
+#include "addons/hdqfs/OrderedCellConnectivity.h"
+#include "addons/hdqfs/OrderedNodeConnectivity.h"
 #include "addons/hdqfs/OrderedSubzones.h"
 #include "addons/hdqfs/PassiveVariable.h"
 #include "addons/hdqfs/ZoneIdentity.h"
@@ -35,19 +37,19 @@ void QueryObjects::registerAll(hdq::DataSetRegistrationInterface& registration)
     }
 }
 
-void QueryObjects::registerZone(hdq::DataSetRegistrationInterface& registration,
-                                std::uint32_t zone)
+void QueryObjects::registerZone(hdq::DataSetRegistrationInterface& registration, std::uint32_t zone)
 {
     DataSet& dataSet = m_store.dataSet;
     DataSet::ZoneInFile const grid = dataSet.grid(zone);
     auto const index = static_cast<int>(zone);
-    auto& cells = m_store.add<CellConnectivity>(grid);
-    auto& nodes = m_store.add<NodeConnectivity>(grid);
     if (dataSet.zone(zone).type == ZoneType_Ordered)
         registration.registerZoneConnectivityQueryServices(
-            &cells, &nodes, &m_store.add<OrderedSubzones>(grid), index);
+            &m_store.add<OrderedCellConnectivity>(grid),
+            &m_store.add<OrderedNodeConnectivity>(grid), &m_store.add<OrderedSubzones>(grid),
+            index);
     else
-        registration.registerZoneConnectivityQueryServices(&cells, &nodes, index);
+        registration.registerZoneConnectivityQueryServices(
+            &m_store.add<CellConnectivity>(grid), &m_store.add<NodeConnectivity>(grid), index);
 
     std::vector<ZoneVariable*> variables;
     for (std::uint32_t var = 0; var < dataSet.numVars(); ++var)

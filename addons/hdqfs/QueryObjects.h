@@ -8,8 +8,8 @@
 
 namespace varnox::hdqfsloader {
 
-/// The query objects of a data set's HDQ zones, which live as long as this. What they can't answer is
-/// a std::runtime_error.
+/// The query objects of a data set's HDQ zones, which live as long as this. What they can't answer
+/// is a std::runtime_error.
 class QueryObjects
 {
 public:

@@ -17,7 +17,9 @@ void VarValues::checkout(RawArray<SubzoneAddress>&)
     requireForm();
 }
 
-void VarValues::checkin(RawArray<SubzoneAddress>&) {}
+void VarValues::checkin(RawArray<SubzoneAddress>&)
+{
+}
 
 void VarValues::checkoutAll()
 {
@@ -35,10 +37,9 @@ void VarValues::fieldValues(RawArray<ItemAddress<long>> const& items, RawArray<d
     for (std::uint64_t i = 0; i < items.size; ++i) {
         std::size_t const offset = items.data[i].itemOffset();
         if (offset >= stored.size() || items.data[i].subzoneAddress() != subzone)
-            throw std::out_of_range(m_variable.description() + " has " +
-                                    std::to_string(stored.size()) +
-                                    " values in a subzone; number " + std::to_string(offset + 1) +
-                                    " was asked for.");
+            throw std::out_of_range(
+                m_variable.description() + " has " + std::to_string(stored.size()) +
+                " values in a subzone; number " + std::to_string(offset + 1) + " was asked for.");
         values.data[i] = stored[offset];
     }
 }

@@ -2,7 +2,10 @@
 
 #include "addons/hdqfs/NotServed.h"
 #include "addons/hdqfs/QueryObjectStore.h"
+#include "addons/hdqfs/SubzoneSearch.h"
 
+#include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace varnox::hdqfsloader {
@@ -40,16 +43,33 @@ bool ZoneIdentity::varExists(long varID)
     return find(varID) != nullptr;
 }
 
-void ZoneIdentity::findCellSubzones(RawArray<double> const&, RawArray<long> const&,
-                                    RawArray<SubzoneAddress>&)
+void ZoneIdentity::findCellSubzones(RawArray<double> const& values, RawArray<long> const& vars,
+                                    RawArray<SubzoneAddress>& result)
 {
-    throwNotServed("searches by value");
+    findSubzones(m_store.trees, m_grid, variablesOf(values, vars), values, Items::Cells, result);
 }
 
-void ZoneIdentity::findNodeSubzones(RawArray<double> const&, RawArray<long> const&,
-                                    RawArray<SubzoneAddress>&)
+void ZoneIdentity::findNodeSubzones(RawArray<double> const& values, RawArray<long> const& vars,
+                                    RawArray<SubzoneAddress>& result)
 {
-    throwNotServed("searches by value");
+    findSubzones(m_store.trees, m_grid, variablesOf(values, vars), values, Items::Nodes, result);
+}
+
+std::vector<ZoneVariable*> ZoneIdentity::variablesOf(RawArray<double> const& values,
+                                                     RawArray<long> const& vars) const
+{
+    if (values.size != vars.size)
+        throw std::invalid_argument("A search names " + std::to_string(vars.size) +
+                                    " variables and " + std::to_string(values.size) + " values.");
+    std::vector<ZoneVariable*> result;
+    for (std::uint64_t i = 0; i < vars.size; ++i) {
+        result.push_back(find(vars.data[i]));
+        if (result.back() == nullptr)
+            throw std::invalid_argument("A search names the variable with the unique id " +
+                                        std::to_string(vars.data[i]) +
+                                        ", which the zone doesn't have.");
+    }
+    return result;
 }
 
 }

@@ -17,8 +17,8 @@ class QueryObjectStore;
 class ZoneIdentity final : public hdq::ZoneVarIDQueryInterface
 {
 public:
-    /// The zone's variables in the order of the data set, null for one that it can't serve. Variables
-    /// and store must outlive the object; the store is to own it.
+    /// The zone's variables in the order of the data set, null for one that it can't serve.
+    /// Variables and store must outlive the object; the store is to own it.
     ZoneIdentity(QueryObjectStore& store, DataSet::ZoneInFile const& grid,
                  std::vector<ZoneVariable*> variables);
 
@@ -40,6 +40,10 @@ public:
     ZoneVariable* find(long varID) const;
 
 private:
+    /// The variables of a search. Throws std::invalid_argument if one is missing, or a value.
+    std::vector<ZoneVariable*> variablesOf(RawArray<double> const& values,
+                                           RawArray<long> const& vars) const;
+
     QueryObjectStore& m_store;
     DataSet::ZoneInFile m_grid;
     std::vector<ZoneVariable*> m_variables;

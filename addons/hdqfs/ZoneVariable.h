@@ -35,7 +35,8 @@ public:
     /// of the data set.
     virtual std::vector<double> const& values(SubzoneAddress const& subzone) = 0;
 
-    /// One for each partition.
+    /// One for each partition: of the values at its own items(). A cell at the border of a partition
+    /// may have nodes in the next one, so the ranges of the other kind of subzones can be wider.
     virtual std::vector<hdqio::MinMax> partitionRanges() = 0;
     /// One for each node subzone or cell subzone of a partition, section after section; of either
     /// kind, wherever the values stand. No value lies outside the range of its subzone.

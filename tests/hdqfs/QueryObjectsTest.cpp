@@ -2,96 +2,22 @@
 
 #include "addons/hdqfs/Loading.h"
 #include "tests/hdqfs/RecordingEngine.h"
+#include "tests/hdqfs/Registered.h"
 #include "tests/hdqfs/Samples.h"
-#include "varnox/hdq/CellConnectivityQueryInterface.h"
-#include "varnox/hdq/NodeConnectivityQueryInterface.h"
-#include "varnox/hdq/VarSubzoneQueryInterface.h"
-#include "varnox/hdq/VarValueQueryInterface.h"
-#include "varnox/hdq/ZoneVarIDQueryInterface.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <functional>
-#include <map>
 
 namespace varnox::hdqfsloader {
 namespace {
 
 using tests::RecordingEngine;
+using tests::Registered;
 using tests::sample;
 using tests::samples;
 using SubzoneAddress = ItemAddress<long>::SubzoneAddress;
-
-/// Keeps what is handed in.
-class Registration final : public hdq::DataSetRegistrationInterface
-{
-public:
-    struct Zone
-    {
-        hdq::CellConnectivityQueryInterface* cells = nullptr;
-        hdq::NodeConnectivityQueryInterface* nodes = nullptr;
-        hdq::OrderedSubzoneQueryInterface* ordered = nullptr;
-    };
-    struct Variable
-    {
-        hdq::VarValueQueryInterface* cellCentered = nullptr;
-        hdq::VarValueQueryInterface* nodal = nullptr;
-        hdq::VarSubzoneQueryInterface* subzones = nullptr;
-    };
-
-    void registerZoneConnectivityQueryServices(hdq::CellConnectivityQueryInterface* cell,
-                                               hdq::NodeConnectivityQueryInterface* node,
-                                               int zone) override
-    {
-        zones[zone] = {cell, node, nullptr};
-    }
-    void registerZoneConnectivityQueryServices(hdq::CellConnectivityQueryInterface* cell,
-                                               hdq::NodeConnectivityQueryInterface* node,
-                                               hdq::OrderedSubzoneQueryInterface* ordered,
-                                               int zone) override
-    {
-        zones[zone] = {cell, node, ordered};
-    }
-    void registerZoneVarIDQueryServices(hdq::ZoneVarIDQueryInterface* identity, int zone) override
-    {
-        identities[zone] = identity;
-    }
-    void registerVarQueryServices(hdq::VarValueQueryInterface* cellCentered,
-                                  hdq::VarValueQueryInterface* nodal,
-                                  hdq::VarSubzoneQueryInterface* subzones, int zone,
-                                  int var) override
-    {
-        EXPECT_EQ(zones.count(zone), 1U) << "connectivity comes first";
-        variables[{zone, var}] = {cellCentered, nodal, subzones};
-    }
-
-    std::map<int, Zone> zones;
-    std::map<int, hdq::ZoneVarIDQueryInterface*> identities;
-    std::map<std::pair<int, int>, Variable> variables;
-};
-
-struct Objects
-{
-    explicit Objects(std::vector<std::string> const& paths)
-        : dataSet(paths), queries(dataSet, idsFor(dataSet))
-    {
-        queries.registerAll(registration);
-    }
-
-    /// Variable 0 has the id 1000, and so on.
-    static std::vector<long> idsFor(DataSet const& dataSet)
-    {
-        std::vector<long> ids;
-        for (std::uint32_t var = 0; var < dataSet.numVars(); ++var)
-            ids.push_back(1000 + long{var});
-        return ids;
-    }
-
-    DataSet dataSet;
-    QueryObjects queries;
-    Registration registration;
-};
 
 std::vector<double> valuesOf(hdq::VarValueQueryInterface& object, SubzoneAddress const& subzone,
                              std::uint16_t size)
@@ -127,7 +53,7 @@ std::vector<double> wholeVariable(DataSet& dataSet, std::uint32_t zone, std::uin
 
 TEST(QueryObjects, SubzonesOfAFiniteElementZoneAreRunsOfItsValues)
 {
-    Objects objects(samples({"tjunction_grid", "tjunction_t05"}));
+    Registered objects(samples({"tjunction_grid", "tjunction_t05"}));
     auto const& zone = objects.registration.zones.at(0);
     EXPECT_EQ(zone.ordered, nullptr);
     EXPECT_EQ(zone.nodes->numSubzones(), (5616 + 255) / 256);
@@ -144,7 +70,7 @@ TEST(QueryObjects, SubzonesOfAFiniteElementZoneAreRunsOfItsValues)
 
 TEST(QueryObjects, SubzonesOfOrderedPartitionsHoldEveryNodeOnce)
 {
-    Objects objects({sample("tankbox_partitions")});
+    Registered objects({sample("tankbox_partitions")});
     auto const& zone = objects.registration.zones.at(0);
     EXPECT_NE(zone.ordered, nullptr);
     auto const& names = objects.dataSet.varNames();
@@ -179,7 +105,7 @@ TEST(QueryObjects, SubzonesOfOrderedPartitionsHoldEveryNodeOnce)
 
 TEST(QueryObjects, PartitionRangesJoinToTheZonesRange)
 {
-    Objects objects({sample("tankbox_partitions")});
+    Registered objects({sample("tankbox_partitions")});
     for (auto const& [key, variable] : objects.registration.variables) {
         auto const ranges =
             arrayOf([&](RawArray<double>& out) { variable.subzones->partitionMinMaxes(out); });
@@ -200,7 +126,7 @@ TEST(QueryObjects, PartitionRangesJoinToTheZonesRange)
 
 TEST(QueryObjects, RangesOfAWholeZoneAreOnePair)
 {
-    Objects objects({sample("tjunction_grid")});
+    Registered objects({sample("tjunction_grid")});
     auto const& variable = objects.registration.variables.at({0, 0});
     auto const ranges =
         arrayOf([&](RawArray<double>& out) { variable.subzones->partitionMinMaxes(out); });
@@ -212,7 +138,7 @@ TEST(QueryObjects, RangesOfAWholeZoneAreOnePair)
 
 TEST(QueryObjects, SharedVariablesHaveNoObjectsOfTheirOwn)
 {
-    Objects objects(samples({"tjunction_grid", "tjunction_t00", "tjunction_t05"}));
+    Registered objects(samples({"tjunction_grid", "tjunction_t00", "tjunction_t05"}));
     EXPECT_EQ(objects.registration.zones.size(), 2U);
     EXPECT_EQ(objects.registration.variables.count({0, 0}), 1U);
     EXPECT_EQ(objects.registration.variables.count({1, 0}), 0U);
@@ -221,7 +147,7 @@ TEST(QueryObjects, SharedVariablesHaveNoObjectsOfTheirOwn)
 
 TEST(QueryObjects, VariablesExistByTheirUniqueIds)
 {
-    Objects objects(samples({"tjunction_grid", "tjunction_t00", "tjunction_t05"}));
+    Registered objects(samples({"tjunction_grid", "tjunction_t00", "tjunction_t05"}));
     for (int zone = 0; zone < 2; ++zone) {
         auto* const identity = objects.registration.identities.at(zone);
         for (auto* const object : {identity, identity->duplicate(),
@@ -237,7 +163,7 @@ TEST(QueryObjects, VariablesExistByTheirUniqueIds)
 
 TEST(QueryObjects, FormThatTheFileLacksSaysSo)
 {
-    Objects objects(samples({"tjunction_grid", "tjunction_t00"}));
+    Registered objects(samples({"tjunction_grid", "tjunction_t00"}));
     auto const& nodal = objects.registration.variables.at({0, 6});
     EXPECT_THROW(valuesOf(*nodal.cellCentered, SubzoneAddress(0, 0, 0), 1), std::runtime_error);
     RawArray<SubzoneAddress> none{nullptr, nullptr, 0, 0};
@@ -247,7 +173,7 @@ TEST(QueryObjects, FormThatTheFileLacksSaysSo)
 
 TEST(QueryObjects, AddressesOutsideTheZoneAreErrors)
 {
-    Objects objects({sample("tjunction_grid")});
+    Registered objects({sample("tjunction_grid")});
     auto const& zone = objects.registration.zones.at(0);
     auto const& variable = objects.registration.variables.at({0, 0});
     for (SubzoneAddress const subzone :
@@ -261,7 +187,7 @@ TEST(QueryObjects, AddressesOutsideTheZoneAreErrors)
 
 TEST(QueryObjects, ConnectivityIsRefusedInWords)
 {
-    Objects objects({sample("tjunction_grid")});
+    Registered objects({sample("tjunction_grid")});
     try {
         objects.registration.zones.at(0).cells->nodeCount(
             ItemAddress<long>(SubzoneAddress(0, 0, 0), 0));

@@ -1,0 +1,128 @@
+#include "addons/hdqfs/RangeTrees.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <new>
+#include <numeric>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+namespace varnox::hdqfsloader {
+
+using hdqio::MinMax;
+using hdqio::MinMaxTree;
+
+namespace {
+
+constexpr double INF = std::numeric_limits<double>::infinity();
+
+MinMax withoutNotANumber(MinMax const& range)
+{
+    return {std::isnan(range.min) ? -INF : range.min, std::isnan(range.max) ? INF : range.max};
+}
+
+RangeTrees::Tree treeOf(MinMax const* ranges, std::uint64_t count)
+{
+    if (count == 0)
+        return nullptr;
+    auto result = std::make_shared<MinMaxTree>();
+    auto const n = static_cast<std::uint32_t>(count);
+    if (count > MinMaxTree::MAX_ENTRIES || !result->alloc(n))
+        throw std::bad_alloc();
+    for (std::uint32_t e = 0; e < n; ++e)
+        result->levels[0][e] = withoutNotANumber(ranges[e]);
+    result->populateTree(n);
+    return result;
+}
+
+MinMax joined(std::vector<MinMax> const& ranges)
+{
+    MinMax result{INF, -INF};
+    for (MinMax const& each : ranges) {
+        MinMax const range = withoutNotANumber(each);
+        result.min = std::min(result.min, range.min);
+        result.max = std::max(result.max, range.max);
+    }
+    return result;
+}
+
+std::size_t byteCountOf(std::vector<RangeTrees::Tree> const& trees)
+{
+    std::size_t result = 0;
+    for (RangeTrees::Tree const& tree : trees)
+        for (std::uint32_t level = 0; tree != nullptr && level < MinMaxTree::NUM_LEVELS; ++level)
+            result += tree->levels[level].size() * sizeof(MinMax);
+    return result;
+}
+
+}
+
+RangeTrees::Tree RangeTrees::partitions(ZoneVariable& variable, Items items)
+{
+    auto const key = std::make_pair(&variable, items);
+    auto const found = m_partitions.find(key);
+    if (found != m_partitions.end())
+        return found->second;
+    std::vector<MinMax> ranges = variable.partitionRanges();
+    if (items != variable.items())
+        for (std::size_t partition = 0; partition < ranges.size(); ++partition)
+            ranges[partition] =
+                joined(variable.subzoneRanges(static_cast<std::uint32_t>(partition), items));
+    return m_partitions.emplace(key, treeOf(ranges.data(), ranges.size())).first->second;
+}
+
+std::vector<RangeTrees::Tree> RangeTrees::subzones(ZoneVariable& variable, std::uint32_t partition,
+                                                   Items items,
+                                                   std::vector<std::uint64_t> const& counts)
+{
+    Key const key(&variable, items, partition);
+    if (Entry const* const entry = find(key))
+        if (entry->counts == counts)
+            return entry->trees;
+    std::vector<MinMax> const ranges = variable.subzoneRanges(partition, items);
+    if (ranges.size() != std::accumulate(counts.begin(), counts.end(), std::uint64_t{0}))
+        throw std::runtime_error(variable.description() + " has ranges of " +
+                                 std::to_string(ranges.size()) +
+                                 " subzones in a partition, which has another number of them.");
+    std::vector<Tree> trees;
+    MinMax const* next = ranges.data();
+    for (std::uint64_t const count : counts) {
+        trees.push_back(treeOf(next, count));
+        next += count;
+    }
+    return keep({key, counts, std::move(trees), 0});
+}
+
+RangeTrees::Entry const* RangeTrees::find(Key const& key)
+{
+    auto const found = m_byKey.find(key);
+    if (found == m_byKey.end())
+        return nullptr;
+    m_entries.splice(m_entries.begin(), m_entries, found->second);
+    return &*found->second;
+}
+
+std::vector<RangeTrees::Tree> RangeTrees::keep(Entry entry)
+{
+    auto const old = m_byKey.find(entry.key);
+    if (old != m_byKey.end()) {
+        m_byteCount -= old->second->byteCount;
+        m_entries.erase(old->second);
+        m_byKey.erase(old);
+    }
+    entry.byteCount = byteCountOf(entry.trees);
+    m_byteCount += entry.byteCount;
+    std::vector<Tree> result = entry.trees;
+    m_entries.push_front(std::move(entry));
+    m_byKey[m_entries.front().key] = m_entries.begin();
+    while (m_byteCount > m_maxBytes) {
+        m_byteCount -= m_entries.back().byteCount;
+        m_byKey.erase(m_entries.back().key);
+        m_entries.pop_back();
+    }
+    return result;
+}
+
+}

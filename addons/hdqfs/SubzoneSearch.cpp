@@ -1,0 +1,82 @@
+#include "addons/hdqfs/SubzoneSearch.h"
+
+#include "filedata/ZoneMetadata.h"
+
+#include <cstdint>
+#include <stdexcept>
+
+namespace varnox::hdqfsloader {
+
+using hdqio::MinMaxTree;
+
+namespace {
+
+using SubzoneAddress = ItemAddress<long>::SubzoneAddress;
+
+/// Appends what the trees, one of each variable over the same entries, find.
+void findEntries(std::vector<MinMaxTree const*>& trees, RawArray<double> const& values,
+                 std::uint64_t numEntries, std::uint32_t partition, std::uint32_t section,
+                 RawArray<SubzoneAddress>& result)
+{
+    constexpr std::uint32_t TOP = MinMaxTree::NUM_LEVELS - 1;
+    if (numEntries == 0)
+        return;
+    auto const n = static_cast<std::uint32_t>(numEntries);
+    RawArray<MinMaxTree const*> const all{nullptr, trees.data(), trees.size(), trees.size()};
+    MinMaxTree::recursivelyFindEntriesContainingNVarValues(
+        all, values, TOP, 0, static_cast<std::uint32_t>(MinMaxTree::numEntries(n, TOP)), n,
+        partition, section, result);
+}
+
+std::vector<std::uint32_t> findPartitions(RangeTrees& cache, std::uint32_t numPartitions,
+                                          std::vector<ZoneVariable*> const& variables,
+                                          RawArray<double> const& values, Items items)
+{
+    // The range of a zone in one piece tells no more than the top of its subzones' tree.
+    if (numPartitions < 2)
+        return {0};
+    std::vector<RangeTrees::Tree> owners;
+    std::vector<MinMaxTree const*> trees;
+    for (ZoneVariable* const variable : variables) {
+        owners.push_back(cache.partitions(*variable, items));
+        trees.push_back(owners.back().get());
+        if (trees.back() == nullptr || trees.back()->levels[0].size() != numPartitions)
+            throw std::runtime_error(variable->description() +
+                                     " has no range for each partition of the zone.");
+    }
+    SubzoneAddress* owner = nullptr;
+    RawArray<SubzoneAddress> found{&owner, nullptr, 0, 0};
+    std::vector<std::uint32_t> result;
+    findEntries(trees, values, numPartitions, 0, 0, found);
+    for (std::uint64_t i = 0; i < found.size; ++i)
+        result.push_back(found.data[i].subzoneOffset());
+    delete[] owner;
+    return result;
+}
+
+}
+
+void findSubzones(RangeTrees& cache, DataSet::ZoneInFile const& grid,
+                  std::vector<ZoneVariable*> const& variables, RawArray<double> const& values,
+                  Items items, RawArray<SubzoneAddress>& result)
+{
+    std::uint32_t const numPartitions = grid.file->zone(grid.zone).numPartitions;
+    for (std::uint32_t const partition :
+         findPartitions(cache, numPartitions, variables, values, items)) {
+        SubzoneLayout const& layout = grid.file->layout(grid.zone, partition, items);
+        std::vector<std::uint64_t> counts;
+        for (std::uint32_t section = 0; section < layout.numSections(); ++section)
+            counts.push_back(layout.numSubzones(section));
+        std::vector<std::vector<RangeTrees::Tree>> owners;
+        for (ZoneVariable* const variable : variables)
+            owners.push_back(cache.subzones(*variable, partition, items, counts));
+        for (std::uint32_t section = 0; section < layout.numSections(); ++section) {
+            std::vector<MinMaxTree const*> trees;
+            for (auto const& ofVariable : owners)
+                trees.push_back(ofVariable[section].get());
+            findEntries(trees, values, counts[section], partition, section, result);
+        }
+    }
+}
+
+}
