@@ -9,7 +9,7 @@
 #include <vector>
 
 /// What a data set holds beside its zones and variables: groups of auxiliary data, geometries,
-/// texts and custom labels. Nothing in this library asks for them; they are here for whoever loads
+/// texts and custom labels. The library itself doesn't ask for them; they are here for whoever loads
 /// a whole file. A file without a group's tag is read from its start on, so callers look first.
 namespace varnox::hdqio {
 

@@ -1,7 +1,10 @@
 #include "addons/hdqfs/Announcement.h"
 
+#include "addons/hdqfs/AnnotationReader.h"
+
 #include "varnox/hostapi/VnxUtil.h"
 
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -124,6 +127,28 @@ void announceContents(DataSet const& dataSet, std::uint32_t zone, LoadFunctions 
                                  nullptr, functions.clientData + zone);
 }
 
+/// Which zones have face neighbours; those that share their connectivity share them, too.
+class FaceNeighborZones
+{
+public:
+    explicit FaceNeighborZones(DataSet const& dataSet) : m_dataSet(dataSet) {}
+
+    bool has(std::uint32_t zone)
+    {
+        DataSet::ZoneInFile const grid = m_dataSet.grid(zone);
+        auto const known = m_zones.find(grid.file);
+        std::vector<bool> const& zones =
+            known != m_zones.end()
+                ? known->second
+                : m_zones.emplace(grid.file, zonesWithFaceNeighbors(*grid.file)).first->second;
+        return zones[grid.zone] && m_dataSet.zone(zone).connectivityFrom == -1;
+    }
+
+private:
+    DataSet const& m_dataSet;
+    std::map<DataFile const*, std::vector<bool>> m_zones;
+};
+
 bool createDataSet(DataSet const& dataSet)
 {
     std::unique_ptr<StringList_s, Dealloc> const names(VnxUtilStringListAlloc());
@@ -147,9 +172,14 @@ bool announce(DataSet const& dataSet, LoadFunctions const& functions,
     if (dataSet.hasHdqZone())
         for (std::uint32_t var = 0; var < dataSet.numVars(); ++var)
             variableIds.push_back(VnxUtilVarGetUniqueID(static_cast<int>(var) + 1));
+    FaceNeighborZones faceNeighbors(dataSet);
     for (std::uint32_t zone = 0; zone < dataSet.numZones(); ++zone) {
         addZone(dataSet, zone);
         announceContents(dataSet, zone, functions);
+        if (faceNeighbors.has(zone))
+            VnxUtilDataFaceNbrCustomLOD(static_cast<int>(zone) + 1, 0, functions.loadFaceNeighbors,
+                                        functions.unloadFaceNeighbors, nullptr,
+                                        functions.clientData + zone);
     }
     return true;
 }

@@ -15,6 +15,8 @@ struct LoadFunctions
     char (*unloadValues)(FieldData_s*);
     char (*loadNodeMap)(ElemToNodeMap*);
     char (*unloadNodeMap)(ElemToNodeMap*);
+    char (*loadFaceNeighbors)(FaceNeighbor_s*);
+    char (*unloadFaceNeighbors)(FaceNeighbor_s*);
     long clientData; ///< Added to each index.
 };
 

@@ -135,14 +135,13 @@ void DataFile::readHeaders()
     require("Cannot read the headers of " + m_path, [&] {
         std::uint64_t byteOrderIndicator = 0;
         std::uint64_t fileLoc = 0;
-        TagMap tags;
         int numVars = 0;
         int numZones = 0;
         if (!hdqio::readDataFileHeader(reader, m_description, byteOrderIndicator, fileLoc) ||
             !reader.seekToFileLoc(fileLoc) ||
-            !hdqio::readDataSetHeaderTags(reader, m_description, tags) ||
-            !hdqio::applyDataSetHeaderScalarTagValues(tags, numVars, numZones) ||
-            !hdqio::readDataSetHeader(reader, m_description, tags, m_title, m_headers,
+            !hdqio::readDataSetHeaderTags(reader, m_description, m_tags) ||
+            !hdqio::applyDataSetHeaderScalarTagValues(m_tags, numVars, numZones) ||
+            !hdqio::readDataSetHeader(reader, m_description, m_tags, m_title, m_headers,
                                       m_zoneHeaderFileLocs))
             return false;
         m_numVars = static_cast<std::uint32_t>(numVars);

@@ -4,6 +4,7 @@
 #include "addons/hdqfs/ValueReader.h"
 
 #include "filedata/FileDescription.h"
+#include "filedata/TagList.h"
 #include "filedata/ZoneMetadata.h"
 #include "filedata/ZoneVarMetadata.h"
 
@@ -35,6 +36,10 @@ public:
     hdqio::ZoneVarMetadata const& headers() const { return m_headers; }
     std::uint32_t numZones() const { return m_numZones; }
     std::uint32_t numVars() const { return m_numVars; }
+    hdqio::FileDescription const& description() const { return m_description; }
+    /// Of the data set header.
+    hdqio::TagMap const& tags() const { return m_tags; }
+    std::uint64_t zoneHeaderFileLoc(std::uint32_t zone) const { return m_zoneHeaderFileLocs[zone]; }
 
     bool isNodal(std::uint32_t zone, std::uint32_t var) const;
     bool isPassive(std::uint32_t zone, std::uint32_t var) const;
@@ -74,6 +79,7 @@ private:
     hdqio::FileDescription m_description;
     std::uint32_t m_numZones = 0;
     std::uint32_t m_numVars = 0;
+    hdqio::TagMap m_tags;
     hdqio::ZoneVarMetadata m_headers;
     hdqio::LightweightVector<std::uint64_t> m_zoneHeaderFileLocs;
     std::unordered_map<std::uint32_t, hdqio::ZoneMetadata> m_zones;

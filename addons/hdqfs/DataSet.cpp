@@ -113,6 +113,20 @@ bool DataSet::hasHdqZone() const
     return false;
 }
 
+std::vector<DataSet::PlacedFile> DataSet::files() const
+{
+    std::vector<PlacedFile> result;
+    for (auto const& set : m_sets) {
+        DataFile const& grid = set->grid();
+        result.push_back({&grid, set->firstZone, set->numCopies(), 0});
+        for (std::size_t f = 1; f < set->files.size(); ++f)
+            result.push_back({set->files[f].get(),
+                              set->firstZone + static_cast<std::uint32_t>(f - 1) * grid.numZones(),
+                              1, grid.numVars()});
+    }
+    return result;
+}
+
 DataSet::Zone DataSet::zone(std::uint32_t zone) const
 {
     Place const& place = m_zones.at(zone);

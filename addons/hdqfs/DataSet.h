@@ -58,6 +58,19 @@ public:
         std::uint32_t var;
     };
 
+    /// Where the zones and variables of a file stand in the data set. Those of a grid file stand
+    /// there once for each of its solution files, one copy behind the other.
+    struct PlacedFile
+    {
+        DataFile const* file;
+        std::uint32_t firstZone;
+        std::uint32_t numCopies;
+        std::uint32_t firstVar;
+    };
+
+    /// All files, in the order in which they were named.
+    std::vector<PlacedFile> files() const;
+
     std::string const& title() const { return m_title; }
     std::vector<std::string> const& varNames() const { return m_varNames; }
     std::uint32_t numZones() const { return static_cast<std::uint32_t>(m_zones.size()); }

@@ -1,6 +1,7 @@
 // The loader for HDQFS files: the add-on's entry point and the functions that its host calls.
 
 #include "addons/hdqfs/Announcement.h"
+#include "addons/hdqfs/Annotations.h"
 #include "addons/hdqfs/DataSet.h"
 #include "addons/hdqfs/Loading.h"
 #include "addons/hdqfs/QueryObjects.h"
@@ -75,6 +76,14 @@ char loadNodeMap(ElemToNodeMap* handle)
     });
 }
 
+char loadFaceNeighbors(FaceNeighbor_s* handle)
+{
+    return answer([&] {
+        std::uint64_t const zone = indexOf(VnxUtilDataFaceNbrGetClientData(handle));
+        sendFaceNeighbors(loaded->dataSet, static_cast<std::uint32_t>(zone), handle);
+    });
+}
+
 // Nothing is held here for what was loaded.
 char unloadValues(FieldData_s*)
 {
@@ -82,6 +91,11 @@ char unloadValues(FieldData_s*)
 }
 
 char unloadNodeMap(ElemToNodeMap*)
+{
+    return 1;
+}
+
+char unloadFaceNeighbors(FaceNeighbor_s*)
 {
     return 1;
 }
@@ -114,16 +128,18 @@ char load(StringList_s* instructions, unsigned long)
     std::vector<long> variableIds;
     bool const wasAccepted =
         announce(loaded->dataSet,
-                 {loadValues, unloadValues, loadNodeMap, unloadNodeMap,
-                  loadNumber << LOAD_NUMBER_SHIFT},
+                 {loadValues, unloadValues, loadNodeMap, unloadNodeMap, loadFaceNeighbors,
+                  unloadFaceNeighbors, loadNumber << LOAD_NUMBER_SHIFT},
                  variableIds);
+    std::string const notShown = wasAccepted ? sendAnnotations(loaded->dataSet) : "";
     if (wasAccepted && loaded->dataSet.hasHdqZone()) {
         loaded->queries.emplace(loaded->dataSet, variableIds);
         loaded->queries->registerAll(*VnxUtilDataSetGetHDQRegistration());
     }
     std::string const unsupported = wasAccepted ? unsupportedZones(loaded->dataSet) : "";
-    if (!unsupported.empty())
-        VnxUtilDialogErrMsg(unsupported.c_str());
+    for (std::string const& text : {notShown, unsupported})
+        if (!text.empty())
+            VnxUtilDialogErrMsg(text.c_str());
     std::unique_ptr<_ArgList_s, void (*)(_ArgList_s*)> const none(
         VnxUtilArgListAlloc(), [](_ArgList_s* list) { VnxUtilArgListDealloc(&list); });
     char const wasFinished = VnxUtilDataLoadFinishX(none.get(), nullptr);

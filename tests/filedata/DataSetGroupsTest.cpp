@@ -2,7 +2,7 @@
 
 #include "filedata/DataFileHeader.h"
 #include "filedata/DataSetHeader.h"
-#include "tests/filedata/FileBuilder.h"
+#include "tests/filedata/GroupBuilder.h"
 #include "tests/filedata/OpenFile.h"
 #include "tests/support/RecordingSocket.h"
 
@@ -14,91 +14,8 @@
 namespace varnox::hdqio {
 namespace {
 
-using tests::FileBuilder;
-using tests::OpenFile;
+using namespace tests;
 using varnox::tests::hex;
-
-void addString(FileBuilder& file, std::string const& word, std::string const& text)
-{
-    file.value<std::uint32_t>((word + "Length").c_str(), static_cast<std::uint32_t>(text.size()));
-    if (!text.empty())
-        file.string(word.c_str(), text);
-}
-
-void addAuxData(FileBuilder& file, std::uint8_t location, std::uint32_t entity,
-                std::string const& name, std::string const& value)
-{
-    file.value<std::uint8_t>("auxDataLocation", location);
-    file.value<std::uint32_t>("auxDataEntity", entity);
-    file.value<std::uint32_t>("auxDataNameLength", static_cast<std::uint32_t>(name.size()));
-    file.string("auxDataName", name);
-    file.value<std::uint8_t>("auxDataType", 1);
-    addString(file, "auxDataValue", value);
-}
-
-void addText(FileBuilder& file, std::string const& text, std::string const& command)
-{
-    file.value<double>("xOrThetaPos", 1);
-    file.value<double>("yOrRPos", 2);
-    file.value<double>("zPos", 3);
-    file.value<std::uint16_t>("textColor", 4);
-    file.value<std::uint16_t>("textBoxColor", 5);
-    file.value<std::uint16_t>("textBoxFillColor", 6);
-    file.value<double>("textBoxLineThickness", 7);
-    file.value<double>("textBoxMargin", 8);
-    file.value<std::uint8_t>("textBoxType", 9);
-    file.value<std::uint8_t>("textAnchor", 10);
-    file.value<double>("textAngle", 11);
-    file.value<std::uint8_t>("textClipping", 12);
-    file.value<double>("textHeight", 13);
-    file.value<double>("textLineSpacing", 14);
-    file.value<std::uint8_t>("textPositionCoordSys", 15);
-    file.value<std::uint8_t>("textScope", 16);
-    file.value<std::uint8_t>("textSizeUnits", 17);
-    addString(file, "textString", text);
-    addString(file, "textTypefaceFamily", "serif");
-    file.value<std::uint8_t>("textTypefaceIsBold", 18);
-    file.value<std::uint8_t>("textTypefaceIsItalic", 19);
-    file.value<std::int32_t>("textZoneOrMap", -20);
-    file.value<std::uint8_t>("textIsAttached", 21);
-    addString(file, "textMacroFunctionCmd", command);
-}
-
-void addGeom(FileBuilder& file, std::uint8_t type, std::uint8_t posCoordMode,
-             std::string const& command)
-{
-    file.value<double>("xOrThetaPos", 1);
-    file.value<double>("yOrRPos", 2);
-    file.value<double>("zPos", 3);
-    file.value<std::uint8_t>("posCoordMode", posCoordMode);
-    file.value<std::uint8_t>("isAttached", 4);
-    file.value<std::int32_t>("zone", -5);
-    file.value<std::uint16_t>("color", 6);
-    file.value<std::uint16_t>("fillColor", 7);
-    file.value<std::uint8_t>("isFilled", 8);
-    file.value<std::uint8_t>("geomType", type);
-    file.value<std::uint8_t>("linePattern", 9);
-    file.value<double>("patternLength", 10);
-    file.value<double>("lineThickness", 11);
-    file.value<std::uint16_t>("numEllipsePts", 12);
-    file.value<std::uint8_t>("arrowheadStyle", 13);
-    file.value<std::uint8_t>("arrowheadAttachment", 14);
-    file.value<double>("arrowheadSize", 15);
-    file.value<double>("arrowheadAngle", 16);
-    file.value<std::uint8_t>("scope", 17);
-    file.value<std::uint8_t>("clipping", 18);
-    addString(file, "macroFunctionCommand", command);
-}
-
-void addSegment(FileBuilder& file, std::vector<double> const& x, std::vector<double> const& y,
-                std::vector<double> const& z)
-{
-    file.value<std::uint32_t>("numPointsInSegment", static_cast<std::uint32_t>(x.size()));
-    file.array<double>("xValuesForSegment", x);
-    file.array<double>("yValuesForSegment", y);
-    if (!z.empty())
-        file.array<double>("zValuesForSegment", z);
-}
 
 /// A group of a file: its bytes, the form and the tag map that leads to it.
 struct GroupFile
@@ -108,26 +25,11 @@ struct GroupFile
     TagMap tags;
 };
 
-struct GroupInfo
-{
-    std::uint16_t tag;
-    char const* marker;
-    std::uint32_t markerValue;
-    char const* countWord;
-};
-
-constexpr GroupInfo AUX{7, "auxData*", 0x11121314, "numAuxData"};
-constexpr GroupInfo GEOMETRY{8, "geometry*", 0x12131415, "numGeometries"};
-constexpr GroupInfo LABELS{9, "customLabels*", 0x14151617, "numCustomLabelSets"};
-constexpr GroupInfo TEXT{10, "text*", 0x13141516, "numTexts"};
-
 GroupFile groupFile(bool isAscii, GroupInfo const& group, std::uint32_t count,
                     std::function<void(FileBuilder&)> const& addEntries)
 {
     FileBuilder file(isAscii ? "105TF" : "105BF");
-    std::uint64_t const start = file.marker(group.marker, group.markerValue);
-    file.value<std::uint32_t>(group.countWord, count);
-    addEntries(file);
+    std::uint64_t const start = addGroup(file, group, count, addEntries);
     return {file.file(0), isAscii, {{group.tag, start}}};
 }
 
