@@ -1,16 +1,34 @@
 #include "query/ZoneVarIDQueryServer.h"
 
 #include "command/LoaderCommands.h"
+#include "expressions/ExpressionSerializer.h"
 #include "query/Arrays.h"
 #include "query/MethodTable.h"
+#include "varnox/hdq/VarValueQueryInterface.h"
 #include "varnox/hdq/ZoneVarIDQueryInterface.h"
 #include "varnox/hdqremote/DataSetRegistrationServer.h"
+#include "varnox/socketutil/WriteCache.h"
 
 #include <functional>
+#include <string>
 
 namespace varnox::hdqremote {
 
 using socketutil::SocketInterface;
+using socketutil::WriteCache;
+
+namespace {
+
+void addMinMax(WriteCache& cache, hdq::VarValueQueryInterface& values)
+{
+    double min = 0;
+    double max = 0;
+    values.minMax(min, max);
+    cache.addDouble(min);
+    cache.addDouble(max);
+}
+
+}
 
 class ZoneVarIDQueryServer::Impl
 {
@@ -19,6 +37,7 @@ public:
          DataSetRegistrationServer& server)
         : queryInterface(iface), zone(zoneIndex), socket(connection),
           registrationServer(server), methods{{DUPLICATE_ZONE, &Impl::duplicate},
+                                              {CREATE_CALC_VAR, &Impl::createCalcVar},
                                               {VAR_EXISTS, &Impl::varExists},
                                               {FIND_CELL_SUBZONES, &Impl::findCellSubzones},
                                               {FIND_NODE_SUBZONES, &Impl::findNodeSubzones},
@@ -33,6 +52,41 @@ public:
     {
         hdq::ZoneVarIDQueryInterface* const copy = queryInterface.duplicate();
         socket.sendInt(registrationServer.createDuplicateZoneVarIDQueryService(zone, copy));
+    }
+
+    // Request of "createCalcVar":
+    //   uint64      varID          of the new variable
+    //   int32       calcVarArg     the add-on's
+    //   int32       fieldDataType
+    //   expression
+    // Answer:
+    //   int         variable number, from 0
+    //   2 double    nodal minimum and maximum
+    //   2 double    cell-centred minimum and maximum
+    void createCalcVar()
+    {
+        auto const varID = static_cast<long>(socket.receiveUInt64());
+        std::int32_t const calcVarArg = socket.receiveInt32();
+        std::int32_t const fieldDataType = socket.receiveInt32();
+        auto const received = hdqlib::ExpressionSerializer::deserialize(socket);
+
+        hdq::VarValueQueryInterface* cellCentered = nullptr;
+        hdq::VarValueQueryInterface* nodal = nullptr;
+        hdq::VarSubzoneQueryInterface* subzones = nullptr;
+        queryInterface.createCalcVar(varID, calcVarArg, fieldDataType, received.expression(),
+                                     cellCentered, nodal, subzones);
+        if (cellCentered == nullptr || nodal == nullptr || subzones == nullptr)
+            throw DataSetRegistrationServer::Error(
+                "The add-on made no query objects for a calculated variable of zone " +
+                std::to_string(zone) + ".");
+        int const var = registrationServer.registerCalcVarQueryServices(
+            cellCentered, nodal, subzones, static_cast<FieldDataType_e>(fieldDataType), zone);
+
+        WriteCache cache;
+        cache.addInt(var);
+        addMinMax(cache, *nodal);
+        addMinMax(cache, *cellCentered);
+        socket.sendCache(cache);
     }
 
     void varExists()

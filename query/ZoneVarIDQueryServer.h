@@ -14,8 +14,8 @@ namespace varnox::hdqremote {
 
 class DataSetRegistrationServer;
 
-/// Serves one zone as a whole: which variables it has, which subzones may hold given values, and
-/// its duplicate. Owns neither the interface nor the registration server; the zone counts from 0.
+/// Serves one zone as a whole: which variables it has, which subzones may hold given values, its
+/// duplicate, and new variables made of expressions. Owns neither the interface nor the registration server; the zone counts from 0.
 class ZoneVarIDQueryServer
 {
 public:

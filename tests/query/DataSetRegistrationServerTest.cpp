@@ -12,6 +12,7 @@
 #include "tests/hdqfs/TemporaryFile.h"
 #include "tests/query/MethodCase.h"
 #include "tests/support/Messages.h"
+#include "varnox/eqn/ExprInterface.h"
 
 namespace varnox::hdqremote {
 namespace {
@@ -440,6 +441,103 @@ TEST_F(DataSetRegistration, CalculatedVariableGivesAllZonesASlot)
                                                       &addon.subzones, FieldDataType_Double, 2);
               }),
               "Zone 2 does not exist.");
+}
+
+struct CalculatedVariableSession : RegistrationSession
+{
+    CalculatedVariableSession()
+    {
+        server.setFilePaths({FULL});
+        server.registerZoneConnectivityQueryServices(&addon.cells, &addon.nodes, 0);
+        server.registerZoneVarIDQueryServices(&addon.zoneVarID, 0);
+        deliver();
+        socket.takeSent();
+        addon.zoneVarID.calculatedCellCentered = &addon.cellCentered;
+        addon.zoneVarID.calculatedNodal = &addon.nodal;
+        addon.zoneVarID.calculatedRanges = &addon.subzones;
+    }
+
+    /// The client's creation of a variable; gives what was answered.
+    std::string create(std::string const& expression)
+    {
+        socket.appendScript(text("createCalcVar") + u64(~6ULL) + i32(-5) +
+                            i32(FieldDataType_Int32) + expression);
+        server.zoneVarIDQueryServer(0)->handleMethod();
+        return socket.takeSent();
+    }
+
+    std::string failure(std::function<void()> const& action)
+    {
+        return messageOf<DataSetRegistrationServer::Error>(action);
+    }
+
+    // id 9: variable 5, its sine
+    std::string const sine = u64(9) + u8(10) + u64(5) + u8(4) + u8(2) + u8(255);
+};
+
+class CalculatedVariable : public testing::Test, protected CalculatedVariableSession
+{
+};
+
+TEST_F(CalculatedVariable, IsMadeByTheAddonAndAnsweredWithItsNumberAndRanges)
+{
+    EXPECT_EQ(create(sine), i32(9) + f64(1) + f64(2) + f64(3) + f64(4));
+    EXPECT_EQ(addon.zoneVarID.calls, std::vector<std::string>{"createCalcVar -7 -5 3"});
+    EXPECT_TRUE(socket.allWasRead());
+    ASSERT_NE(addon.zoneVarID.expression, nullptr);
+    EXPECT_EQ(addon.zoneVarID.expression->exprUniqueID(), 9U);
+    EXPECT_EQ(addon.zoneVarID.expression.use_count(), 1); // the add-on alone keeps it
+    EXPECT_EQ(create(sine), i32(10) + f64(1) + f64(2) + f64(3) + f64(4));
+}
+
+TEST_F(CalculatedVariable, IsServedInTheTypeOfItsRequest)
+{
+    create(sine);
+    addon.nodes.sizeOf = [](Subzone) { return std::uint16_t{2}; };
+    addon.nodal.valueOf = [](Item item) { return item.itemOffset() + 0.75; };
+    socket.appendScript(text("checkout") + vec({u64(0)}));
+    server.nodalVarQueryServer(0, 9)->handleMethod();
+    EXPECT_EQ(socket.takeSent(), vec({i32(0), i32(1)}));
+}
+
+TEST_F(CalculatedVariable, DamagedExpressionReachesNoAddonAndRegistersNothing)
+{
+    std::string const damaged = u64(9) + u8(4) + u8(2) + u8(255);
+    EXPECT_EQ(messageOf<IOException>([&] { create(damaged); }),
+              "The expression is damaged: a node has fewer operands than it needs.");
+    EXPECT_TRUE(addon.zoneVarID.calls.empty());
+    EXPECT_EQ(failure([&] { server.nodalVarQueryServer(0, 9); }),
+              "Zone 0 does not exist for var 9.");
+    EXPECT_TRUE(socket.sent().empty());
+}
+
+TEST_F(CalculatedVariable, WithoutAllThreeQueryObjectsIsAnError)
+{
+    std::string const none =
+        "The add-on made no query objects for a calculated variable of zone 0.";
+    FakeZoneVarID& fake = addon.zoneVarID;
+    fake.calculatedCellCentered = nullptr;
+    EXPECT_EQ(failure([&] { create(sine); }), none);
+    fake.calculatedCellCentered = &addon.cellCentered;
+    fake.calculatedNodal = nullptr;
+    EXPECT_EQ(failure([&] { create(sine); }), none);
+    fake.calculatedNodal = &addon.nodal;
+    fake.calculatedRanges = nullptr;
+    EXPECT_EQ(failure([&] { create(sine); }), none);
+    EXPECT_EQ(failure([&] { server.nodalVarQueryServer(0, 9); }),
+              "Zone 0 does not exist for var 9.");
+    EXPECT_TRUE(socket.sent().empty());
+}
+
+TEST_F(CalculatedVariable, EveryFailureOfTheConnectionPasses)
+{
+    // string, id, two numbers, expression of 6 items, answer
+    for (std::size_t n = 0; n < 11; ++n) {
+        CalculatedVariableSession session;
+        session.socket.failAt(n);
+        EXPECT_THROW(session.create(sine), socketutil::SocketException) << "operation " << n;
+        EXPECT_TRUE(session.socket.sent().empty());
+    }
 }
 
 class DuplicatedZone : public DataSetRegistration

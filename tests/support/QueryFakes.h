@@ -321,11 +321,17 @@ public:
         note("duplicate");
         return copy;
     }
-    void createCalcVar(long, int, int, std::shared_ptr<eqn::ExprInterface> const&,
-                       hdq::VarValueQueryInterface*&, hdq::VarValueQueryInterface*&,
-                       hdq::VarSubzoneQueryInterface*&) override
+    void createCalcVar(long varID, int calcVarArg, int fieldDataType,
+                       std::shared_ptr<eqn::ExprInterface> const& received,
+                       hdq::VarValueQueryInterface*& cellCentered,
+                       hdq::VarValueQueryInterface*& nodal,
+                       hdq::VarSubzoneQueryInterface*& ranges) override
     {
-        note("createCalcVar");
+        note("createCalcVar", varID, calcVarArg, fieldDataType);
+        expression = received;
+        cellCentered = calculatedCellCentered;
+        nodal = calculatedNodal;
+        ranges = calculatedRanges;
     }
     bool varExists(long varID) override
     {
@@ -346,6 +352,10 @@ public:
     }
 
     hdq::ZoneVarIDQueryInterface* copy = nullptr;
+    std::shared_ptr<eqn::ExprInterface> expression; ///< The last that was received.
+    hdq::VarValueQueryInterface* calculatedCellCentered = nullptr;
+    hdq::VarValueQueryInterface* calculatedNodal = nullptr;
+    hdq::VarSubzoneQueryInterface* calculatedRanges = nullptr;
     bool exists = false;
     std::vector<Subzone> subzones;
 };
