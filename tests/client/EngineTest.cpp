@@ -143,6 +143,26 @@ TEST_F(ScriptedEngine, ListsFilesWithTheirPermissions)
               }));
 }
 
+TEST_F(ScriptedEngine, ListsEveryTypeOfFile)
+{
+    std::vector<std::string> const types{"regular", "directory", "file link", "directory link"};
+    say([&](WriteCache& c) {
+        c.addString("/data");
+        c.addInt(4);
+        for (std::string const& type : types) {
+            c.addString(type + std::string("\0\x01\xA4", 3));
+            c.addString(type);
+            c.addUInt64(0);
+            c.addUInt64(0);
+        }
+        c.addString("command finished");
+    });
+    std::vector<std::string> listed;
+    for (FileEntry const& entry : engine.listFiles("data").entries)
+        listed.push_back(entry.type);
+    EXPECT_EQ(listed, types);
+}
+
 TEST_F(ScriptedEngine, NameWithoutPermissionsIsAViolation)
 {
     say([](WriteCache& c) {
@@ -322,6 +342,22 @@ TEST_F(ScriptedEngine, FailedLoadCarriesWhatTheLoaderSaid)
     EXPECT_EQ(messageOf<LoadFailed>([&] { engine.load({"a"}); }),
               "Could not load a: Failed to open file for reading: a");
 }
+
+class WordWithoutASender : public ScriptedEngine, public testing::WithParamInterface<char const*>
+{
+};
+
+TEST_P(WordWithoutASender, IsAViolationThatNamesIt)
+{
+    say([](WriteCache& c) { c.addString(GetParam()); });
+    EXPECT_THAT(messageOf<ProtocolViolation>([&] { engine.load({"a"}); }),
+                StartsWith("The server sent '" + std::string(GetParam()) +
+                           "', a command that this client doesn't know."));
+}
+
+INSTANTIATE_TEST_SUITE_P(Words, WordWithoutASender,
+                         testing::Values("VnxUtilDataNodeGetRawPtrByRef",
+                                         "VnxUtilDataValueGetRawPtrByRef"));
 
 TEST_F(ScriptedEngine, FailedLoadWithoutAWordPointsToTheLog)
 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/Traffic.h"
+
 #include <array>
 #include <stdexcept>
 #include <string>
@@ -39,6 +41,7 @@ public:
 
     void say(std::string const& bytes)
     {
+        recordTraffic(Speaker::Server, bytes);
         for (std::size_t done = 0; done < bytes.size();) {
             ssize_t const sent =
                 ::send(m_ends[1], bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
@@ -57,6 +60,7 @@ public:
         ssize_t got = 0;
         while ((got = ::recv(m_ends[1], part.data(), part.size(), MSG_DONTWAIT)) > 0)
             result.append(part.data(), static_cast<std::size_t>(got));
+        recordTraffic(Speaker::Client, result);
         return result;
     }
 

@@ -1,6 +1,7 @@
 #include "command/FileListing.h"
 
 #include "tests/support/RecordingSocket.h"
+#include "tests/support/Traffic.h"
 #include "varnox/socketutil/WriteCache.h"
 
 #include <boost/filesystem.hpp>
@@ -35,8 +36,10 @@ struct Listing
 
 Listing list(std::string const& directory)
 {
-    RecordingSocket socket(
-        tests::cached([&](socketutil::WriteCache& cache) { addFileListing(cache, directory); }));
+    std::string const sent =
+        tests::cached([&](socketutil::WriteCache& cache) { addFileListing(cache, directory); });
+    recordTraffic(tests::Speaker::Server, sent);
+    RecordingSocket socket(sent);
     Listing result;
     result.canonicalPath = socket.receiveString();
     int const count = socket.receiveInt();

@@ -1,5 +1,6 @@
 #include "tests/support/RecordingSocket.h"
 
+#include "tests/support/Traffic.h"
 #include "varnox/socketutil/SocketException.h"
 
 #include <cstdlib>
@@ -35,6 +36,18 @@ std::string cached(std::function<void(WriteCache&)> const& add)
     WriteCache cache;
     add(cache);
     return bytesOf(cache);
+}
+
+RecordingSocket::~RecordingSocket()
+{
+    recordTraffic(Speaker::Server, m_sent);
+    recordTraffic(Speaker::Client, m_script.substr(0, m_position));
+}
+
+std::string RecordingSocket::takeSent()
+{
+    recordTraffic(Speaker::Server, m_sent);
+    return std::exchange(m_sent, {});
 }
 
 void RecordingSocket::operation()

@@ -23,11 +23,14 @@ std::string bytesOf(socketutil::WriteCache const& cache);
 std::string cached(std::function<void(socketutil::WriteCache&)> const& add);
 
 /// Plays a script to the receiver and keeps what was sent. Can be told to fail at the n-th
-/// operation.
+/// operation. In the records of traffic its user is the server.
 class RecordingSocket : public socketutil::SocketInterface
 {
 public:
     explicit RecordingSocket(std::string script = "") : m_script(std::move(script)) {}
+    RecordingSocket(RecordingSocket const&) = delete;
+    RecordingSocket& operator=(RecordingSocket const&) = delete;
+    ~RecordingSocket() override;
 
     /// All bytes sent, in order.
     std::string const& sent() const { return m_sent; }
@@ -38,7 +41,7 @@ public:
     std::string unread() const { return m_script.substr(m_position); }
     void appendScript(std::string const& bytes) { m_script += bytes; }
     /// Forgets what was sent so far.
-    std::string takeSent() { return std::exchange(m_sent, {}); }
+    std::string takeSent();
     /// The n-th operation from now on, counted from 0, throws SocketException.
     void failAt(std::size_t n) { m_failAt = m_numOperations + n; }
 
