@@ -1,9 +1,10 @@
 #include "addons/hdqfs/DataFile.h"
 
+#include "addons/hdqfs/FileReading.h"
+
 #include "filedata/DataFileHeader.h"
 #include "filedata/DataSetHeader.h"
 #include "filedata/FileStreamReader.h"
-#include "filedata/Messages.h"
 #include "filedata/PartitionHeader.h"
 #include "filedata/ValueInput.h"
 #include "filedata/ZoneHeader.h"
@@ -11,8 +12,6 @@
 
 #include <algorithm>
 #include <array>
-#include <functional>
-#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -26,28 +25,6 @@ using hdqio::TagMap;
 using hdqio::ZoneMetadata;
 
 namespace {
-
-/// Runs a read of the file layer, and turns a false of it into an exception with its messages.
-void require(std::string const& what, std::function<bool()> const& read)
-{
-    hdqio::MessageCapture messages;
-    bool succeeded = false;
-    try {
-        succeeded = read();
-    } catch (std::bad_alloc const&) {
-        throw std::runtime_error(what + ": memory is short.");
-    }
-    if (!succeeded)
-        throw std::runtime_error(
-            what + (messages.text().empty() ? std::string(".") : ": " + messages.text()));
-}
-
-void open(FileStreamReader& reader, hdqio::FileDescription const& description)
-{
-    require("Cannot open " + reader.fileName(), [&] { return reader.open() != 0; });
-    reader.setIsAscii(description.isAscii() == 1);
-    reader.setDataFileType(description.dataFileType());
-}
 
 bool readMinMaxes(FileStreamReader& reader, ValueType type, std::uint64_t count,
                   hdqio::LightweightVector<MinMax>& out, hdqio::IODescription const& description)
@@ -126,6 +103,7 @@ DataFile::DataFile(std::string path) : m_path(std::move(path))
 {
     readHeaders();
     checkHeaders();
+    resolveConnectivitySharing();
 }
 
 void DataFile::readHeaders()
@@ -167,6 +145,32 @@ void DataFile::checkHeaders() const
                                          " has the unknown data type " +
                                          std::to_string(m_headers.fieldDataTypes[v][z]) + ".");
         }
+    }
+}
+
+/// Finds the zone that each zone's connectivity comes from. A zone may share from one that shares
+/// itself.
+void DataFile::resolveConnectivitySharing()
+{
+    constexpr std::uint32_t UNKNOWN = 0xFFFFFFFF;
+    constexpr std::uint32_t ON_THE_WAY = 0xFFFFFFFE;
+    m_connectivityOf.assign(m_numZones, UNKNOWN);
+    std::vector<std::uint32_t> chain;
+    for (std::uint32_t zone = 0; zone < m_numZones; ++zone) {
+        std::uint32_t at = zone;
+        chain.clear();
+        while (m_connectivityOf[at] == UNKNOWN) {
+            chain.push_back(at);
+            std::int32_t const shared = m_headers.shareConnectivity[at];
+            m_connectivityOf[at] = shared == -1 ? at : ON_THE_WAY;
+            if (shared != -1)
+                at = static_cast<std::uint32_t>(shared);
+        }
+        if (m_connectivityOf[at] == ON_THE_WAY)
+            throw std::runtime_error("The connectivity of " + zoneName(zone) +
+                                     " is shared in a ring of zones.");
+        for (std::uint32_t const link : chain)
+            m_connectivityOf[link] = m_connectivityOf[at];
     }
 }
 
@@ -226,7 +230,8 @@ PartitionMetadata const& DataFile::partition(std::uint32_t zoneIndex, std::uint3
         throw std::out_of_range("There is no partition " + std::to_string(partition) + " in " +
                                 zoneName(zoneIndex) + ".");
     PartitionMetadata& result = metadata.ptnMetadata[partition];
-    if (!result.varFileLocs.isNull() || m_numVars == 0)
+    // That of a zone of one partition came with its header.
+    if (metadata.numPartitions == 1 || m_readPartitions.count({zoneIndex, partition}) != 0)
         return result;
     FileStreamReader reader(m_path);
     open(reader, m_description);
@@ -242,6 +247,7 @@ PartitionMetadata const& DataFile::partition(std::uint32_t zoneIndex, std::uint3
                 result = std::move(header);
                 return true;
             });
+    m_readPartitions.emplace(zoneIndex, partition);
     return result;
 }
 

@@ -9,10 +9,12 @@
 #include "filedata/ZoneVarMetadata.h"
 
 #include <cstdint>
+#include <map>
+#include <set>
 #include <string>
 #include <tuple>
 #include <unordered_map>
-#include <map>
+#include <utility>
 #include <vector>
 
 namespace varnox::hdqfsloader {
@@ -47,8 +49,13 @@ public:
     std::int32_t sharedFrom(std::uint32_t zone, std::uint32_t var) const;
     ValueType valueType(std::uint32_t zone, std::uint32_t var) const;
 
+    /// The zone that has the connectivity of this one: itself, unless it shares another's.
+    std::uint32_t connectivityOf(std::uint32_t zone) const { return m_connectivityOf[zone]; }
+
     /// The zone with its own header read.
     hdqio::ZoneMetadata const& zone(std::uint32_t zone);
+    /// A partition of an HDQ zone with its header read, which is then in the zone as well.
+    hdqio::PartitionMetadata const& partition(std::uint32_t zone, std::uint32_t partition);
 
     /// How the nodes or the cells of a partition of an HDQ zone lie in subzones.
     SubzoneLayout const& layout(std::uint32_t zone, std::uint32_t partition, Items items);
@@ -69,7 +76,7 @@ public:
 private:
     void readHeaders();
     void checkHeaders() const;
-    hdqio::PartitionMetadata const& partition(std::uint32_t zone, std::uint32_t partition);
+    void resolveConnectivitySharing();
     /// The number of values that a variable has in a zone of this size.
     std::uint64_t numPlainValues(std::uint32_t zone, std::uint32_t var) const;
     std::string zoneName(std::uint32_t zone) const;
@@ -82,7 +89,9 @@ private:
     hdqio::TagMap m_tags;
     hdqio::ZoneVarMetadata m_headers;
     hdqio::LightweightVector<std::uint64_t> m_zoneHeaderFileLocs;
+    std::vector<std::uint32_t> m_connectivityOf; ///< By zone.
     std::unordered_map<std::uint32_t, hdqio::ZoneMetadata> m_zones;
+    std::set<std::pair<std::uint32_t, std::uint32_t>> m_readPartitions; ///< Zone and partition.
     std::map<std::tuple<std::uint32_t, std::uint32_t, Items>, SubzoneLayout> m_layouts;
 };
 

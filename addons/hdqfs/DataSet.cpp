@@ -237,6 +237,12 @@ DataSet::ZoneInFile DataSet::grid(std::uint32_t zone) const
     return {&place.set->grid(), place.zone};
 }
 
+DataSet::ZoneInFile DataSet::connectivity(std::uint32_t zone) const
+{
+    ZoneInFile const own = grid(zone);
+    return {own.file, own.file->connectivityOf(own.zone)};
+}
+
 DataSet::VariableInFile DataSet::values(std::uint32_t zone, std::uint32_t var) const
 {
     return find(m_zones.at(zone), var);

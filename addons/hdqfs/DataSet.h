@@ -84,6 +84,8 @@ public:
 
     /// Where the grid of the zone is described.
     ZoneInFile grid(std::uint32_t zone) const;
+    /// Where the connectivity of the zone is: its own, or that of a zone it shares with.
+    ZoneInFile connectivity(std::uint32_t zone) const;
     /// Of a variable that has values.
     VariableInFile values(std::uint32_t zone, std::uint32_t var) const;
 

@@ -1,43 +1,50 @@
 #include "addons/hdqfs/NodeConnectivity.h"
 
-#include "addons/hdqfs/NotServed.h"
 #include "addons/hdqfs/SubzoneCounts.h"
+
+#include <algorithm>
 
 namespace varnox::hdqfsloader {
 
-namespace {
-
-constexpr char const* WHAT = "the cells at the nodes of HDQ zones";
-
+void NodeConnectivity::checkout(RawArray<SubzoneAddress>& subzones)
+{
+    for (std::uint64_t i = 0; i < subzones.size; ++i)
+        size(subzones.data[i]);
 }
 
-void NodeConnectivity::checkout(RawArray<SubzoneAddress>&) {}
-
-void NodeConnectivity::checkin(RawArray<SubzoneAddress>&) {}
-
-ItemAddress<long> NodeConnectivity::toUniformAddress(ItemAddress<long> const&)
+ItemNumbers const& NodeConnectivity::numbers()
 {
-    throwNotServed(WHAT);
+    if (!m_numbers)
+        m_numbers.emplace(m_source.own().file->zone(m_source.own().zone), Items::Nodes);
+    return *m_numbers;
 }
 
-ItemAddress<long> NodeConnectivity::toHdqAddress(ItemAddress<long> const&)
+ItemAddress<long> NodeConnectivity::toUniformAddress(ItemAddress<long> const& item)
 {
-    throwNotServed(WHAT);
+    return numbers().toUniform(item);
 }
 
-void NodeConnectivity::referencedCellSubzones(SubzoneAddress const&, RawArray<SubzoneAddress>&)
+ItemAddress<long> NodeConnectivity::toHdqAddress(ItemAddress<long> const& item)
 {
-    throwNotServed(WHAT);
+    return numbers().toHdq(item);
+}
+
+void NodeConnectivity::referencedCellSubzones(SubzoneAddress const& subzone,
+                                              RawArray<SubzoneAddress>& result)
+{
+    auto const subzones = m_reader.cellSubzones(m_source.zone(), subzone);
+    resize(result, subzones.size());
+    std::copy(subzones.begin(), subzones.end(), result.data);
 }
 
 long NodeConnectivity::numSubzones()
 {
-    return countSubzones(m_grid, Items::Nodes);
+    return countSubzones(m_source.own(), Items::Nodes);
 }
 
 unsigned short NodeConnectivity::size(SubzoneAddress const& subzone)
 {
-    return subzoneSize(m_grid, subzone, Items::Nodes);
+    return subzoneSize(m_source.own(), subzone, Items::Nodes);
 }
 
 }

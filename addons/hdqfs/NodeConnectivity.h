@@ -1,22 +1,32 @@
 #pragma once
 
-#include "addons/hdqfs/DataSet.h"
+#include "addons/hdqfs/ConnectivityReader.h"
+#include "addons/hdqfs/ConnectivitySource.h"
+#include "addons/hdqfs/ItemNumbers.h"
 
 #include "varnox/hdq/NodeConnectivityQueryInterface.h"
 
+#include <optional>
+
 namespace varnox::hdqfsloader {
 
-/// The nodes of a finite-element zone and the cells that they belong to.
+/// The nodes of a finite-element zone and the cells that they belong to, from the records of its
+/// file. Nothing has to be checked out: what is asked for is read.
 class NodeConnectivity final : public hdq::NodeConnectivityQueryInterface
 {
 public:
-    explicit NodeConnectivity(DataSet::ZoneInFile const& grid) : m_grid(grid) {}
+    /// The reader must outlive the object.
+    NodeConnectivity(ConnectivityReader& reader, ConnectivitySource const& source)
+        : m_reader(reader), m_source(source)
+    {
+    }
 
     void setup() override {}
     void teardown() override {}
     void destroy() override {}
+    /// Throws std::out_of_range for a subzone that doesn't exist.
     void checkout(RawArray<SubzoneAddress>& subzones) override;
-    void checkin(RawArray<SubzoneAddress>& subzones) override;
+    void checkin(RawArray<SubzoneAddress>&) override {}
     void checkoutAll() override {}
     void checkinAll() override {}
     ItemAddress<long> toUniformAddress(ItemAddress<long> const& item) override;
@@ -27,7 +37,11 @@ public:
     unsigned short size(SubzoneAddress const& subzone) override;
 
 private:
-    DataSet::ZoneInFile m_grid;
+    ItemNumbers const& numbers();
+
+    ConnectivityReader& m_reader;
+    ConnectivitySource m_source;
+    std::optional<ItemNumbers> m_numbers;
 };
 
 }

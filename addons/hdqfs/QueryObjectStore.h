@@ -1,5 +1,6 @@
 #pragma once
 
+#include "addons/hdqfs/ConnectivityReader.h"
 #include "addons/hdqfs/DataSet.h"
 #include "addons/hdqfs/RangeTrees.h"
 #include "addons/hdqfs/SubzoneReader.h"
@@ -70,6 +71,7 @@ public:
     DataSet& dataSet;
     VariableIds const ids;
     SubzoneReader reader;
+    ConnectivityReader connectivity;
     RangeTrees trees;
 
 private:

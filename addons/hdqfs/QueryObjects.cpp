@@ -42,6 +42,7 @@ void QueryObjects::registerZone(hdq::DataSetRegistrationInterface& registration,
     DataSet& dataSet = m_store.dataSet;
     DataSet::ZoneInFile const grid = dataSet.grid(zone);
     auto const index = static_cast<int>(zone);
+    ConnectivitySource const source(grid, dataSet.connectivity(zone));
     if (dataSet.zone(zone).type == ZoneType_Ordered)
         registration.registerZoneConnectivityQueryServices(
             &m_store.add<OrderedCellConnectivity>(grid),
@@ -49,7 +50,8 @@ void QueryObjects::registerZone(hdq::DataSetRegistrationInterface& registration,
             index);
     else
         registration.registerZoneConnectivityQueryServices(
-            &m_store.add<CellConnectivity>(grid), &m_store.add<NodeConnectivity>(grid), index);
+            &m_store.add<CellConnectivity>(m_store.connectivity, source),
+            &m_store.add<NodeConnectivity>(m_store.connectivity, source), index);
 
     std::vector<ZoneVariable*> variables;
     for (std::uint32_t var = 0; var < dataSet.numVars(); ++var)

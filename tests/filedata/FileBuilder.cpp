@@ -120,6 +120,12 @@ std::vector<Tag> adjusted(std::vector<Tag> const& tags, std::set<std::uint16_t> 
     return result;
 }
 
+std::vector<Tag> joined(std::vector<Tag> tags, std::vector<Tag> const& more)
+{
+    tags.insert(tags.end(), more.begin(), more.end());
+    return tags;
+}
+
 std::uint64_t runs(std::uint64_t items)
 {
     return (items + 255) >> 8;
@@ -140,9 +146,11 @@ public:
         addArray<std::uint64_t, true>(1536, "varFileLocs",
                                       std::vector<std::uint64_t>(m_spec.vars.size(), 1 << 20));
         bool const isHdq = m_zone.letter >= 'A' && m_zone.letter <= 'Z';
-        if (isHdq && m_zone.partitions.empty())
+        if (m_zone.makeMesh)
+            m_tags = joined(m_tags, m_zone.makeMesh(m_file));
+        else if (isHdq && m_zone.partitions.empty())
             addConnectivity();
-        if (!m_zone.partitions.empty())
+        else if (!m_zone.partitions.empty())
             addPartitions();
         m_tags.push_back({1537, "nodeMapFileLoc", 4711});
         m_tags.push_back({1538, "userFaceNbrFileLoc", 0});

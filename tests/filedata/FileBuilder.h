@@ -5,6 +5,7 @@
 #include "filedata/ValueOutput.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -137,6 +138,8 @@ struct ZoneSpec
     std::map<std::uint16_t, std::uint64_t> forcedTags{}; ///< Of its header.
     std::set<std::uint16_t> omittedTags{};
     std::optional<std::uint64_t> forcedHeaderLoc{};
+    /// Writes connectivity and partitions, and gives the tags of the zone header that lead to them.
+    std::function<std::vector<FileBuilder::Tag>(FileBuilder&)> makeMesh{};
 };
 
 struct VarSpec

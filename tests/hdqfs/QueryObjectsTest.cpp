@@ -185,18 +185,5 @@ TEST(QueryObjects, AddressesOutsideTheZoneAreErrors)
     EXPECT_THROW(valuesOf(*variable.nodal, SubzoneAddress(0, 0, 21), 256), std::out_of_range);
 }
 
-TEST(QueryObjects, ConnectivityIsRefusedInWords)
-{
-    Registered objects({sample("tjunction_grid")});
-    try {
-        objects.registration.zones.at(0).cells->nodeCount(
-            ItemAddress<long>(SubzoneAddress(0, 0, 0), 0));
-        FAIL();
-    } catch (std::runtime_error const& error) {
-        EXPECT_STREQ(error.what(), "The HDQFS loader doesn't serve the cells of HDQ zones yet: it "
-                                   "serves values, ranges and sizes of subzones.");
-    }
-}
-
 }
 }
