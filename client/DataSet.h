@@ -32,6 +32,7 @@ struct ZoneVariable
     FieldDataType_e type = FieldDataType_Float;
     ValueLocation_e location = ValueLocation_Nodal;
     bool isPassive = false; ///< Every value is 0, and none travels.
+    bool isAbsent = false;  ///< Calculated for another zone: this one has its number alone.
     int shareZone = 0;      ///< The zone whose values these are; 0 if they are its own.
     std::optional<Range> range;
     LoadOnDemand onDemand;

@@ -160,6 +160,7 @@ void DataSetBuilder::beginLoad()
 {
     m_dataSet = DataSet();
     m_annotations.forget();
+    m_idsOfCalcVars.clear();
     m_announcement.reset();
     m_problem.clear();
 }
@@ -480,6 +481,28 @@ void DataSetBuilder::setMinMax()
     else
         note("The loader gave the range of variable " + std::to_string(var) + " of zone " +
              std::to_string(zone) + ", which it has not added.");
+}
+
+// Calculated variables.
+
+std::int64_t DataSetBuilder::idOfCalcVar(std::string const& name)
+{
+    auto const [known, isNew] = m_idsOfCalcVars.emplace(name, m_lastUniqueId + 1);
+    m_lastUniqueId += isNew ? 1 : 0;
+    return known->second;
+}
+
+int DataSetBuilder::addCalcVar(int zone, std::string const& name, std::int64_t id,
+                               ZoneVariable const& variable)
+{
+    int const number = static_cast<int>(m_dataSet.variables.size()) + 1;
+    m_dataSet.variables.push_back({number, name, id});
+    ZoneVariable absent;
+    absent.isAbsent = true;
+    for (Zone& other : m_dataSet.zones)
+        other.variables.resize(m_dataSet.variables.size(), absent);
+    m_dataSet.zone(zone)->variables.back() = variable;
+    return number;
 }
 
 // Load on demand.

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -70,6 +71,13 @@ public:
     std::string const& problem() const { return m_problem; }
     /// Looks at the data set as a whole: what names a zone must find it.
     void checkDataSet();
+
+    /// The unique id of a variable to be calculated: variables of one name, each of its zone, have
+    /// the same.
+    std::int64_t idOfCalcVar(std::string const& name);
+    /// Adds a variable that one zone has; the others get a place for it. Returns its number.
+    int addCalcVar(int zone, std::string const& name, std::int64_t id,
+                   ZoneVariable const& variable);
 
     /// Where the values of a load on demand go; null for none.
     void setValueTarget(ValueTarget* target) { m_target = target; }
@@ -140,6 +148,7 @@ private:
     bool m_faceNeighborsNameZones = false;
     std::int64_t m_lastUniqueId = 0;
     std::int64_t m_numZonesLeftOut = 0;
+    std::map<std::string, std::int64_t> m_idsOfCalcVars; ///< By name.
     AnnotationBuilder m_annotations;
 };
 

@@ -1,17 +1,16 @@
 #include "client/Engine.h"
 
 #include "client/Assembly.h"
+#include "client/Converse.h"
 #include "client/Errors.h"
 #include "command/LoaderCommands.h"
 #include "filedata/ZoneMetadata.h"
 #include "filedata/ZoneMetadataSerializer.h"
-#include "varnox/IOException.h"
 #include "varnox/socketutil/SocketException.h"
 #include "varnox/socketutil/WriteCache.h"
 
 #include <algorithm>
 #include <charconv>
-#include <new>
 #include <numeric>
 #include <stdexcept>
 
@@ -115,43 +114,6 @@ Engine::~Engine() = default;
 LoaderAnnouncement const* Engine::announcement() const
 {
     return m_builder.announcement() ? &*m_builder.announcement() : nullptr;
-}
-
-/// Runs a part of the conversation. Whatever goes wrong in it leaves the two sides out of step.
-template <typename F>
-decltype(auto) Engine::converse(std::string const& action, F&& f)
-{
-    if (m_isBroken)
-        throw ConnectionLost("The session with the data server has ended already.");
-    auto const lost = [&](char const* reason) {
-        m_isBroken = true;
-        std::string const log = m_serverLog ? m_serverLog() : std::string();
-        std::string const advice = log.empty()
-                                       ? "\nThe server's log says why, if the server ended it."
-                                       : "\nThe server's last words: " + printable(log, 2000);
-        throw ConnectionLost("The connection to the data server was lost while " + action + ". " +
-                             reason + advice);
-    };
-    auto const violated = [&](std::string const& what) {
-        m_isBroken = true;
-        throw ProtocolViolation(what + " This was while " + action +
-                                ". Is it a data server, and of the version of this client?");
-    };
-    try {
-        return f();
-    } catch (ProtocolViolation const& error) {
-        violated(error.what());
-    } catch (SocketException const& error) {
-        lost(error.what());
-    } catch (IOException const& error) {
-        lost(error.what());
-    } catch (std::bad_alloc const&) {
-        violated("The server sent more than there is memory for.");
-    } catch (...) {
-        m_isBroken = true; // out of whoever takes the values, with an answer half read
-        throw;
-    }
-    throw Error("not reached");
 }
 
 void Engine::report(char const* action, std::uint64_t done, std::uint64_t total)
@@ -345,6 +307,9 @@ Engine::Source Engine::sourceOf(int zone, int var) const
             throw Error("There is no variable " + std::to_string(var) + " in zone " +
                         std::to_string(owner->number) + "; the data set has " +
                         std::to_string(dataSet().variables.size()) + ".");
+        if (variable->isAbsent)
+            throw Error("The " + nameOfVariable(dataSet(), var, zone) +
+                        " doesn't exist: it was calculated for another zone.");
         if (variable->shareZone == 0 || variable->isPassive)
             return {*owner, var, *variable};
         owner = &zoneOf(variable->shareZone);

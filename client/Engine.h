@@ -125,6 +125,12 @@ public:
     std::vector<Range> partitionRanges(int zone, int var);
     std::vector<Range> subzoneRanges(int zone, int var, std::uint32_t partition);
 
+    /// Makes a variable of a zone that is calculated from others by a formula (formula/Formula.h),
+    /// in which variables go by their names. Its values stand where those of the others do, at
+    /// nodes or at cells; without any other, at nodes. Returns its number; no other zone has it.
+    int createCalcVar(int zone, std::string const& name, std::string const& formula,
+                      FieldDataType_e type = FieldDataType_Double);
+
     /// Ends the session politely. Nothing else may follow.
     void close();
 
