@@ -35,6 +35,8 @@ struct Options
     bool all = false;
     std::string outputPath;
     bool raw = false;
+    CalculationRequest calculation;
+    std::string typeName = "double";
 };
 
 struct Commands
@@ -43,7 +45,20 @@ struct Commands
     CLI::App* list;
     CLI::App* info;
     CLI::App* values;
+    CLI::App* calculate;
 };
+
+/// Which values are wanted, and where they go. Returns the option of the subzones.
+CLI::Option* describeOutput(CLI::App& command, Options& options)
+{
+    auto* const subzones = command.add_option(
+        "--subzones", options.subzones,
+        "subzones from 0 on: N, N-N, PARTITION/N, PARTITION/SECTION/N, separated by commas");
+    subzones->excludes(command.add_flag("--all", options.all, "all subzones (the default)"));
+    auto* const output = command.add_option("--output", options.outputPath, "write to this file");
+    command.add_flag("--raw", options.raw, "write the values' bytes, little-endian")->needs(output);
+    return subzones;
+}
 
 Commands describe(CLI::App& app, Options& options)
 {
@@ -73,15 +88,31 @@ Commands describe(CLI::App& app, Options& options)
     values.add_option("--zone", options.values.zone, "zone: number from 1 on, or name")->required();
     values.add_option("--var", options.values.variable, "variable: number from 1 on, or name")
         ->required();
-    auto* const subzones = values.add_option(
-        "--subzones", options.subzones,
-        "subzones from 0 on: N, N-N, PARTITION/N, PARTITION/SECTION/N, separated by commas");
-    auto* const all = values.add_flag("--all", options.all, "all subzones (the default)");
-    auto* const onDemand = values.add_flag("--on-demand", options.values.onDemand,
-                                           "load the variable whole, in the order of its items");
-    subzones->excludes(all)->excludes(onDemand);
-    auto* const output = values.add_option("--output", options.outputPath, "write to this file");
-    values.add_flag("--raw", options.raw, "write the values' bytes, little-endian")->needs(output);
+    CLI::Option* const subzones = describeOutput(values, options);
+    subzones->excludes(values.add_flag("--on-demand", options.values.onDemand,
+                                       "load the variable whole, in the order of its items"));
+
+    commands.calculate = app.add_subcommand("calc", "values of a formula in a zone");
+    CLI::App& calculate = *commands.calculate;
+    calculate.add_option("FILE", options.files, "full file, or grid and solution files")
+        ->required();
+    calculate.add_option("--zone", options.values.zone, "zone: number from 1 on, or name")
+        ->required();
+    calculate
+        .add_option("--formula", options.calculation.formula,
+                    "such as \"sqrt(u^2+v^2)\" or \"{wall distance} > 1e5\": variables by their "
+                    "names, in braces if these aren't made of letters, digits and _; one that "
+                    "begins with a minus as --formula=-u")
+        ->required();
+    calculate
+        .add_option("--name", options.calculation.name,
+                    "what the result is called; the formula if there is none")
+        ->check([](std::string const& name) {
+            return name.empty() ? std::string("a name is empty") : std::string();
+        });
+    calculate.add_option("--type", options.typeName, "of the result; double if it isn't told")
+        ->check(CLI::IsMember({"float", "double", "int32", "int16", "byte"}));
+    describeOutput(calculate, options);
     return commands;
 }
 
@@ -92,6 +123,9 @@ void complete(Options& options)
     options.values.form = options.raw      ? ValueForm::Raw
                           : options.asJson ? ValueForm::Json
                                            : ValueForm::Text;
+    for (int type = FieldDataType_Float; type <= FieldDataType_Byte; ++type)
+        if (client::nameOf(static_cast<FieldDataType_e>(type)) == options.typeName)
+            options.calculation.type = static_cast<FieldDataType_e>(type);
     if (!options.subzones.empty()) {
         try {
             options.values.subzones = client::parseSubzones(options.subzones);
@@ -122,11 +156,14 @@ void run(Commands const& commands, Options const& options, ProgressBar& bar)
         reportListing(listing, options.asJson, *output);
     } else {
         engine.load(options.files);
+        ValueRequest values = options.values;
+        if (commands.calculate->parsed())
+            values = calculate(engine, options.values, options.calculation);
         open();
         if (commands.info->parsed())
             reportInfo(engine, options.asJson, *output);
         else
-            reportValues(engine, options.values, *output);
+            reportValues(engine, values, *output);
     }
     bar.clear();
     output->finish();

@@ -143,6 +143,25 @@ private:
 
 }
 
+ValueRequest calculate(Engine& engine, ValueRequest const& request,
+                       CalculationRequest const& calculation)
+{
+    int const zone = numberOf(request.zone, engine.dataSet().zones, "zone");
+    auto const& variables = engine.dataSet().variables;
+    bool const isVariable =
+        std::any_of(variables.begin(), variables.end(), [&](client::Variable const& variable) {
+            return variable.name == calculation.formula;
+        });
+    std::string const name = !calculation.name.empty() ? calculation.name
+                             : isVariable              ? "(" + calculation.formula + ")"
+                                                       : calculation.formula;
+    ValueRequest result = request;
+    result.zone = std::to_string(zone);
+    result.variable =
+        std::to_string(engine.createCalcVar(zone, name, calculation.formula, calculation.type));
+    return result;
+}
+
 void reportValues(Engine& engine, ValueRequest const& request, Output& output)
 {
     int const zone = numberOf(request.zone, engine.dataSet().zones, "zone");

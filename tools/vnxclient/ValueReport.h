@@ -19,6 +19,18 @@ struct ValueRequest
     ValueForm form = ValueForm::Text;
 };
 
+struct CalculationRequest
+{
+    std::string formula;
+    std::string name; ///< Of the result; none for the formula itself.
+    FieldDataType_e type = FieldDataType_Double;
+};
+
+/// Makes a variable from a formula in the zone of the request, and gives the request for its
+/// values.
+ValueRequest calculate(client::Engine& engine, ValueRequest const& request,
+                       CalculationRequest const& calculation);
+
 /// Reads the values of a variable and writes them as they come.
 void reportValues(client::Engine& engine, ValueRequest const& request, Output& output);
 
