@@ -1,7 +1,9 @@
-// Values of subzones on the way from an add-on's memory in one process to a client's memory in another,
-// against a bare socket between two processes that moves the same bytes in the same messages.
+// Values of subzones on the way from an add-on's memory in one process to a client's memory in
+// another, against a bare socket between two processes that moves the same bytes in the same
+// messages.
 
 #include "bench/OtherProcess.h"
+#include "client/EngineSocket.h"
 #include "command/CommandLoop.h"
 #include "command/LoaderCommands.h"
 #include "query/VarValueQueryServer.h"
@@ -88,12 +90,11 @@ void serveValues(int descriptor)
     Nodes nodes;
     StreamSocket socket(descriptor, descriptor);
     hdqremote::VarValueQueryServer server(&values, &nodes, socket, ITEMS, 0, type);
-    hdqremote::serviceCommandsUntil(hdqremote::CLOSE_DATA_SERVER, socket,
-                                    [&](std::string const&) {
-                                        socket.receiveInt();
-                                        socket.receiveInt();
-                                        server.handleMethod();
-                                    });
+    hdqremote::serviceCommandsUntil(hdqremote::CLOSE_DATA_SERVER, socket, [&](std::string const&) {
+        socket.receiveInt();
+        socket.receiveInt();
+        server.handleMethod();
+    });
 }
 
 std::vector<unsigned long> addresses(std::size_t count)
@@ -102,15 +103,6 @@ std::vector<unsigned long> addresses(std::size_t count)
     for (std::size_t s = 0; s < count; ++s)
         result.push_back(SubzoneAddress(0, 0, static_cast<std::uint32_t>(s)).word());
     return result;
-}
-
-template <typename T>
-std::vector<T> receiveValues(StreamSocket& socket)
-{
-    if constexpr (std::is_same_v<T, float>)
-        return socket.receiveFloatVector();
-    else
-        return socket.receiveDoubleVector();
 }
 
 void sendAll(int descriptor, char const* bytes, std::size_t size)
@@ -153,8 +145,7 @@ void valueCheckout(benchmark::State& state)
     auto const numSubzones = static_cast<std::size_t>(state.range(0));
     std::vector<unsigned long> const subzones = addresses(numSubzones);
     bench::OtherProcess server(serveValues<T>);
-    int const connection = server.takeDescriptor();
-    StreamSocket socket(connection, connection);
+    client::EngineSocket socket(server.takeDescriptor());
 
     WriteCache request;
     request.addString(hdqremote::NODAL_VAR_QUERY);
@@ -165,7 +156,8 @@ void valueCheckout(benchmark::State& state)
     std::size_t const requestSize = request.size();
     std::size_t const answerSize = numSubzones * (8 + ITEMS * sizeof(T));
 
-    bench::OtherProcess bare([=](int descriptor) { answerBytes(descriptor, requestSize, answerSize); });
+    bench::OtherProcess bare(
+        [=](int descriptor) { answerBytes(descriptor, requestSize, answerSize); });
     std::vector<char> const bareRequest(requestSize, 'x');
     std::vector<char> bareAnswer(answerSize);
 
@@ -179,7 +171,7 @@ void valueCheckout(benchmark::State& state)
         command.addUInt64Vector(subzones);
         socket.sendCache(command);
         for (auto& ofSubzone : values)
-            ofSubzone = receiveValues<T>(socket);
+            socket.receiveVector(ITEMS, ofSubzone);
     };
     auto const exchange = [&] {
         sendAll(bare.descriptor(), bareRequest.data(), bareRequest.size());
@@ -193,6 +185,7 @@ void valueCheckout(benchmark::State& state)
         if (values[s].size() != ITEMS || values[s][7] != static_cast<T>(s * ITEMS + 7))
             state.SkipWithError("wrong values");
     socket.sendString(hdqremote::CLOSE_DATA_SERVER);
+    socket.flush();
 }
 
 // One subzone; then answers of 1 to 16 MiB.

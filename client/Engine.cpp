@@ -449,8 +449,12 @@ void Engine::checkOut(Source const& source, std::vector<SubzoneAddress> const& b
         // The type doesn't travel with the values: it is the one that the registration was answered
         // with.
         withElementOf(source.variable.type, [&](auto element) {
-            for (SubzoneAddress const address : batch)
-                sink(address, m_socket.receiveVector<decltype(element)>(maxSize));
+            Values received = std::vector<decltype(element)>();
+            auto& values = std::get<std::vector<decltype(element)>>(received);
+            for (SubzoneAddress const address : batch) {
+                m_socket.receiveVector(maxSize, values);
+                sink(address, received);
+            }
         });
         sendValueQuery(source);
         m_socket.sendString(CHECKIN);

@@ -48,14 +48,22 @@ public:
     template <typename T>
     std::vector<T> receiveVector(std::size_t maxCount)
     {
-        std::size_t const count = receiveCount(maxCount, "values");
         std::vector<T> result;
-        while (result.size() < count) { // memory grows with what has arrived
-            std::size_t const have = result.size();
-            result.resize(have + std::min(count - have, std::max(have, FIRST_STEP / sizeof(T))));
-            read(result.data() + have, (result.size() - have) * sizeof(T));
-        }
+        receiveVector(maxCount, result);
         return result;
+    }
+    /// The same into a vector whose memory serves again.
+    template <typename T>
+    void receiveVector(std::size_t maxCount, std::vector<T>& result)
+    {
+        std::size_t const count = receiveCount(maxCount, "values");
+        std::size_t have = 0;
+        do { // memory grows with what has arrived
+            std::size_t const step = std::max(have, FIRST_STEP / sizeof(T));
+            result.resize(have + std::min(count - have, step));
+            read(result.data() + have, (result.size() - have) * sizeof(T));
+            have = result.size();
+        } while (have < count);
     }
 
     std::uint64_t bytesReceived() const { return m_received; }

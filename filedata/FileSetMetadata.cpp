@@ -31,8 +31,8 @@ struct FileInfo
     ZoneVarMetadata zoneVarMetadata;
     LightweightVector<std::uint64_t> zoneHeaderFileLocs;
     std::int32_t zoneOffset = 0; ///< Of its zones in the set.
-    /// Records of the zones that were asked for. In a file of many zones those are few, and a record
-    /// is larger than what the data set header says of a zone.
+    /// Records of the zones that were asked for. In a file of many zones those are few, and a
+    /// record is larger than what the data set header says of a zone.
     std::unordered_map<int, ZoneMetadata> zoneMetadata;
     std::uint64_t numNodeEntries = 0; ///< In the node tables of the zones read so far.
 };
@@ -181,12 +181,16 @@ public:
         numFileSetVars = static_cast<std::int32_t>(numVars);
     }
 
+    /// True if each file has all the zones of the set: there is no second solution file.
+    bool isWholeSet() const { return files.size() <= 2; }
+
     void allocate()
     {
         auto const numZones = static_cast<std::uint64_t>(numFileSetZones);
         require(varZoneShareVar.alloc(static_cast<std::uint64_t>(numFileSetVars)));
-        for (auto& shares : varZoneShareVar)
-            require(shares.alloc(numZones)); // every entry is set when the files are merged
+        if (!isWholeSet())
+            for (auto& shares : varZoneShareVar)
+                require(shares.alloc(numZones)); // every entry is set when the files are merged
         require(zoneShareConnectivity.alloc(numZones));
     }
 
@@ -217,7 +221,7 @@ public:
     void mergeFile(std::size_t i)
     {
         FileInfo& file = *files[i];
-        ZoneVarMetadata const& metadata = file.zoneVarMetadata;
+        ZoneVarMetadata& metadata = file.zoneVarMetadata;
         std::int32_t const gridZones = files[0]->numZones;
         std::int64_t const zoneOffset = i > 0 ? (static_cast<std::int64_t>(i) - 1) * gridZones : 0;
         std::size_t const varOffset = i > 0 ? static_cast<std::size_t>(files[0]->numVars) : 0;
@@ -230,6 +234,10 @@ public:
                       : static_cast<std::int32_t>(z);
         for (std::size_t v = 0; v < static_cast<std::size_t>(file.numVars); ++v) {
             PlainDataVector<std::int32_t>& out = varZoneShareVar[varOffset + v];
+            if (isWholeSet() && numZones > 0) {
+                out = std::move(metadata.shareVar[v]); // zone numbers of file and set are the same
+                continue;
+            }
             for (std::size_t z = 0; z < numZones; ++z) {
                 std::int32_t const shared = metadata.shareVar[v][z];
                 out[firstOut + z] = shared == -1 ? -1 : shifted(shared, zoneOffset);

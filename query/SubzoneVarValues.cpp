@@ -1,23 +1,33 @@
 #include "query/SubzoneVarValues.h"
 
+#include "query/WideLoops.h"
 #include "query/WithIOException.h"
 #include "varnox/socketutil/SocketInterface.h"
 #include "varnox/socketutil/WriteCache.h"
 
-#include <algorithm>
+#include <cstring>
 #include <type_traits>
 
 namespace varnox::hdqlib {
 
 namespace {
 
+/// Writes the values as Ts, wherever the bytes of these begin.
 template <typename T>
-T narrow(double value)
+void narrow(RawArray<double> const& values, void* out)
 {
-    if constexpr (std::is_floating_point_v<T>)
-        return static_cast<T>(value);
-    else
-        return static_cast<T>(truncateToInt32(value));
+    if constexpr (std::is_same_v<T, double>) {
+        if (values.size > 0)
+            std::memcpy(out, values.data, values.size * sizeof(double));
+    } else if constexpr (std::is_same_v<T, float>) {
+        wideLoops().writeFloats(values.data, values.size, out);
+    } else {
+        auto* target = static_cast<unsigned char*>(out);
+        for (std::uint64_t i = 0; i < values.size; ++i) {
+            auto const value = static_cast<T>(truncateToInt32(values.data[i]));
+            std::memcpy(target + i * sizeof(T), &value, sizeof(T));
+        }
+    }
 }
 
 using socketutil::SocketInterface;
@@ -65,16 +75,6 @@ void receive(SocketInterface& socket, std::vector<unsigned char>& v)
     v = socket.receiveUInt8Vector();
 }
 
-/// Values of a block that is kept: more than a subzone has.
-constexpr std::size_t MAX_SPARE = 4096;
-
-template <typename T>
-std::vector<T>& spareBlock()
-{
-    thread_local std::vector<T> block;
-    return block;
-}
-
 }
 
 SubzoneVarValuesAbstract::~SubzoneVarValuesAbstract() = default;
@@ -83,24 +83,15 @@ SubzoneVarValuesAbstract::~SubzoneVarValuesAbstract() = default;
 
 template <typename T>
 SubzoneVarValues<T>::SubzoneVarValues(RawArray<double> const& values)
+    : m_values(static_cast<std::size_t>(values.size))
 {
-    // An answer makes thousands of these one after the other: the block of the last one serves again.
-    m_values.swap(spareBlock<T>());
-    m_values.resize(static_cast<std::size_t>(values.size));
-    std::transform(values.data, values.data + values.size, m_values.begin(), narrow<T>);
+    narrow<T>(values, m_values.data());
 }
 
 template <typename T>
 SubzoneVarValues<T>::SubzoneVarValues(SocketInterface& socket)
     : m_values(withIOException([&] { return receiveValues(socket); }))
 {
-}
-
-template <typename T>
-SubzoneVarValues<T>::~SubzoneVarValues()
-{
-    if (m_values.capacity() <= MAX_SPARE)
-        m_values.swap(spareBlock<T>());
 }
 
 template <typename T>
@@ -133,6 +124,21 @@ void SubzoneVarValues<T>::addToCache(WriteCache& cache)
 {
     withIOException([&] { add(cache, m_values); });
 }
+
+template <typename T>
+void addNarrowed(RawArray<double> const& values, WriteCache& cache)
+{
+    std::uint64_t const count = values.size;
+    unsigned char* const out = cache.extend(sizeof(count) + count * sizeof(T));
+    std::memcpy(out, &count, sizeof(count));
+    narrow<T>(values, out + sizeof(count));
+}
+
+template void addNarrowed<float>(RawArray<double> const&, WriteCache&);
+template void addNarrowed<double>(RawArray<double> const&, WriteCache&);
+template void addNarrowed<int>(RawArray<double> const&, WriteCache&);
+template void addNarrowed<short>(RawArray<double> const&, WriteCache&);
+template void addNarrowed<unsigned char>(RawArray<double> const&, WriteCache&);
 
 template class SubzoneVarValues<float>;
 template class SubzoneVarValues<double>;

@@ -52,15 +52,16 @@ public:
     double fieldValue(unsigned short item) const override;
     void fieldValues(RawArray<ItemAddress<long>> const& items,
                      RawArray<double>& values) const override;
-    ~SubzoneVarValues() override;
-    SubzoneVarValues(SubzoneVarValues const&) = delete;
-    SubzoneVarValues& operator=(SubzoneVarValues const&) = delete;
     std::size_t size() const override { return m_values.size(); }
     void addToCache(socketutil::WriteCache& cache) override;
 
 private:
     std::vector<T> m_values;
 };
+
+/// Adds what SubzoneVarValues<T>(values) adds, without the copy between.
+template <typename T>
+void addNarrowed(RawArray<double> const& values, socketutil::WriteCache& cache);
 
 extern template class SubzoneVarValues<float>;
 extern template class SubzoneVarValues<double>;

@@ -4,6 +4,7 @@
 #include "query/Arrays.h"
 #include "query/MethodTable.h"
 #include "query/SubzoneVarValues.h"
+#include "query/WideLoops.h"
 #include "varnox/hdq/CellConnectivityQueryInterface.h"
 #include "varnox/hdq/NodeConnectivityQueryInterface.h"
 #include "varnox/hdq/VarValueQueryInterface.h"
@@ -82,27 +83,26 @@ public:
                                     "; the file set's limit is " + std::to_string(subzoneMaxSize) +
                                     ".");
         items.size = size;
-        for (std::uint64_t i = 0; i < size; ++i)
-            items.data[i] = ItemAddress<long>(subzone, static_cast<std::uint8_t>(i));
+        wideLoops().addressItems(subzone, size, items.data);
     }
 
     void addValues(RawArray<double> const& values, WriteCache& cache) const
     {
         switch (static_cast<int>(fieldDataType)) {
         case FieldDataType_Float:
-            hdqlib::SubzoneVarValues<float>(values).addToCache(cache);
+            hdqlib::addNarrowed<float>(values, cache);
             break;
         case FieldDataType_Double:
-            hdqlib::SubzoneVarValues<double>(values).addToCache(cache);
+            hdqlib::addNarrowed<double>(values, cache);
             break;
         case FieldDataType_Int32:
-            hdqlib::SubzoneVarValues<int>(values).addToCache(cache);
+            hdqlib::addNarrowed<int>(values, cache);
             break;
         case FieldDataType_Int16:
-            hdqlib::SubzoneVarValues<short>(values).addToCache(cache);
+            hdqlib::addNarrowed<short>(values, cache);
             break;
         case FieldDataType_Byte:
-            hdqlib::SubzoneVarValues<unsigned char>(values).addToCache(cache);
+            hdqlib::addNarrowed<unsigned char>(values, cache);
             break;
         default:
             // Deliberate: no values and no failure. Test:

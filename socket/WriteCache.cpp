@@ -78,6 +78,34 @@ WriteCache::~WriteCache()
             blockStore.giveBack(std::move(chunk.data));
 }
 
+/// Another block, of the size that comes next or what is needed.
+void WriteCache::addChunk(std::size_t minCapacity)
+{
+    std::size_t const next =
+        m_chunks.empty() ? SMALLEST_BLOCK : std::min(m_chunks.back().capacity * 4, LARGEST_BLOCK);
+    std::size_t const capacity = std::max(next, minCapacity);
+    Block block = capacity == LARGEST_BLOCK && !storeIsGone ? blockStore.take()
+                                                            : Block(new unsigned char[capacity]);
+    m_chunks.push_back({std::move(block), capacity, 0});
+}
+
+unsigned char* WriteCache::extend(std::size_t byteCount)
+{
+    if (m_chunks.empty() && byteCount <= INLINE_SIZE - m_inlineUsed) {
+        unsigned char* const bytes = m_inline + m_inlineUsed;
+        m_inlineUsed += byteCount;
+        m_size += byteCount;
+        return bytes;
+    }
+    if (m_chunks.empty() || byteCount > m_chunks.back().capacity - m_chunks.back().used)
+        addChunk(byteCount); // what is left of the last block stays unused
+    Chunk& last = m_chunks.back();
+    m_size += byteCount;
+    unsigned char* const bytes = last.data.get() + last.used;
+    last.used += byteCount;
+    return bytes;
+}
+
 /// Free room at the end, at least one byte of it; takes another block if there is none.
 unsigned char* WriteCache::room(std::size_t& available)
 {
@@ -85,15 +113,8 @@ unsigned char* WriteCache::room(std::size_t& available)
         available = INLINE_SIZE - m_inlineUsed;
         return m_inline + m_inlineUsed;
     }
-    if (m_chunks.empty() || m_chunks.back().used == m_chunks.back().capacity) {
-        std::size_t const capacity = m_chunks.empty()
-                                         ? SMALLEST_BLOCK
-                                         : std::min(m_chunks.back().capacity * 4, LARGEST_BLOCK);
-        Block block = capacity == LARGEST_BLOCK && !storeIsGone
-                          ? blockStore.take()
-                          : Block(new unsigned char[capacity]);
-        m_chunks.push_back({std::move(block), capacity, 0});
-    }
+    if (m_chunks.empty() || m_chunks.back().used == m_chunks.back().capacity)
+        addChunk(0);
     Chunk& last = m_chunks.back();
     available = last.capacity - last.used;
     return last.data.get() + last.used;

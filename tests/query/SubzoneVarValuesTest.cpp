@@ -79,6 +79,16 @@ TYPED_TEST(SubzoneVarValuesOf, TravelAsTheirGoldenBytes)
     EXPECT_TRUE(socket.allWasRead());
 }
 
+TYPED_TEST(SubzoneVarValuesOf, AreAddedToAnAnswerAsTheSameBytes)
+{
+    for (std::vector<double> values :
+         {std::vector<double>{3.7, -2, 1}, std::vector<double>{}, std::vector<double>(300, 1e9)}) {
+        std::string const expected = wireOf<TypeParam>(values);
+        EXPECT_EQ(cached([&](auto& cache) { addNarrowed<TypeParam>(viewOf(values), cache); }),
+                  expected);
+    }
+}
+
 TYPED_TEST(SubzoneVarValuesOf, NothingIsAnEmptyVector)
 {
     EXPECT_EQ(wireOf<TypeParam>({}), vec({}));

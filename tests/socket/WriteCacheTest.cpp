@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <memory>
 #include <thread>
 
@@ -115,6 +117,37 @@ TEST(WriteCache, KeepsTheOrderAcrossPieces)
     EXPECT_GT(cache.pieces().size(), 3U);
     EXPECT_EQ(bytesOf(cache), expected);
     EXPECT_EQ(cache.size(), expected.size());
+}
+
+/// Adds text through room that the cache gave.
+void extendBy(WriteCache& cache, std::string const& text)
+{
+    std::copy(text.begin(), text.end(), cache.extend(text.size()));
+}
+
+TEST(WriteCache, RoomThatItsUserFillsLiesInOrderAmongTheItems)
+{
+    WriteCache cache;
+    std::string expected;
+    for (std::size_t i = 0; i < 300; ++i) {
+        std::string const text(i * i, static_cast<char>('a' + i % 26));
+        extendBy(cache, text);
+        cache.addUInt8('-');
+        expected += text + '-';
+        ASSERT_EQ(cache.size(), expected.size());
+    }
+    EXPECT_GT(cache.pieces().size(), 3U);
+    EXPECT_EQ(bytesOf(cache), expected);
+}
+
+TEST(WriteCache, RoomIsInOnePieceHoweverLarge)
+{
+    WriteCache cache;
+    cache.addUInt8(1);
+    std::string const text(5'000'000, 'x');
+    extendBy(cache, text);
+    cache.addUInt8(2);
+    EXPECT_EQ(bytesOf(cache), hex("01") + text + hex("02"));
 }
 
 TEST(WriteCache, AppendsAnotherAndItself)

@@ -59,6 +59,9 @@ public:
     /// Appends all that the other cache holds. Appending a cache to itself doubles it.
     void appendCache(WriteCache const& other);
 
+    /// Adds byteCount bytes that the caller writes before anything else is added; any alignment.
+    unsigned char* extend(std::size_t byteCount);
+
     /// Bytes held, which is also the number of bytes that sending puts on the socket.
     std::size_t size() const;
 
@@ -71,6 +74,7 @@ private:
     static constexpr std::size_t INLINE_SIZE = 512;
 
     unsigned char* room(std::size_t& available);
+    void addChunk(std::size_t minCapacity);
     void addBytes(void const* bytes, std::size_t byteCount);
     template <typename T>
     void addNumber(T value);
