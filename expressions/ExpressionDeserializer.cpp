@@ -24,7 +24,8 @@ void ExpressionDeserializer::handle(unsigned char code, SocketInterface& socket)
     if (code >= std::size(m_expressionHandlers))
         throw IOException("The expression is damaged: there is no node of type " +
                           std::to_string(code) + ".");
-    (this->*m_expressionHandlers[code])(socket);
+    Handler const handler = m_expressionHandlers[code];
+    (this->*handler)(socket);
 }
 
 std::shared_ptr<eqn::ExprInterface> ExpressionDeserializer::takeRoot()
