@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 #include <fstream>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -11,6 +12,7 @@
 namespace varnox::tests {
 namespace {
 
+using namespace std::chrono_literals;
 using testing::ValuesIn;
 
 struct UsageCase
@@ -147,6 +149,19 @@ TEST_F(Startup, TrialThatHangsCanBeEnded)
     ASSERT_TRUE(eventually([&] { return program->logHolds("trying the add-on"); }));
     program->send(SIGTERM);
     EXPECT_EQ(program->wait(), 0);
+}
+
+TEST_F(Startup, TrialThatHangsEndsByItselfAfterAMinute)
+{
+    auto const start = std::chrono::steady_clock::now();
+    auto const program = this->start(
+        {"--addon", addon("vnxhangingaddon"), "--listen", "unix:" + socketPath.string()});
+    while (program->isRunning() && std::chrono::steady_clock::now() - start < 90s)
+        std::this_thread::sleep_for(100ms);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 59s);
+    EXPECT_EQ(program->wait(), 1);
+    EXPECT_TRUE(program->logHolds("did not come up within a minute; nothing is served."));
+    EXPECT_FALSE(std::filesystem::exists(socketPath));
 }
 
 TEST_F(Startup, TokenFileOpenToOthersIsRefused)

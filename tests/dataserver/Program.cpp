@@ -25,6 +25,7 @@ constexpr std::chrono::milliseconds STEP{10};
 /// Between fork and exec.
 [[noreturn]] void become(char* const* arguments, int log, Surroundings const& surroundings)
 {
+    ::signal(SIGHUP, surroundings.ignoresHangUp ? SIG_IGN : SIG_DFL);
     int const null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     ::dup2(null, 0);
     ::dup2(null, 1);

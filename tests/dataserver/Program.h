@@ -22,6 +22,8 @@ struct Surroundings
 {
     /// Pairs of a descriptor here and its number there; 0 and 1 are /dev/null otherwise.
     std::vector<std::pair<int, int>> descriptors;
+    /// As under nohup.
+    bool ignoresHangUp = false;
 };
 
 /// A running vnxdataserver. Killed in the end, if it is still there.

@@ -3,6 +3,9 @@
 #include "varnox/socketutil/WriteCache.h"
 
 #include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <iomanip>
 #include <chrono>
 #include <csignal>
 #include <thread>
@@ -334,10 +337,56 @@ TEST_P(EndingSignal, SecondOneHasNoPatience)
     EXPECT_FALSE(isAlive(worker));
 }
 
-INSTANTIATE_TEST_SUITE_P(Signals, EndingSignal, testing::Values(SIGTERM, SIGINT),
+INSTANTIATE_TEST_SUITE_P(Signals, EndingSignal, testing::Values(SIGTERM, SIGINT, SIGHUP),
                          [](auto const& test) {
-                             return std::string(test.param == SIGTERM ? "Terminate" : "Interrupt");
+                             return std::string(test.param == SIGTERM  ? "Terminate"
+                                                : test.param == SIGINT ? "Interrupt"
+                                                                       : "HangUp");
                          });
+
+TEST_F(Serving, HangUpThatWasIgnoredStaysIgnored)
+{
+    Surroundings surroundings;
+    surroundings.ignoresHangUp = true;
+    auto const program = listen({}, surroundings);
+    program->send(SIGHUP);
+    Client client(address);
+    client.greet();
+    client.expectToBeServed();
+    EXPECT_TRUE(program->isRunning());
+}
+
+/// True if the system's table shows an established connection at this local port whose timer is
+/// that of keepalive.
+bool isProbed(std::string const& port)
+{
+    std::ostringstream number;
+    number << ':' << std::uppercase << std::hex << std::setw(4) << std::setfill('0')
+           << std::stoi(port);
+    std::ifstream table("/proc/net/tcp");
+    for (std::string line; std::getline(table, line);) {
+        std::istringstream words(line);
+        std::string place;
+        std::string local;
+        std::string remote;
+        std::string state;
+        std::string queues;
+        std::string timer;
+        words >> place >> local >> remote >> state >> queues >> timer;
+        if (state == "01" && local.ends_with(number.str()) && timer.starts_with("02:"))
+            return true;
+    }
+    return false;
+}
+
+TEST_F(Serving, TcpConnectionsAreProbedWhenTheyAreSilent)
+{
+    auto const program = listenAt("tcp:127.0.0.1:0");
+    Client client(address);
+    client.greet();
+    client.expectToBeServed();
+    EXPECT_TRUE(eventually([&] { return isProbed(address.substr(address.rfind(':') + 1)); }));
+}
 
 /// Leaves a program only some descriptors beyond those that it has.
 void leaveDescriptors(Program const& program, int count)
