@@ -42,26 +42,21 @@ std::vector<unsigned long> variablesIn(eqn::ExprInterface const& expression)
     return ids;
 }
 
-/// Values are calculated where those of the variables stand, which must be one place for all.
+/// Values are calculated at cells if any of the variables has its values there. The loader takes
+/// values at nodes to cells, and none the other way.
 ValueLocation_e locationOf(eqn::ExprInterface const& expression, DataSet const& dataSet,
                            Zone const& zone)
 {
     std::vector<unsigned long> const ids = variablesIn(expression);
-    bool hasNodal = false;
-    bool hasCellCentred = false;
     for (Variable const& variable : dataSet.variables) {
         ZoneVariable const* const ofZone = DataSet::variable(zone, variable.number);
         bool const isUsed = std::find(ids.begin(), ids.end(),
                                       static_cast<unsigned long>(variable.uniqueId)) != ids.end();
-        if (!isUsed || ofZone == nullptr || ofZone->isAbsent)
-            continue;
-        bool const isNodal = ofZone->location == ValueLocation_Nodal;
-        hasNodal = hasNodal || isNodal;
-        hasCellCentred = hasCellCentred || !isNodal;
+        if (isUsed && ofZone != nullptr && !ofZone->isAbsent &&
+            ofZone->location == ValueLocation_CellCentered)
+            return ValueLocation_CellCentered;
     }
-    if (hasNodal && hasCellCentred)
-        throw Error("The formula needs values at nodes and values at cells. It can't have both.");
-    return hasCellCentred ? ValueLocation_CellCentered : ValueLocation_Nodal;
+    return ValueLocation_Nodal;
 }
 
 }

@@ -106,18 +106,21 @@ TEST_F(CalcVars, VariableStandsAtTheEndAndTheOthersHaveAPlaceForIt)
                 HasSubstr("it was calculated for another zone"));
 }
 
-TEST_F(CalcVars, ValuesStandWhereThoseOfTheFormulaDo)
+TEST_F(CalcVars, ValuesStandAtCellsIfAnyOfTheFormulaDoes)
 {
     load();
     sayAnswer(3);
     sayAnswer(4);
     engine.createCalcVar(1, "at cells", "c*2");
+    sayAnswer(5);
     engine.createCalcVar(1, "anywhere", "1");
+    engine.createCalcVar(1, "of both", "u + c");
     auto const& variables = engine.dataSet().zones[0].variables;
     EXPECT_EQ(variables[3].location, ValueLocation_CellCentered);
     EXPECT_EQ(variables[3].range->min, -3);
     EXPECT_EQ(variables[3].range->max, 4);
     EXPECT_EQ(variables[4].location, ValueLocation_Nodal);
+    EXPECT_EQ(variables[5].location, ValueLocation_CellCentered);
 }
 
 TEST_F(CalcVars, VariableOfTheSameNameInAnotherZoneHasTheSameId)
@@ -169,8 +172,6 @@ RefusalCase const refusalCases[] = {
      "Values of the type bit don't travel."},
     {"NameThatThereIs", 1, "v", "u", FieldDataType_Double,
      "There is a variable 'v' in zone 1 already."},
-    {"NodesAndCells", 1, "n", "u + c", FieldDataType_Double,
-     "The formula needs values at nodes and values at cells. It can't have both."},
     {"Mistake", 1, "n", "u +", FieldDataType_Double,
      "The formula can't be read. Column 4: The formula ends where a number, a variable or a "
      "function is missing.\nu +\n   ^"}};
