@@ -27,6 +27,7 @@ std::size_t numOperands(Instruction const& instruction, Program const& program)
     case Operation::Negate:
     case Operation::Power:
     case Operation::OneArg:
+    case Operation::Rand:
         return 1;
     case Operation::AnyArg:
         return program.functions()[instruction.index]->opExprs().size();
@@ -124,6 +125,10 @@ void ArrayEvaluator::step(Instruction const& instruction, Chunk const& chunk,
     double* const out = slot(depth);
     if (instruction.operation == Operation::AnyArg) {
         applyFunction(instruction.index, count);
+    } else if (instruction.operation == Operation::Rand) {
+        DummyWarningLog log;
+        for (std::size_t i = 0; i < count; ++i)
+            out[i] = m_program.draws()[instruction.index](m_operands[depth][i], log);
     } else if (arity == 0) {
         std::fill_n(out, count, instruction.value);
     } else if (arity == 1) {

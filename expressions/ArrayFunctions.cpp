@@ -2,8 +2,7 @@
 
 #include "expressions/DoubleFunctions.h"
 #include "expressions/Functions.h"
-#include "expressions/RandomNumberGenerator.h"
-#include "expressions/TruncateToInt32.h"
+#include "expressions/Narrowing.h"
 
 #include <cmath>
 #include <limits>
@@ -100,8 +99,6 @@ void applyFunction(std::uint32_t code, double const* x, std::size_t count, doubl
         return forEach(x, count, out, [](double v) { return std::cos(v); });
     case TAN_FUNCTION:
         return forEach(x, count, out, [](double v) { return std::tan(v); });
-    case RAND_FUNCTION:
-        return forEach(x, count, out, [](double v) { return v * RandomNumberGenerator::next(); });
     case ROUND_FUNCTION:
         return forEachNumber(x, count, out, [](double v) -> double {
             return truncateToInt32(v < 0 ? v - 0.499 : v + 0.499);

@@ -2,6 +2,7 @@
 
 #include "expressions/Bounds.h"
 #include "expressions/DummyWarningLog.h"
+#include "expressions/Functions.h"
 #include "varnox/eqn/VarArgFuncExpr.h"
 
 #include <cmath>
@@ -65,6 +66,8 @@ void BoundEvaluator::step(Instruction const& instruction, std::vector<Interval> 
         return binary(bounds::notEqual);
     case Operation::OneArg:
         return unary([code](A x) { return bounds::oneArg(code, x); });
+    case Operation::Rand:
+        return unary([](A x) { return bounds::oneArg(hdqlib::RAND_FUNCTION, x); });
     case Operation::TwoArg:
         return binary([code](A a, A b) { return bounds::twoArg(code, a, b); });
     case Operation::AnyArg:

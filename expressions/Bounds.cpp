@@ -1,7 +1,7 @@
 #include "expressions/Bounds.h"
 
 #include "expressions/Functions.h"
-#include "expressions/TruncateToInt32.h"
+#include "expressions/Narrowing.h"
 
 #include <algorithm>
 #include <cmath>

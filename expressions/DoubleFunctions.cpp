@@ -1,8 +1,8 @@
 #include "expressions/DoubleFunctions.h"
 
 #include "expressions/FunctionErrors.h"
+#include "expressions/Narrowing.h"
 #include "expressions/RandomNumberGenerator.h"
-#include "expressions/TruncateToInt32.h"
 #include "varnox/eqn/WarningLogInterface.h"
 
 #include <cerrno>

@@ -1,7 +1,7 @@
 #include "expressions/IntervalFunctions.h"
 
 #include "expressions/FunctionErrors.h"
-#include "expressions/TruncateToInt32.h"
+#include "expressions/Narrowing.h"
 
 #include <algorithm>
 #include <cerrno>

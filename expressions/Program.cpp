@@ -32,7 +32,14 @@ public:
     void evaluate(OneArgFuncExpr const& expr) override
     {
         requireCode(expr.functionName(), hdqlib::oneArgFunctions().size());
-        append({Operation::OneArg, expr.functionName(), 0}, 1);
+        if (expr.functionName() != hdqlib::RAND_FUNCTION) {
+            append({Operation::OneArg, expr.functionName(), 0}, 1);
+            return;
+        }
+        if (expr.doubleFunction().empty())
+            throw std::invalid_argument("The expression has an empty function.");
+        append({Operation::Rand, static_cast<std::uint32_t>(m_program.m_draws.size()), 0}, 1);
+        m_program.m_draws.push_back(expr.doubleFunction());
     }
     void evaluate(NegateExpr const&) override { append({Operation::Negate, 0, 0}, 1); }
     void evaluate(PowerExpr const& expr) override

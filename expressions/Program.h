@@ -1,6 +1,7 @@
 #pragma once
 
 #include "varnox/eqn/ExprInterface.h"
+#include "varnox/eqn/OneArgFuncExpr.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -26,7 +27,8 @@ enum class Operation : unsigned char {
     LessOrEqual,
     Equal,
     NotEqual,
-    OneArg, ///< index: the function's code
+    OneArg, ///< index: the function's code, but for rand
+    Rand,   ///< index: into draws()
     TwoArg, ///< index: the function's code
     AnyArg  ///< index: into functions()
 };
@@ -51,6 +53,9 @@ public:
     /// The ids of the variables, each once, in the order in which they first occur.
     std::vector<unsigned long> const& varIDs() const { return m_varIDs; }
     std::vector<VarArgFuncExpr const*> const& functions() const { return m_functions; }
+    /// Functions that draw random numbers. These are the nodes' own, as their numbers are those of
+    /// a sequence that all expressions of the process share, wherever they are evaluated.
+    std::vector<OneArgFuncExpr::DoubleFunction> const& draws() const { return m_draws; }
     /// The most operands that lie on the stack at once.
     std::size_t maxDepth() const { return m_maxDepth; }
 
@@ -61,6 +66,7 @@ private:
     std::vector<Instruction> m_instructions;
     std::vector<unsigned long> m_varIDs;
     std::vector<VarArgFuncExpr const*> m_functions;
+    std::vector<OneArgFuncExpr::DoubleFunction> m_draws;
     std::size_t m_maxDepth = 0;
 };
 

@@ -1,6 +1,6 @@
 #include "expressions/RandomNumberGenerator.h"
 
-#include "expressions/TruncateToInt32.h"
+#include "expressions/Narrowing.h"
 
 namespace varnox::hdqlib {
 

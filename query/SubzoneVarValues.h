@@ -1,6 +1,6 @@
 #pragma once
 
-#include "expressions/TruncateToInt32.h"
+#include "expressions/Narrowing.h"
 #include "varnox/ItemAddress.h"
 #include "varnox/RawArray.h"
 

@@ -311,6 +311,16 @@ TEST(ArrayEvaluator, RandomNumbersLieBetweenZeroAndTheOperand)
     EXPECT_LT(least, -1);
 }
 
+TEST(ArrayEvaluator, DrawsFromTheFunctionOfTheNode)
+{
+    int numDraws = 0;
+    auto const draw = [&numDraws](double x, WarningLogInterface&) { return x * ++numDraws; };
+    Evaluated const result(
+        Formula(new OneArgFuncExpr(1, draw, {}, new VariableExpr(1, 1), hdqlib::RAND_FUNCTION)),
+        {{10, 10, 10}});
+    EXPECT_EQ(result.out, (std::vector<double>{10, 20, 30}));
+}
+
 TEST(ArrayEvaluator, ClampingsAreCountedAndTheFirstIsTold)
 {
     std::vector<double> const x{1, 5, 7, 2, NAN};

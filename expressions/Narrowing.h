@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+
+#include <emmintrin.h>
+
+namespace varnox::hdqlib {
+
+/// The processor's conversion toward zero: 0x80000000 for what doesn't fit and for not-a-number,
+/// where a cast is undefined.
+inline std::int32_t truncateToInt32(double value)
+{
+    return _mm_cvttsd_si32(_mm_set_sd(value));
+}
+
+/// A value as its variable's type keeps it: T is float, double, int, short or unsigned char.
+/// Integers are cut toward zero to 32 bits and then to their low bits.
+template <typename T>
+T narrow(double value)
+{
+    if constexpr (std::is_floating_point_v<T>)
+        return static_cast<T>(value);
+    else
+        return static_cast<T>(truncateToInt32(value));
+}
+
+}
