@@ -1,5 +1,6 @@
 #pragma once
 
+#include "addons/hdqfs/CalcVarLog.h"
 #include "addons/hdqfs/ConnectivityReader.h"
 #include "addons/hdqfs/DataSet.h"
 #include "addons/hdqfs/RangeTrees.h"
@@ -73,6 +74,7 @@ public:
     SubzoneReader reader;
     ConnectivityReader connectivity;
     RangeTrees trees;
+    CalcVarLog calcVarLog;
 
 private:
     void keep(std::unique_ptr<hdq::CellConnectivityQueryInterface> object)

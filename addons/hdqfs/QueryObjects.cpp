@@ -43,21 +43,23 @@ void QueryObjects::registerZone(hdq::DataSetRegistrationInterface& registration,
     DataSet::ZoneInFile const grid = dataSet.grid(zone);
     auto const index = static_cast<int>(zone);
     ConnectivitySource const source(grid, dataSet.connectivity(zone));
-    if (dataSet.zone(zone).type == ZoneType_Ordered)
+    hdq::CellConnectivityQueryInterface* cells = nullptr;
+    if (dataSet.zone(zone).type == ZoneType_Ordered) {
+        cells = &m_store.add<OrderedCellConnectivity>(grid);
         registration.registerZoneConnectivityQueryServices(
-            &m_store.add<OrderedCellConnectivity>(grid),
-            &m_store.add<OrderedNodeConnectivity>(grid), &m_store.add<OrderedSubzones>(grid),
-            index);
-    else
+            cells, &m_store.add<OrderedNodeConnectivity>(grid),
+            &m_store.add<OrderedSubzones>(grid), index);
+    } else {
+        cells = &m_store.add<CellConnectivity>(m_store.connectivity, source);
         registration.registerZoneConnectivityQueryServices(
-            &m_store.add<CellConnectivity>(m_store.connectivity, source),
-            &m_store.add<NodeConnectivity>(m_store.connectivity, source), index);
+            cells, &m_store.add<NodeConnectivity>(m_store.connectivity, source), index);
+    }
 
     std::vector<ZoneVariable*> variables;
     for (std::uint32_t var = 0; var < dataSet.numVars(); ++var)
         variables.push_back(variable(zone, var));
     registration.registerZoneVarIDQueryServices(
-        &m_store.add<ZoneIdentity>(m_store, grid, std::move(variables)), index);
+        &m_store.add<ZoneIdentity>(m_store, grid, *cells, std::move(variables)), index);
 }
 
 void QueryObjects::makeVariables()

@@ -1,6 +1,6 @@
 #include "addons/hdqfs/ZoneIdentity.h"
 
-#include "addons/hdqfs/NotServed.h"
+#include "addons/hdqfs/CalcVariable.h"
 #include "addons/hdqfs/QueryObjectStore.h"
 #include "addons/hdqfs/SubzoneSearch.h"
 
@@ -11,23 +11,37 @@
 namespace varnox::hdqfsloader {
 
 ZoneIdentity::ZoneIdentity(QueryObjectStore& store, DataSet::ZoneInFile const& grid,
+                           hdq::CellConnectivityQueryInterface& cells,
                            std::vector<ZoneVariable*> variables)
-    : m_store(store), m_grid(grid), m_variables(std::move(variables))
+    : m_store(store), m_grid(grid), m_cells(cells), m_variables(std::move(variables))
 {
 }
 
 hdq::ZoneVarIDQueryInterface* ZoneIdentity::duplicate()
 {
-    auto& result = m_store.add<ZoneIdentity>(m_store, m_grid, m_variables);
+    auto& result = m_store.add<ZoneIdentity>(m_store, m_grid, m_cells, m_variables);
     result.m_calculated = m_calculated;
     return &result;
 }
 
-void ZoneIdentity::createCalcVar(long, int, int, std::shared_ptr<eqn::ExprInterface> const&,
-                                 hdq::VarValueQueryInterface*&, hdq::VarValueQueryInterface*&,
-                                 hdq::VarSubzoneQueryInterface*&)
+void ZoneIdentity::createCalcVar(long varID, int, int fieldDataType,
+                                 std::shared_ptr<eqn::ExprInterface> const& expression,
+                                 hdq::VarValueQueryInterface*& cellCentered,
+                                 hdq::VarValueQueryInterface*& nodal,
+                                 hdq::VarSubzoneQueryInterface*& subzones)
 {
-    throwNotServed("calculated variables");
+    if (m_store.ids.find(varID))
+        throw std::invalid_argument(
+            "The unique id " + std::to_string(varID) +
+            " of a calculated variable is that of a variable of the files.");
+    auto& variable = m_store.addVariable<CalcVariable>(
+        CalcVariable::Place{m_grid, &m_cells, varID}, CalcVarType(fieldDataType), expression,
+        [this](long id) { return find(id); }, m_store.calcVarLog);
+    m_calculated[varID] = &variable;
+    VariableQueries& queries = m_store.addQueries(variable);
+    cellCentered = &queries.cellCentered;
+    nodal = &queries.nodal;
+    subzones = &queries.ranges;
 }
 
 ZoneVariable* ZoneIdentity::find(long varID) const

@@ -3,6 +3,7 @@
 #include "addons/hdqfs/DataSet.h"
 #include "addons/hdqfs/ZoneVariable.h"
 
+#include "varnox/hdq/CellConnectivityQueryInterface.h"
 #include "varnox/hdq/ZoneVarIDQueryInterface.h"
 
 #include <map>
@@ -18,13 +19,15 @@ class ZoneIdentity final : public hdq::ZoneVarIDQueryInterface
 {
 public:
     /// The zone's variables in the order of the data set, null for one that it can't serve.
-    /// Variables and store must outlive the object; the store is to own it.
+    /// Variables, the zone's cells and store must outlive the object; the store is to own it.
     ZoneIdentity(QueryObjectStore& store, DataSet::ZoneInFile const& grid,
-                 std::vector<ZoneVariable*> variables);
+                 hdq::CellConnectivityQueryInterface& cells, std::vector<ZoneVariable*> variables);
 
     void destroy() override {}
     /// The duplicate has the variables that the zone has now, calculated ones included.
     hdq::ZoneVarIDQueryInterface* duplicate() override;
+    /// The variable takes the place of a calculated one with its id, for what is made from then on.
+    /// calcVarArg isn't looked at.
     void createCalcVar(long varID, int calcVarArg, int fieldDataType,
                        std::shared_ptr<eqn::ExprInterface> const& expression,
                        hdq::VarValueQueryInterface*& cellCentered,
@@ -46,6 +49,7 @@ private:
 
     QueryObjectStore& m_store;
     DataSet::ZoneInFile m_grid;
+    hdq::CellConnectivityQueryInterface& m_cells;
     std::vector<ZoneVariable*> m_variables;
     std::map<long, ZoneVariable*> m_calculated; ///< By unique id.
 };

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "addons/hdqfs/ZoneVariable.h"
+
+#include "varnox/hdq/CellConnectivityQueryInterface.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace varnox::hdqfsloader {
+
+/// A variable as a calculated one takes it in: at the nodes or cells at which that one has its
+/// values. Values at nodes are taken to cells: each cell gets the mean of its corners'. The other
+/// way there is none.
+class CalcVarInput
+{
+public:
+    using SubzoneAddress = ZoneVariable::SubzoneAddress;
+
+    /// Variable and cells, which are those of the zone, must outlive the object.
+    CalcVarInput(ZoneVariable& variable, hdq::CellConnectivityQueryInterface& cells)
+        : m_variable(&variable), m_cells(&cells)
+    {
+    }
+
+    Items items() const { return m_variable->items(); }
+
+    /// The values of a subzone of numItems nodes or cells.
+    std::vector<double> values(SubzoneAddress const& subzone, Items where,
+                               std::size_t numItems) const;
+
+    hdqio::MinMax range() const { return m_variable->range(); }
+    /// Of the values at nodes or cells, for each partition and for each subzone of one kind.
+    std::vector<hdqio::MinMax> partitionRanges(Items where) const;
+    std::vector<hdqio::MinMax> subzoneRanges(std::uint32_t partition, Items subzones,
+                                             Items where) const;
+
+private:
+    std::vector<double> meansOfCorners(SubzoneAddress const& subzone, std::size_t numCells) const;
+
+    ZoneVariable* m_variable;
+    hdq::CellConnectivityQueryInterface* m_cells;
+};
+
+}
