@@ -6,10 +6,14 @@
 #include "varnox/socketutil/SocketException.h"
 
 #include <new>
+#include <string>
 
 // For the sources of Engine.
 
 namespace varnox::client {
+
+/// For messages: "variable 7 'Pressure' of zone 1".
+std::string nameOfVariable(DataSet const& dataSet, int var, int zone);
 
 /// Runs a part of the conversation. Whatever goes wrong in it leaves the two sides out of step.
 template <typename F>

@@ -253,6 +253,24 @@ void DataSetBuilder::createDataSet(std::string const& title,
     }
 }
 
+void DataSetBuilder::addDuplicate(int zone)
+{
+    Zone added = *m_dataSet.zone(zone);
+    added.number = static_cast<int>(m_dataSet.zones.size()) + 1;
+    added.uniqueId = ++m_lastUniqueId;
+    if (added.connectShareZone == 0)
+        added.connectShareZone = zone;
+    // Only queries know of the zone.
+    added.nodeMap = {};
+    added.faceNeighbors = {};
+    for (ZoneVariable& variable : added.variables) {
+        variable.onDemand = {};
+        if (variable.shareZone == 0 && !variable.isPassive && !variable.isAbsent)
+            variable.shareZone = zone;
+    }
+    m_dataSet.zones.push_back(std::move(added));
+}
+
 void DataSetBuilder::dataSetCreate()
 {
     std::string const title = m_socket.receiveString();

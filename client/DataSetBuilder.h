@@ -57,6 +57,9 @@ public:
     DataSetBuilder(DataSetBuilder const&) = delete;
     DataSetBuilder& operator=(DataSetBuilder const&) = delete;
 
+    /// Adds a zone like another one, whose values it shares, behind the last zone.
+    void addDuplicate(int zone);
+
     /// Serves one command whose word has been read. Throws ProtocolViolation for a word that isn't
     /// known and for contents that can't be, and SocketException.
     void serve(std::string const& command);

@@ -6,7 +6,6 @@
 #include "command/LoaderCommands.h"
 #include "filedata/ZoneMetadata.h"
 #include "filedata/ZoneMetadataSerializer.h"
-#include "varnox/socketutil/SocketException.h"
 #include "varnox/socketutil/WriteCache.h"
 
 #include <algorithm>
@@ -17,7 +16,6 @@
 namespace varnox::client {
 
 using namespace hdqremote;
-using socketutil::SocketException;
 using socketutil::WriteCache;
 
 namespace {
@@ -37,14 +35,6 @@ constexpr std::uint64_t MAX_FACE_NEIGHBOR_BYTES = std::uint64_t{4} << 30;
 
 /// Bricks may be empty where an axis is shorter than its shift, at most one more along each axis.
 constexpr std::uint64_t MAX_SUBZONES_PER_ITEM = 8;
-
-std::string nameOfVariable(DataSet const& dataSet, int var, int zone)
-{
-    auto const index = static_cast<std::size_t>(var - 1);
-    return "variable " + std::to_string(var) + " '" +
-           printable(index < dataSet.variables.size() ? dataSet.variables[index].name : "") +
-           "' of zone " + std::to_string(zone);
-}
 
 template <typename T>
 class TypedValueTarget : public ValueTarget
@@ -82,27 +72,30 @@ private:
     std::int64_t m_total;
 };
 
-std::uint64_t sum(std::vector<std::uint32_t> const& counts)
+
+}
+
+std::uint64_t PartitionShape::numSubzones(ValueLocation_e kind) const
 {
-    return std::accumulate(counts.begin(), counts.end(), std::uint64_t{0});
+    return kind == ValueLocation_Nodal
+               ? numNodeSubzones
+               : std::accumulate(numCellSubzones.begin(), numCellSubzones.end(), std::uint64_t{0});
 }
 
-}
-
-std::uint64_t ZoneShape::numNodeSubzones() const
-{
-    std::uint64_t result = 0;
-    for (PartitionShape const& partition : partitions)
-        result += partition.numNodeSubzones;
-    return result;
-}
-
-std::uint64_t ZoneShape::numCellSubzones() const
+std::uint64_t ZoneShape::numSubzones(ValueLocation_e kind) const
 {
     std::uint64_t result = 0;
     for (PartitionShape const& partition : partitions)
-        result += sum(partition.numCellSubzones);
+        result += partition.numSubzones(kind);
     return result;
+}
+
+std::string nameOfVariable(DataSet const& dataSet, int var, int zone)
+{
+    auto const index = static_cast<std::size_t>(var - 1);
+    return "variable " + std::to_string(var) + " '" +
+           printable(index < dataSet.variables.size() ? dataSet.variables[index].name : "") +
+           "' of zone " + std::to_string(zone);
 }
 
 Engine::Engine(int descriptor) : m_socket(descriptor), m_builder(m_socket, m_argKeys)
@@ -263,6 +256,7 @@ DataSet const& Engine::load(std::vector<std::string> const& paths)
     if (paths.empty())
         throw Error("No file to load was named.");
     m_shapes.clear();
+    m_duplicates.clear();
     m_setUp.clear();
     m_builder.beginLoad();
     m_progress = {"Loading", 0, 0};
@@ -358,6 +352,9 @@ ZoneShape Engine::receiveShape(Zone const& zone)
 
 ZoneShape const& Engine::shape(int number)
 {
+    auto const duplicate = m_duplicates.find(number);
+    if (duplicate != m_duplicates.end())
+        return shape(duplicate->second);
     auto const known = m_shapes.find(number);
     if (known != m_shapes.end())
         return known->second;
@@ -383,20 +380,25 @@ ZoneShape const& Engine::shape(int number)
         });
 }
 
+std::uint32_t ZoneShape::numSubzones(ValueLocation_e kind, std::uint32_t partition,
+                                     std::uint32_t section) const
+{
+    if (partition >= partitions.size())
+        return 0;
+    PartitionShape const& shape = partitions[partition];
+    if (kind == ValueLocation_Nodal)
+        return section == 0 ? shape.numNodeSubzones : 0;
+    return section < shape.numCellSubzones.size() ? shape.numCellSubzones[section] : 0;
+}
+
 /// The server doesn't check an address, so only those that exist are sent.
 void Engine::requireSubzone(Zone const& zone, ValueLocation_e location, SubzoneAddress address)
 {
-    auto const& partitions = shape(zone.number).partitions;
-    bool const isNodal = location == ValueLocation_Nodal;
-    std::uint32_t const p = address.partition();
-    std::uint32_t const section = address.section();
-    std::uint32_t count = 0;
-    if (p < partitions.size() && isNodal && section == 0)
-        count = partitions[p].numNodeSubzones;
-    else if (p < partitions.size() && !isNodal && section < partitions[p].numCellSubzones.size())
-        count = partitions[p].numCellSubzones[section];
+    std::uint32_t const count =
+        shape(zone.number).numSubzones(location, address.partition(), address.section());
     if (address.subzoneOffset() >= count)
-        throw Error("There is no " + std::string(isNodal ? "node" : "cell") + " subzone " +
+        throw Error("There is no " +
+                    std::string(location == ValueLocation_Nodal ? "node" : "cell") + " subzone " +
                     textOf(address) + " in zone " + std::to_string(zone.number) +
                     ": subzones, sections and partitions count from 0, and here there are " +
                     std::to_string(count) + ".");
@@ -537,55 +539,6 @@ void Engine::allSubzoneValues(int zone, int var, SubzoneSink const& sink)
         throw Error("The subzones of " + nameOfVariable(dataSet(), var, zone) + " hold " +
                     std::to_string(numReceived) + " values where the zone has " +
                     std::to_string(numItems) + ".");
-}
-
-std::vector<Range> Engine::receiveRanges(std::uint64_t count)
-{
-    std::vector<double> const received =
-        m_socket.receiveVector<double>(static_cast<std::size_t>(2 * count));
-    if (received.size() != 2 * count)
-        throw ProtocolViolation("The server sent " + std::to_string(received.size()) +
-                                " numbers for " + std::to_string(count) + " ranges.");
-    std::vector<Range> result;
-    for (std::size_t i = 0; i < received.size(); i += 2)
-        result.push_back({received[i], received[i + 1]});
-    return result;
-}
-
-std::vector<Range> Engine::partitionRanges(int zone, int var)
-{
-    Source const source = sourceOf(zone, var);
-    std::string const name = nameOfVariable(dataSet(), var, zone);
-    if (!source.variable.hasQueries)
-        throw Error("The " + name + " has no ranges of partitions.");
-    std::size_t const count = shape(source.zone.number).partitions.size();
-    return converse("asking for ranges of " + name, [&] {
-        sendQuery(VAR_SUBZONE_QUERY, source);
-        m_socket.sendString(PARTITION_MIN_MAXES);
-        return receiveRanges(count);
-    });
-}
-
-std::vector<Range> Engine::subzoneRanges(int zone, int var, std::uint32_t partition)
-{
-    Source const source = sourceOf(zone, var);
-    std::string const name = nameOfVariable(dataSet(), var, zone);
-    if (!source.variable.hasQueries)
-        throw Error("The " + name + " has no ranges of subzones.");
-    auto const& partitions = shape(source.zone.number).partitions;
-    if (partition >= partitions.size())
-        throw Error("There is no partition " + std::to_string(partition) + " in zone " +
-                    std::to_string(source.zone.number) + "; it has " +
-                    std::to_string(partitions.size()) + ", which count from 0.");
-    bool const isNodal = source.variable.location == ValueLocation_Nodal;
-    std::uint64_t const count = isNodal ? partitions[partition].numNodeSubzones
-                                        : sum(partitions[partition].numCellSubzones);
-    return converse("asking for ranges of " + name, [&] {
-        sendQuery(VAR_SUBZONE_QUERY, source);
-        m_socket.sendString(isNodal ? NODE_SUBZONE_MIN_MAXES : CELL_SUBZONE_MIN_MAXES);
-        m_socket.sendUInt32(partition);
-        return receiveRanges(count);
-    });
 }
 
 // Whole variables, loaded on demand.

@@ -54,14 +54,31 @@ struct PartitionShape
     std::vector<std::int64_t> numCells;
     std::uint32_t numNodeSubzones = 0;
     std::vector<std::uint32_t> numCellSubzones;
+
+    /// Over all sections.
+    std::uint64_t numSubzones(ValueLocation_e kind) const;
 };
 
 struct ZoneShape
 {
     std::vector<PartitionShape> partitions;
-    std::uint64_t numNodeSubzones() const;
-    std::uint64_t numCellSubzones() const;
+    std::uint64_t numSubzones(ValueLocation_e kind) const;
+    std::uint64_t numNodeSubzones() const { return numSubzones(ValueLocation_Nodal); }
+    std::uint64_t numCellSubzones() const { return numSubzones(ValueLocation_CellCentered); }
+    /// 0 for a partition or a section that doesn't exist.
+    std::uint32_t numSubzones(ValueLocation_e kind, std::uint32_t partition,
+                              std::uint32_t section) const;
 };
+
+/// A value of a variable that a search looks for.
+struct WantedValue
+{
+    int var;
+    double value;
+};
+
+/// Along which the nodes and cells of an ordered zone are counted.
+enum class Axis : std::int32_t { I, J, K };
 
 /// How far a long action has come; total is 0 where nobody knows.
 struct Progress
@@ -121,8 +138,13 @@ public:
     Values values(int zone, int var);
     /// The face neighbours that the loader's user gave a zone, loaded on demand.
     std::vector<FaceNeighbors> faceNeighbors(int zone);
-    /// Ranges of a variable's partitions, and of the node or cell subzones of one of them.
+    /// Ranges of a variable in the partitions, of the values in each.
     std::vector<Range> partitionRanges(int zone, int var);
+    /// Ranges of a variable in the node or cell subzones of a partition, section after section. Those
+    /// of the kind at which the values stand are the ranges of the subzones' own values; the others
+    /// reach to the nodes of the cells, or to the cells at the nodes.
+    std::vector<Range> subzoneRanges(int zone, int var, std::uint32_t partition,
+                                     ValueLocation_e kind);
     std::vector<Range> subzoneRanges(int zone, int var, std::uint32_t partition);
 
     /// Makes a variable of a zone that is calculated from others by a formula (formula/Formula.h),
@@ -130,6 +152,25 @@ public:
     /// nodes or at cells; without any other, at nodes. Returns its number; no other zone has it.
     int createCalcVar(int zone, std::string const& name, std::string const& formula,
                       FieldDataType_e type = FieldDataType_Double);
+
+    /// Whether the server knows a variable of the data set in a zone.
+    bool hasVariable(int zone, int var);
+    /// The node or cell subzones that may hold all of these values: in which each lies in the range
+    /// of its variable. Without values these are all subzones. In the order of partition, section
+    /// and number.
+    std::vector<SubzoneAddress> subzonesThatMayHold(int zone,
+                                                    std::vector<WantedValue> const& wanted,
+                                                    ValueLocation_e kind);
+    /// The subzones of an ordered zone through which a plane of nodes or cells goes, on which the
+    /// index along an axis is constant. Indices count from 0.
+    std::vector<SubzoneAddress> subzonesOfPlane(int zone, Axis axis, std::int64_t index,
+                                                ValueLocation_e kind);
+    /// The same of a line along an axis. first and second: the indices along the other axes.
+    std::vector<SubzoneAddress> subzonesOfLine(int zone, Axis along, std::int64_t first,
+                                               std::int64_t second, ValueLocation_e kind);
+    /// Makes another zone with the nodes, cells and variables of a zone, and gives its number. It can
+    /// get calculated variables of its own.
+    int duplicateZone(int zone);
 
     /// Ends the session politely. Nothing else may follow.
     void close();
@@ -163,6 +204,10 @@ private:
     void checkOut(Source const& source, std::vector<SubzoneAddress> const& batch,
                   SubzoneSink const& sink);
     std::vector<Range> receiveRanges(std::uint64_t count);
+    void sendZoneQuery(std::string const& service, Zone const& zone, std::string const& method);
+    std::vector<SubzoneAddress> receiveSubzones(ZoneShape const& shape, ValueLocation_e kind);
+    Zone const& orderedZoneOf(int number) const;
+    static void requireIndex(Zone const& zone, Axis axis, std::int64_t index, ValueLocation_e kind);
     void sendForZone(std::string const& command, int zone);
     void loadFieldData(Source const& source, ValueTarget& target);
     void unloadFieldData(Source const& source);
@@ -174,6 +219,7 @@ private:
     std::function<void(Progress const&)> m_report;
     std::function<std::string()> m_serverLog;
     std::map<int, ZoneShape> m_shapes;
+    std::map<int, int> m_duplicates; // a duplicate's number, and its source's
     std::set<std::pair<int, int>> m_setUp; // zone and variable
     Progress m_progress;
     bool m_isBroken = false;
