@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <limits>
 #include <stdexcept>
 #include <utility>
 
@@ -81,6 +83,17 @@ SubzoneLayout layoutOf(ZoneMetadata const& zone, std::uint32_t partition, Items 
     return SubzoneLayout::ofSections(std::move(counts));
 }
 
+}
+
+MinMax joined(std::vector<MinMax> const& ranges)
+{
+    constexpr double INF = std::numeric_limits<double>::infinity();
+    MinMax result{INF, -INF};
+    for (MinMax const& range : ranges) {
+        result.min = std::min(result.min, std::isnan(range.min) ? -INF : range.min);
+        result.max = std::max(result.max, std::isnan(range.max) ? INF : range.max);
+    }
+    return result;
 }
 
 std::int64_t numCellsAlong(std::int64_t nodes)
@@ -322,8 +335,12 @@ ValueArray DataFile::nodeMap(std::uint32_t zoneIndex)
 std::vector<MinMax> DataFile::partitionRanges(std::uint32_t zoneIndex, std::uint32_t var)
 {
     ZoneMetadata const& metadata = zone(zoneIndex);
-    if (metadata.numPartitions < 2)
+    if (metadata.numPartitions < 2 && m_description.isAscii() == 0)
         return {m_headers.zoneMinMaxes[var][zoneIndex]};
+    // In text the range of the zone is rounded to other digits than the values, and may not hold them.
+    if (metadata.numPartitions < 2)
+        return {joined(subzoneRanges(zoneIndex, var, 0,
+                                     isNodal(zoneIndex, var) ? Items::Nodes : Items::Cells))};
     std::vector<MinMax> result;
     FileStreamReader reader(m_path);
     open(reader, m_description);

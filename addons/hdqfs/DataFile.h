@@ -67,7 +67,7 @@ public:
     /// The nodes of the cells of a plain finite-element zone, section after section.
     ValueArray nodeMap(std::uint32_t zone);
 
-    /// Ranges of a variable in an HDQ zone: one for each partition.
+    /// Ranges of a variable in an HDQ zone: one for each partition, of the values in it.
     std::vector<hdqio::MinMax> partitionRanges(std::uint32_t zone, std::uint32_t var);
     /// One for each subzone of a partition, section after section.
     std::vector<hdqio::MinMax> subzoneRanges(std::uint32_t zone, std::uint32_t var,
@@ -94,6 +94,9 @@ private:
     std::set<std::pair<std::uint32_t, std::uint32_t>> m_readPartitions; ///< Zone and partition.
     std::map<std::tuple<std::uint32_t, std::uint32_t, Items>, SubzoneLayout> m_layouts;
 };
+
+/// What all ranges lie in; a bound that is not-a-number bounds nothing. Of none [+infinity, -infinity].
+hdqio::MinMax joined(std::vector<hdqio::MinMax> const& ranges);
 
 /// The product of three sizes; a negative one or an overflow is an error in the file named.
 std::uint64_t itemCount(std::int64_t a, std::int64_t b, std::int64_t c, std::string const& path);

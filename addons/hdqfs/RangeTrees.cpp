@@ -37,17 +37,6 @@ RangeTrees::Tree treeOf(MinMax const* ranges, std::uint64_t count)
     return result;
 }
 
-MinMax joined(std::vector<MinMax> const& ranges)
-{
-    MinMax result{INF, -INF};
-    for (MinMax const& each : ranges) {
-        MinMax const range = withoutNotANumber(each);
-        result.min = std::min(result.min, range.min);
-        result.max = std::max(result.max, range.max);
-    }
-    return result;
-}
-
 std::size_t byteCountOf(std::vector<RangeTrees::Tree> const& trees)
 {
     std::size_t result = 0;

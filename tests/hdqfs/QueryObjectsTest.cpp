@@ -4,11 +4,14 @@
 #include "tests/hdqfs/RecordingEngine.h"
 #include "tests/hdqfs/Registered.h"
 #include "tests/hdqfs/Samples.h"
+#include "tests/hdqfs/TemporaryFile.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 #include <functional>
+#include <sstream>
 
 namespace varnox::hdqfsloader {
 namespace {
@@ -134,6 +137,30 @@ TEST(QueryObjects, RangesOfAWholeZoneAreOnePair)
     double max = 0;
     variable.cellCentered->minMax(min, max);
     EXPECT_EQ(ranges, (std::vector<double>{min, max}));
+}
+
+TEST(QueryObjects, RangeOfAWholeZoneInTextHoldsItsValues)
+{
+    // The header of a text file can have other digits of a range than its values and the ranges of
+    // their subzones have: one rounded up, the other down. Here the header's are one less.
+    std::ifstream const original(sample("tjunction_ascii_t05"), std::ios::binary);
+    std::ostringstream contents;
+    contents << original.rdbuf();
+    std::string text = contents.str();
+    std::string const largest = "1.8592525e+01"; // in the header first
+    ASSERT_NE(text.find(largest), std::string::npos);
+    text.replace(text.find(largest), largest.size(), "1.8592524e+01");
+    tests::TemporaryFile const file(text);
+    Registered objects({sample("tjunction_ascii_grid"), file.path()});
+    auto const& pressure = objects.registration.variables.at({0, 6});
+    double min = 0;
+    double max = 0;
+    pressure.nodal->minMax(min, max);
+    EXPECT_FLOAT_EQ(static_cast<float>(max), 18.592524F);
+    EXPECT_LT(max, 18.592525);
+    auto const zone =
+        arrayOf([&](RawArray<double>& out) { pressure.subzones->partitionMinMaxes(out); });
+    EXPECT_EQ(zone, (std::vector<double>{-9.9038896560668945, 18.592525482177734}));
 }
 
 TEST(QueryObjects, SharedVariablesHaveNoObjectsOfTheirOwn)

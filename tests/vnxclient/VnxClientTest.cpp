@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -130,6 +131,17 @@ std::vector<std::string> const wrongUsages[] = {
     {"calc", "a", "--zone", "1", "--formula", "u", "--raw"},
     {"calc", "a", "--zone", "1", "--formula", "u", "--subzones", "1", "--all"},
     {"calc", "a", "--zone", "1", "--formula", "u", "--on-demand"},
+    {"range", "a", "--zone", "1"},
+    {"range", "a", "--zone", "1", "--var", "1", "--partitions", "--subzones", "0"},
+    {"range", "a", "--zone", "1", "--var", "1", "--of", "faces"},
+    {"find", "a", "--zone", "1"},
+    {"find", "a", "--zone", "1", "--value", "p"},
+    {"find", "a", "--zone", "1", "--value", "=1"},
+    {"find", "a", "--zone", "1", "--value", "p="},
+    {"find", "a", "--zone", "1", "--value", "p=1x"},
+    {"plane", "a", "--zone", "1"},
+    {"plane", "a", "--zone", "1", "--i", "1", "--j", "1", "--k", "1"},
+    {"plane", "a", "--zone", "1", "--i", "x"},
     {"types", "--connect", "nowhere"},
     {"types", "--connect", "tcp:host"},
     {"types", "--connect", "unix:/x", "--addon", "a.so"},
@@ -290,6 +302,98 @@ TEST_F(VnxClient, ReadsTheSameValuesOnEveryRoad)
     EXPECT_EQ(numbersIn(one)[256], bySubzones[0]);
 }
 
+// Ranges and searches.
+
+TEST_F(VnxClient, TellsRanges)
+{
+    std::vector<std::string> const box{DATA + "tankbox_partitions.hdqfs", "--zone", "1", "--var",
+                                       "X"};
+    auto const range = [&](std::vector<std::string> const& options) {
+        std::vector<std::string> arguments{"range"};
+        arguments.insert(arguments.end(), box.begin(), box.end());
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        Result const result = run(arguments);
+        EXPECT_EQ(result.status, 0) << result.error;
+        return result.output;
+    };
+    EXPECT_EQ(range({}), "variable 4 'X' of zone 1 'box': 5e-07 to 0.9999995\n");
+    EXPECT_EQ(json::parse(range({"--json"})).at("range").size(), 2U);
+    EXPECT_THAT(range({"--partitions"}),
+                StartsWith("# ranges of variable 4 'X' of zone 1 'box' in its partitions\n"
+                           "0: 5e-07 to 0.4871795\n1: 0.5128205 to 0.9999995\n"));
+    json const partitions = json::parse(range({"--partitions", "--json"}));
+    ASSERT_EQ(partitions.at("partitions").size(), 8U);
+    EXPECT_FLOAT_EQ(partitions.at("partitions")[1][0].get<float>(), 0.5128205F);
+    EXPECT_THAT(range({"--subzones", "1"}),
+                StartsWith("# ranges of variable 4 'X' of zone 1 'box' in the node subzones of "
+                           "partition 1\n1/0: 0.5128205 to "));
+    json const cells = json::parse(range({"--subzones", "1", "--of", "cells", "--json"}));
+    EXPECT_EQ(cells.at("of"), "cells");
+    EXPECT_EQ(cells.at("variableName"), "X");
+    EXPECT_EQ(cells.at("subzones")[0].at("partition"), 1);
+    EXPECT_EQ(cells.at("subzones")[0].at("subzone"), 0);
+    EXPECT_EQ(cells.at("subzones")[0].at("range").size(), 2U);
+}
+
+TEST_F(VnxClient, FindsByValueWhatItsValuesShow)
+{
+    std::vector<std::string> const files{DATA + "tjunction_grid.hdqfs",
+                                         DATA + "tjunction_t05.hdqfs"};
+    Result const text = run({"find", files[0], files[1], "--zone", "1", "--value", "p=3",
+                             "--value", "8=0.5"});
+    ASSERT_EQ(text.status, 0) << text.error;
+    EXPECT_THAT(text.output, StartsWith("# 7 of 22 node subzones of zone 1 'internal' may hold "
+                                        "p = 3, k = 0.5\n7\n9\n"));
+    Result const result = run({"find", files[0], files[1], "--zone", "1", "--value", "p=3",
+                               "--value", "8=0.5", "--json"});
+    ASSERT_EQ(result.status, 0) << result.error;
+    json const found = json::parse(result.output);
+    EXPECT_EQ(found.at("of"), "nodes");
+    EXPECT_EQ(found.at("totalSubzones"), 22);
+    EXPECT_EQ(found.at("values")[1].at("variableName"), "k");
+    EXPECT_EQ(found.at("values")[1].at("value"), 0.5);
+
+    json const p = json::parse(
+        run({"values", files[0], files[1], "--zone", "1", "--var", "p", "--json"}).output);
+    json const k = json::parse(
+        run({"values", files[0], files[1], "--zone", "1", "--var", "k", "--json"}).output);
+    json expected = json::array();
+    for (std::size_t s = 0; s < p.at("subzones").size(); ++s) {
+        auto const holds = [&](json const& values, double value) {
+            auto const all = values.at("subzones")[s].at("values").get<std::vector<double>>();
+            auto const [low, high] = std::minmax_element(all.begin(), all.end());
+            return *low <= value && value <= *high;
+        };
+        if (holds(p, 3) && holds(k, 0.5))
+            expected.push_back({{"partition", 0}, {"section", 0}, {"subzone", s}});
+    }
+    EXPECT_EQ(found.at("subzones"), expected);
+    // By cells, of a variable at nodes.
+    EXPECT_THAT(run({"find", files[0], files[1], "--zone", "1", "--value", "p=3", "--of", "cells"})
+                    .output,
+                HasSubstr(" of 16 cell subzones "));
+    EXPECT_THAT(run({"find", files[0], files[1], "--zone", "1", "--value", "p_cell=3"}).output,
+                HasSubstr(" of 16 cell subzones "));
+}
+
+TEST_F(VnxClient, FindsPlanesAndLines)
+{
+    std::string const file = DATA + "tankbox_partitions.hdqfs";
+    Result const plane = run({"plane", file, "--zone", "box", "--i", "20"});
+    ASSERT_EQ(plane.status, 0) << plane.error;
+    EXPECT_THAT(plane.output, StartsWith("# 36 of 288 node subzones of zone 1 'box' are on the "
+                                         "plane i = 20\n1/0\n1/4\n"));
+    Result const line =
+        run({"plane", file, "--zone", "1", "--i", "20", "--k", "3", "--of", "cells", "--json"});
+    ASSERT_EQ(line.status, 0) << line.error;
+    json const report = json::parse(line.output);
+    EXPECT_EQ(report.at("i"), 20);
+    EXPECT_EQ(report.at("k"), 3);
+    EXPECT_EQ(report.at("of"), "cells");
+    EXPECT_EQ(report.at("subzones").size(), 6U);
+    EXPECT_EQ(report.at("subzones")[3], (json{{"partition", 3}, {"section", 0}, {"subzone", 0}}));
+}
+
 struct Failing
 {
     char const* name;
@@ -323,6 +427,18 @@ Failing const failures[] = {
     {"MistakeInAFormula",
      {"calc", BOX, "--zone", "1", "--formula", "X + Nobody"},
      "The formula can't be read. Column 5: There is no variable 'Nobody'.\nX + Nobody\n    ^\n"},
+    {"ValueOfAnUnknownVariable",
+     {"find", BOX, "--zone", "1", "--value", "nothing=1"},
+     "There is no variable 'nothing'."},
+    {"PlaneOutside",
+     {"plane", BOX, "--zone", "1", "--i", "40"},
+     "There is no I = 40 among the nodes of zone 1"},
+    {"PlaneOfFiniteElements",
+     {"plane", DATA + "tjunction_grid.hdqfs", "--zone", "1", "--k", "1"},
+     "Zone 1 has no planes and lines: it is of the type bricks, not ordered."},
+    {"RangesOfNoPartition",
+     {"range", BOX, "--zone", "1", "--var", "1", "--subzones", "8"},
+     "There is no partition 8 in zone 1; it has 8"},
     {"NobodyListens", {"types", "--connect", "unix:/nowhere/socket"}, "Is the server running"},
     {"MissingTokenFile",
      {"types", "--connect", "unix:/x", "--token-file", "/nowhere"},

@@ -5,6 +5,7 @@
 #include "tools/vnxclient/Output.h"
 #include "tools/vnxclient/ProgressBar.h"
 #include "tools/vnxclient/Reports.h"
+#include "tools/vnxclient/Search.h"
 #include "tools/vnxclient/ValueReport.h"
 
 #include <CLI/CLI.hpp>
@@ -37,6 +38,10 @@ struct Options
     bool raw = false;
     CalculationRequest calculation;
     std::string typeName = "double";
+    RangeRequest range;
+    FindRequest find;
+    std::vector<std::string> wantedValues;
+    PlaneRequest plane;
 };
 
 struct Commands
@@ -46,6 +51,9 @@ struct Commands
     CLI::App* info;
     CLI::App* values;
     CLI::App* calculate;
+    CLI::App* range;
+    CLI::App* find;
+    CLI::App* plane;
 };
 
 /// Which values are wanted, and where they go. Returns the option of the subzones.
@@ -58,6 +66,58 @@ CLI::Option* describeOutput(CLI::App& command, Options& options)
     auto* const output = command.add_option("--output", options.outputPath, "write to this file");
     command.add_flag("--raw", options.raw, "write the values' bytes, little-endian")->needs(output);
     return subzones;
+}
+
+void addFiles(CLI::App& command, Options& options)
+{
+    command.add_option("FILE", options.files, "full file, or grid and solution files")->required();
+}
+
+void addKind(CLI::App& command, std::string& kind, char const* standard)
+{
+    command
+        .add_option("--of", kind,
+                    std::string("subzones of nodes or of cells; else those of ") + standard)
+        ->check(CLI::IsMember({"nodes", "cells"}));
+}
+
+/// The commands that find the few subzones that matter.
+void describeSearches(CLI::App& app, Options& options, Commands& commands)
+{
+    constexpr char const* ZONE = "zone: number from 1 on, or name";
+    commands.range = app.add_subcommand("range", "range of a variable, also by subzones");
+    addFiles(*commands.range, options);
+    commands.range->add_option("--zone", options.range.zone, ZONE)->required();
+    commands.range
+        ->add_option("--var", options.range.variable, "variable: number from 1 on, or name")
+        ->required();
+    auto* const partitions = commands.range->add_flag("--partitions", options.range.byPartition,
+                                                      "range in each partition");
+    auto* const subzones = commands.range->add_option(
+        "--subzones", options.range.partition, "range in each subzone of a partition, from 0 on");
+    partitions->excludes(subzones);
+    addKind(*commands.range, options.range.kind, "what the values stand at");
+
+    commands.find = app.add_subcommand("find", "subzones that may hold values of variables");
+    addFiles(*commands.find, options);
+    commands.find->add_option("--zone", options.find.zone, ZONE)->required();
+    commands.find
+        ->add_option("--value", options.wantedValues,
+                     "VARIABLE=VALUE, the variable by number or name; all that are given must lie "
+                     "in the ranges of a subzone")
+        ->required()
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    addKind(*commands.find, options.find.kind, "what the first variable's values stand at");
+
+    commands.plane = app.add_subcommand(
+        "plane", "subzones of an ordered zone on a plane, or with two indices on a line");
+    addFiles(*commands.plane, options);
+    commands.plane->add_option("--zone", options.plane.zone, ZONE)->required();
+    commands.plane->add_option("--i", options.plane.i, "index along I, from 0 on");
+    commands.plane->add_option("--j", options.plane.j, "index along J, from 0 on");
+    commands.plane->add_option("--k", options.plane.k, "index along K, from 0 on");
+    addKind(*commands.plane, options.plane.kind, "nodes");
 }
 
 Commands describe(CLI::App& app, Options& options)
@@ -113,10 +173,11 @@ Commands describe(CLI::App& app, Options& options)
     calculate.add_option("--type", options.typeName, "of the result; double if it isn't told")
         ->check(CLI::IsMember({"float", "double", "int32", "int16", "byte"}));
     describeOutput(calculate, options);
+    describeSearches(app, options, commands);
     return commands;
 }
 
-void complete(Options& options)
+void complete(Commands const& commands, Options& options)
 {
     if (options.raw && options.asJson)
         throw WrongUsage("--raw and --json exclude each other.");
@@ -133,6 +194,10 @@ void complete(Options& options)
             throw WrongUsage(std::string("--subzones: ") + error.what());
         }
     }
+    for (std::string const& text : options.wantedValues)
+        options.find.values.push_back(parseWantedValue(text));
+    if (commands.plane->parsed())
+        requireOneOrTwoIndices(options.plane);
 }
 
 void run(Commands const& commands, Options const& options, ProgressBar& bar)
@@ -162,6 +227,12 @@ void run(Commands const& commands, Options const& options, ProgressBar& bar)
         open();
         if (commands.info->parsed())
             reportInfo(engine, options.asJson, *output);
+        else if (commands.range->parsed())
+            reportRange(engine, options.range, options.asJson, *output);
+        else if (commands.find->parsed())
+            reportFound(engine, options.find, options.asJson, *output);
+        else if (commands.plane->parsed())
+            reportPlane(engine, options.plane, options.asJson, *output);
         else
             reportValues(engine, values, *output);
     }
@@ -180,7 +251,7 @@ int guardedRun(Commands const& commands, Options& options)
 {
     ProgressBar bar;
     try {
-        complete(options);
+        complete(commands, options);
         run(commands, options, bar);
         return SUCCESS;
     } catch (ReaderGone const&) {

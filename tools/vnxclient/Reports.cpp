@@ -142,20 +142,12 @@ std::string textOf(ZoneShape const& shape)
            std::to_string(shape.numCellSubzones()) + "\n";
 }
 
-/// A float's range travels as doubles and shows as what it was.
-std::string bound(ZoneVariable const& variable, double number)
-{
-    auto const asFloat = static_cast<float>(number);
-    bool const isFloat = variable.type == FieldDataType_Float && double{asFloat} == number;
-    return isFloat ? shown(asFloat) : shown(number);
-}
-
 std::string valuesOf(ZoneVariable const& variable)
 {
     if (variable.isPassive)
         return "passive";
-    std::string text = variable.range ? bound(variable, variable.range->min) + " to " +
-                                            bound(variable, variable.range->max)
+    std::string text = variable.range ? shownBound(variable, variable.range->min) + " to " +
+                                            shownBound(variable, variable.range->max)
                                       : "";
     if (variable.shareZone != 0)
         text += (text.empty() ? "" : ", ") + std::string("shared from zone ") +
@@ -204,6 +196,13 @@ json jsonOf(Engine& engine)
 std::string dumped(json const& value)
 {
     return value.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+std::string shownBound(ZoneVariable const& variable, double bound)
+{
+    auto const asFloat = static_cast<float>(bound);
+    bool const isFloat = variable.type == FieldDataType_Float && double{asFloat} == bound;
+    return isFloat ? shown(asFloat) : shown(bound);
 }
 
 void reportTypes(client::FileTypes const& types, bool asJson, Output& output)
