@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/ArgList.h"
+#include "client/Cells.h"
 #include "client/DataSet.h"
 #include "client/DataSetBuilder.h"
 #include "client/EngineSocket.h"
@@ -97,6 +98,7 @@ class Engine
 {
 public:
     using SubzoneSink = std::function<void(SubzoneAddress, Values const&)>;
+    using CellSink = std::function<void(CellSubzone const&)>;
 
     static constexpr std::chrono::milliseconds GREETING_TIMEOUT{10'000};
 
@@ -153,6 +155,17 @@ public:
     int createCalcVar(int zone, std::string const& name, std::string const& formula,
                       FieldDataType_e type = FieldDataType_Double);
 
+    /// The cells of some cell subzones, in the order asked for. Unlike values they have arrived when
+    /// the sink gets them, so it may go on asking.
+    void cells(int zone, std::vector<SubzoneAddress> const& wanted, CellSink const& sink);
+    /// All cells, subzone after subzone, in the order of partition, section and number.
+    void allCells(int zone, CellSink const& sink);
+    /// The cell subzones at the nodes of some node subzones.
+    std::vector<NodeSubzone> nodeSubzones(int zone, std::vector<SubzoneAddress> const& wanted);
+    /// All node or cell subzones of a zone with queries, in the order of partition, section and
+    /// number.
+    std::vector<SubzoneAddress> subzonesOf(int zone, ValueLocation_e kind);
+
     /// Whether the server knows a variable of the data set in a zone.
     bool hasVariable(int zone, int var);
     /// The node or cell subzones that may hold all of these values: in which each lies in the range
@@ -206,6 +219,12 @@ private:
     std::vector<Range> receiveRanges(std::uint64_t count);
     void sendZoneQuery(std::string const& service, Zone const& zone, std::string const& method);
     std::vector<SubzoneAddress> receiveSubzones(ZoneShape const& shape, ValueLocation_e kind);
+    Zone const& zoneWithCells(int number) const;
+    void sendCellQuery(Zone const& zone, std::string const& method,
+                       std::vector<SubzoneAddress> const& subzones);
+    CellSubzone receiveOrderedCells(Zone const& zone, SubzoneAddress address);
+    std::vector<CellSubzone> checkOutCells(Zone const& zone,
+                                           std::vector<SubzoneAddress> const& batch);
     Zone const& orderedZoneOf(int number) const;
     static void requireIndex(Zone const& zone, Axis axis, std::int64_t index, ValueLocation_e kind);
     void sendForZone(std::string const& command, int zone);
