@@ -1,6 +1,7 @@
 // vnxclient: plays the engine from the command line.
 
 #include "client/Errors.h"
+#include "tools/vnxclient/CellReport.h"
 #include "tools/vnxclient/Connection.h"
 #include "tools/vnxclient/Output.h"
 #include "tools/vnxclient/ProgressBar.h"
@@ -32,6 +33,7 @@ struct Options
     std::string directory;
     std::vector<std::string> files;
     ValueRequest values;
+    CellRequest cells;
     std::string subzones;
     bool all = false;
     std::string outputPath;
@@ -54,15 +56,22 @@ struct Commands
     CLI::App* range;
     CLI::App* find;
     CLI::App* plane;
+    CLI::App* cells;
 };
 
-/// Which values are wanted, and where they go. Returns the option of the subzones.
-CLI::Option* describeOutput(CLI::App& command, Options& options)
+CLI::Option* describeSubzones(CLI::App& command, Options& options)
 {
     auto* const subzones = command.add_option(
         "--subzones", options.subzones,
         "subzones from 0 on: N, N-N, PARTITION/N, PARTITION/SECTION/N, separated by commas");
     subzones->excludes(command.add_flag("--all", options.all, "all subzones (the default)"));
+    return subzones;
+}
+
+/// Which values are wanted, and where they go. Returns the option of the subzones.
+CLI::Option* describeOutput(CLI::App& command, Options& options)
+{
+    CLI::Option* const subzones = describeSubzones(command, options);
     auto* const output = command.add_option("--output", options.outputPath, "write to this file");
     command.add_flag("--raw", options.raw, "write the values' bytes, little-endian")->needs(output);
     return subzones;
@@ -120,6 +129,20 @@ void describeSearches(CLI::App& app, Options& options, Commands& commands)
     addKind(*commands.plane, options.plane.kind, "nodes");
 }
 
+void describeCells(CLI::App& app, Options& options, Commands& commands)
+{
+    commands.cells = app.add_subcommand("cells", "cells of a zone by subzones, with their nodes");
+    CLI::App& cells = *commands.cells;
+    addFiles(cells, options);
+    cells.add_option("--zone", options.cells.zone, "zone: number from 1 on, or name")->required();
+    describeSubzones(cells, options);
+    cells.add_flag("--coordinates", options.cells.withCoordinates,
+                   "the nodes' coordinates too, of the variables X, Y, Z");
+    cells.add_option("--coordinates-from", options.cells.coordinates,
+                     "three variables that hold the coordinates, by number or name, with commas");
+    cells.add_option("--output", options.outputPath, "write to this file");
+}
+
 Commands describe(CLI::App& app, Options& options)
 {
     app.set_version_flag("--version", "vnxclient " VNX_VERSION);
@@ -174,6 +197,7 @@ Commands describe(CLI::App& app, Options& options)
         ->check(CLI::IsMember({"float", "double", "int32", "int16", "byte"}));
     describeOutput(calculate, options);
     describeSearches(app, options, commands);
+    describeCells(app, options, commands);
     return commands;
 }
 
@@ -187,9 +211,12 @@ void complete(Commands const& commands, Options& options)
     for (int type = FieldDataType_Float; type <= FieldDataType_Byte; ++type)
         if (client::nameOf(static_cast<FieldDataType_e>(type)) == options.typeName)
             options.calculation.type = static_cast<FieldDataType_e>(type);
+    if (!options.cells.coordinates.empty())
+        options.cells.withCoordinates = true;
     if (!options.subzones.empty()) {
         try {
             options.values.subzones = client::parseSubzones(options.subzones);
+            options.cells.subzones = options.values.subzones;
         } catch (std::invalid_argument const& error) {
             throw WrongUsage(std::string("--subzones: ") + error.what());
         }
@@ -233,6 +260,8 @@ void run(Commands const& commands, Options const& options, ProgressBar& bar)
             reportFound(engine, options.find, options.asJson, *output);
         else if (commands.plane->parsed())
             reportPlane(engine, options.plane, options.asJson, *output);
+        else if (commands.cells->parsed())
+            reportCells(engine, options.cells, options.asJson, *output);
         else
             reportValues(engine, values, *output);
     }
