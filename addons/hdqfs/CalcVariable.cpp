@@ -49,7 +49,7 @@ void CalcVariable::addDependencies(ZoneVariable const& variable)
 
 std::string CalcVariable::description() const
 {
-    return "Calculated variable " + std::to_string(m_place.varID);
+    return "The calculated variable with the unique id " + std::to_string(m_place.varID);
 }
 
 std::vector<double> const& CalcVariable::values(SubzoneAddress const& subzone)
@@ -81,10 +81,10 @@ void CalcVariable::log(eqn::EvaluationReport const& report, SubzoneAddress const
     if ((report.numUndefined == 0 && report.numClamped == 0) ||
         !m_logged.insert(subzone.word()).second)
         return;
-    std::string const where = description() + ", partition " +
-                              std::to_string(subzone.partition() + 1) + ", section " +
-                              std::to_string(subzone.section() + 1) + ", subzone " +
-                              std::to_string(subzone.subzoneOffset() + 1) + ": ";
+    std::string const where = description() + ", subzone " +
+                              std::to_string(subzone.subzoneOffset()) + " of section " +
+                              std::to_string(subzone.section()) + " in partition " +
+                              std::to_string(subzone.partition()) + ", counted from 0: ";
     std::string text;
     if (report.numUndefined != 0)
         text = std::to_string(report.numUndefined) + " of " + std::to_string(m_values.size()) +
