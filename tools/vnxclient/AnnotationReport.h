@@ -1,7 +1,7 @@
 #pragma once
 
 #include "client/DataSet.h"
-#include "tools/vnxclient/Output.h"
+#include "tools/support/Output.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "client/Engine.h"
-#include "tools/vnxclient/Output.h"
+#include "tools/support/Output.h"
 
 #include <string>
 #include <vector>

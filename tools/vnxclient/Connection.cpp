@@ -3,13 +3,12 @@
 #include "client/Errors.h"
 #include "socket/Address.h"
 #include "socket/Token.h"
+#include "tools/support/UnfinishedFile.h"
 #include "varnox/socketutil/SocketException.h"
 
-#include <array>
 #include <atomic>
 #include <chrono>
 #include <csignal>
-#include <cstring>
 #include <stdexcept>
 
 #include <unistd.h>
@@ -31,17 +30,13 @@ constexpr std::chrono::milliseconds TIME_TO_END{2000};
 
 // What the signal handler needs.
 std::atomic<pid_t> serverToKill{0};
-std::array<char, 4096> unfinishedFile{};
-std::atomic<bool> hasUnfinishedFile{false};
-static_assert(std::atomic<pid_t>::is_always_lock_free && std::atomic<bool>::is_always_lock_free,
-              "a signal handler takes no lock");
+static_assert(std::atomic<pid_t>::is_always_lock_free, "a signal handler takes no lock");
 
 extern "C" void endWithServer(int signal)
 {
     if (pid_t const server = serverToKill; server != 0)
         ::kill(server, SIGKILL);
-    if (hasUnfinishedFile)
-        ::unlink(unfinishedFile.data());
+    removeUnfinishedFile();
     ::signal(signal, SIG_DFL);
     ::raise(signal); // taken when this handler returns
 }
@@ -111,15 +106,6 @@ void installSignalHandlers()
     sigemptyset(&action.sa_mask);
     for (int const signal : {SIGINT, SIGTERM, SIGHUP})
         ::sigaction(signal, &action, nullptr);
-}
-
-void setUnfinishedFile(std::string const& path)
-{
-    hasUnfinishedFile = false;
-    if (path.empty() || path.size() >= unfinishedFile.size())
-        return;
-    std::memcpy(unfinishedFile.data(), path.c_str(), path.size() + 1);
-    hasUnfinishedFile = true;
 }
 
 Connection::Connection(ConnectionOptions const& options)

@@ -2,19 +2,12 @@
 
 #include "client/Engine.h"
 #include "client/ServerProcess.h"
+#include "tools/support/WrongUsage.h"
 
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 namespace varnox::tools {
-
-/// The command line can't be followed; the text says how it should be.
-class WrongUsage : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
 
 struct ConnectionOptions
 {
@@ -46,8 +39,5 @@ private:
 /// From now on SIGINT, SIGTERM and SIGHUP end this process at once, with the server that it has
 /// started and the file that it is writing.
 void installSignalHandlers();
-
-/// The file to remove when a signal ends this process; empty for none.
-void setUnfinishedFile(std::string const& path);
 
 }

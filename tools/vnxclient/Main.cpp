@@ -3,7 +3,7 @@
 #include "client/Errors.h"
 #include "tools/vnxclient/CellReport.h"
 #include "tools/vnxclient/Connection.h"
-#include "tools/vnxclient/Output.h"
+#include "tools/support/Output.h"
 #include "tools/vnxclient/ProgressBar.h"
 #include "tools/vnxclient/Reports.h"
 #include "tools/vnxclient/Search.h"

@@ -1,7 +1,7 @@
 #include "tools/vnxclient/Numbers.h"
 
 #include "client/Errors.h"
-#include "tools/vnxclient/Output.h"
+#include "tools/support/Output.h"
 
 #include <vector>
 

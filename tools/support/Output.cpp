@@ -1,6 +1,6 @@
-#include "tools/vnxclient/Output.h"
+#include "tools/support/Output.h"
 
-#include "tools/vnxclient/Connection.h"
+#include "tools/support/UnfinishedFile.h"
 
 #include <array>
 #include <cerrno>
