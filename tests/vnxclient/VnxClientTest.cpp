@@ -394,6 +394,46 @@ TEST_F(VnxClient, FindsPlanesAndLines)
     EXPECT_EQ(report.at("subzones")[3], (json{{"partition", 3}, {"section", 0}, {"subzone", 0}}));
 }
 
+TEST_F(VnxClient, CalculatesAFormula)
+{
+    std::string const grid = DATA + "tjunction_grid.hdqfs";
+    std::string const step = DATA + "tjunction_t05.hdqfs";
+    std::vector<std::string> const calc{"calc", grid, step, "--zone", "1", "--formula"};
+    auto const calculated = [&](std::vector<std::string> const& rest) {
+        std::vector<std::string> arguments = calc;
+        arguments.insert(arguments.end(), rest.begin(), rest.end());
+        Result const result = run(arguments);
+        EXPECT_EQ(result.status, 0) << result.error;
+        return result.output;
+    };
+    json const u = json::parse(
+        run({"values", grid, step, "--zone", "1", "--var", "U", "--subzones", "0,3", "--json"})
+            .output);
+    json const twice = json::parse(
+        calculated({"2*U", "--name", "twice", "--type", "float", "--subzones", "0,3", "--json"}));
+    EXPECT_EQ(twice["variableName"], "twice");
+    EXPECT_EQ(twice["variable"], 11);
+    EXPECT_EQ(twice["type"], "float");
+    EXPECT_EQ(twice["location"], "nodal");
+    ASSERT_EQ(twice["subzones"].size(), 2U);
+    for (std::size_t s = 0; s < 2; ++s) {
+        EXPECT_EQ(twice["subzones"][s]["subzone"], u["subzones"][s]["subzone"]);
+        std::vector<double> expected = u["subzones"][s]["values"];
+        for (double& value : expected)
+            value *= 2;
+        EXPECT_EQ(twice["subzones"][s]["values"].get<std::vector<double>>(), expected);
+    }
+
+    std::string const text = calculated({"U"}); // a name that there is can't be the result's
+    EXPECT_THAT(text, StartsWith("# variable 11 '(U)' of zone 1 '"));
+    EXPECT_THAT(text, HasSubstr("': double, nodal\n# subzone 0: 256 values\n"));
+    EXPECT_EQ(numbersIn(text).size(), 5616U);
+
+    std::string const path = inFolder("result.raw");
+    EXPECT_EQ(calculated({"0-p_cell", "--type", "byte", "--output", path, "--raw"}), "");
+    EXPECT_EQ(contentsOf(path).size(), 3875U); // a byte for each cell
+}
+
 struct Failing
 {
     char const* name;
