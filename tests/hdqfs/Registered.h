@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -112,15 +113,6 @@ private:
 using SubzoneAddress = ItemAddress<long>::SubzoneAddress;
 
 /// The words of what a function appends to a growable array of addresses.
-template <typename Fill>
-std::vector<std::uint64_t> wordsOf(Fill&& fill)
-{
-    Growable<SubzoneAddress> result;
-    fill(result.array());
-    std::vector<std::uint64_t> words;
-    for (SubzoneAddress const& address : result.values())
-        words.push_back(address.word());
-    return words;
-}
+std::vector<std::uint64_t> wordsOf(std::function<void(RawArray<SubzoneAddress>&)> const& fill);
 
 }
