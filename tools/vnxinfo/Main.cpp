@@ -1,0 +1,147 @@
+// vnxinfo: looks into HDQFS files, and checks them.
+
+#include "addons/hdqfs/DataFile.h"
+#include "tools/support/Output.h"
+#include "tools/support/WrongUsage.h"
+#include "tools/vnxinfo/Description.h"
+#include "tools/vnxinfo/Numbers.h"
+#include "tools/vnxinfo/RawTags.h"
+#include "tools/vnxinfo/Tree.h"
+#include "tools/vnxinfo/Values.h"
+
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <memory>
+
+namespace {
+
+using namespace varnox::tools;
+using varnox::hdqfsloader::DataFile;
+
+constexpr int SUCCESS = 0;
+constexpr int FAILURE = 1;
+constexpr int WRONG_USAGE = 2;
+constexpr std::size_t MOST_BINS = 10000;
+
+struct Options
+{
+    std::vector<std::string> files;
+    std::string zone;
+    std::string variable;
+    std::string histogram;
+    std::size_t numBins = 20;
+    bool tags = false;
+    bool values = false;
+    bool asJson = false;
+};
+
+void describeUsage(CLI::App& app, Options& options)
+{
+    app.set_version_flag("--version", "vnxinfo " VNX_VERSION);
+    app.add_option("FILE", options.files, "HDQFS files")->required();
+    app.add_flag("--json", options.asJson, "write JSON");
+    app.add_option("--zone", options.zone,
+                   "this zone alone, with the places of its blocks: number from 1 on, or name");
+    auto* const tags =
+        app.add_flag("--tags", options.tags, "the tag lists, with where each value stands");
+    auto* const values = app.add_flag("--values", options.values, "the values of --var in --zone");
+    app.add_option("--var", options.variable, "variable: number from 1 on, or name")->needs(values);
+    auto* const histogram = app.add_option("--histogram", options.histogram,
+                                           "how often which values of this variable occur");
+    app.add_option("--bins", options.numBins, "parts of the histogram's range")
+        ->check(CLI::Range(std::size_t{1}, MOST_BINS))
+        ->needs(histogram);
+    tags->excludes(values)->excludes(histogram);
+    values->excludes(histogram);
+}
+
+void complete(Options const& options)
+{
+    if (options.values && (options.zone.empty() || options.variable.empty()))
+        throw WrongUsage("--values needs --zone and --var.");
+}
+
+/// False if something in the file is damaged.
+bool report(Options const& options, DataFile& file, Output& output)
+{
+    std::optional<std::uint32_t> const zone =
+        options.zone.empty() ? std::nullopt
+                             : std::optional<std::uint32_t>(requiredZone(options.zone, file));
+    if (options.values) {
+        writeValues(file, {*zone, requiredVar(options.variable, file)}, options.asJson, output);
+        return true;
+    }
+    if (!options.histogram.empty()) {
+        writeHistogram(file, requiredVar(options.histogram, file), zone, options.numBins,
+                       options.asJson, output);
+        return true;
+    }
+    Json const description = options.tags ? describeTags(file, zone) : describe(file, zone);
+    if (options.asJson)
+        output.write(textOf(description, 1));
+    else if (options.tags)
+        writeTags(description, output);
+    else
+        writeTree(description, output);
+    return !tellsOfDamage(description);
+}
+
+/// Several files are a list in JSON; each is named at the head of its part.
+bool reportAll(Options const& options)
+{
+    Output output;
+    bool isSound = true;
+    bool const isList = options.asJson && options.files.size() > 1;
+    for (std::size_t i = 0; i < options.files.size(); ++i) {
+        DataFile file(options.files[i]);
+        if (options.asJson)
+            output.write(i != 0 ? "," : isList ? "[" : "");
+        isSound = report(options, file, output) && isSound;
+    }
+    if (options.asJson)
+        output.write(isList ? "]\n" : "\n");
+    output.finish();
+    return isSound;
+}
+
+int complain(std::exception const& error, int status)
+{
+    std::fprintf(stderr, "vnxinfo: %s\n", error.what());
+    return status;
+}
+
+int guardedRun(Options const& options)
+{
+    try {
+        complete(options);
+        return reportAll(options) ? SUCCESS : FAILURE;
+    } catch (ReaderGone const&) {
+        return SUCCESS;
+    } catch (WrongUsage const& error) {
+        complain(error, WRONG_USAGE);
+        std::fputs("Run vnxinfo --help for its usage.\n", stderr);
+        return WRONG_USAGE;
+    } catch (std::exception const& error) {
+        return complain(error, FAILURE);
+    }
+}
+
+}
+
+int main(int argc, char** argv)
+{
+    std::signal(SIGPIPE, SIG_IGN); // a reader that has gone shows as an error of its write
+    Options options;
+    CLI::App app{"Looks into HDQFS files: what they hold, where it stands, and whether it is sound."};
+    describeUsage(app, options);
+    try {
+        app.parse(argc, argv);
+    } catch (CLI::ParseError const& error) {
+        return app.exit(error, std::cout, std::cerr) == 0 ? SUCCESS : WRONG_USAGE;
+    }
+    return guardedRun(options);
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "filedata/FileStreamReader.h"
+#include "tools/support/Output.h"
+#include "tools/vnxinfo/Description.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace varnox::tools {
+
+/// One entry of a tag list as it stands in the file.
+struct RawTag
+{
+    std::uint16_t number;
+    std::string name;      ///< Empty for a tag that nobody knows.
+    std::uint64_t value;
+    std::uint64_t valueLoc; ///< Where the value stands; in text the word before it.
+};
+
+enum class TagOwner { DataSet, Zone, Partition };
+
+/// Reads the tag list at which the stream stands, unknown tags and repeated ones included. Throws
+/// std::runtime_error.
+std::vector<RawTag> readRawTags(hdqio::FileStreamReader& reader, TagOwner owner);
+
+/// The tag lists of a file: of the data set, of each zone, or of one, and of its partitions. A list
+/// that can't be read has an "error" in its place.
+Json describeTags(hdqfsloader::DataFile& file, std::optional<std::uint32_t> onlyZone);
+
+/// Writes what describeTags() gave, a line a tag.
+void writeTags(Json const& file, Output& output);
+
+}
