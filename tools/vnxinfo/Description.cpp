@@ -240,7 +240,7 @@ Json jsonOf(double number)
     return std::isnan(number) ? "NaN" : number > 0 ? "Infinity" : "-Infinity";
 }
 
-std::string textOf(Json const& json, int indent)
+std::string serialized(Json const& json, int indent)
 {
     return json.dump(indent, ' ', false, Json::error_handler_t::replace);
 }

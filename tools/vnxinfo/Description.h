@@ -20,7 +20,7 @@ Json describe(hdqfsloader::DataFile& file, std::optional<std::uint32_t> onlyZone
 Json jsonOf(double number);
 
 /// As text. Of a string of the file, bytes that are no UTF-8 become the replacement character.
-std::string textOf(Json const& json, int indent = -1);
+std::string serialized(Json const& json, int indent = -1);
 
 /// Whether an "error" stands anywhere in a description.
 bool tellsOfDamage(Json const& description);

@@ -82,7 +82,7 @@ bool report(Options const& options, DataFile& file, Output& output)
     }
     Json const description = options.tags ? describeTags(file, zone) : describe(file, zone);
     if (options.asJson)
-        output.write(textOf(description, 1));
+        output.write(serialized(description, 1));
     else if (options.tags)
         writeTags(description, output);
     else

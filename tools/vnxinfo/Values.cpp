@@ -173,7 +173,7 @@ void writeValues(DataFile& file, ValuesOf const& wanted, bool asJson, Output& ou
                      {"variable", wanted.var + 1},
                      {"name", file.headers().varNames[wanted.var]},
                      {"passive", isPassive}};
-        std::string text = textOf(head);
+        std::string text = serialized(head);
         text.pop_back();
         output.write(text + ",\"partitions\":[");
     } else if (isPassive) {
@@ -219,7 +219,7 @@ void writeHistogram(DataFile& file, std::uint32_t var, std::optional<std::uint32
     if (asJson) {
         Json result = {{"file", file.path()}, {"variable", var + 1}, {"name", name}};
         result.update(histogramOf(bins, summary));
-        output.write(textOf(result));
+        output.write(serialized(result));
         return;
     }
     output.write(shown(file.path()) + "\n'" + shown(name) + "': " +
