@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <functional>
@@ -278,6 +279,49 @@ TEST_F(CalculatedValues, OfEachZoneAreItsOwn)
                  client::Error);
     engine->close();
     EXPECT_TRUE(server->waitFor(std::chrono::milliseconds(5000)));
+}
+
+TEST_F(CalculatedValues, GoWithDuplicatesAndGrowInThem)
+{
+    load(JUNCTION);
+    int const before = engine->createCalcVar(1, "before", "2*U");
+    int const copy = engine->duplicateZone(1);
+    EXPECT_EQ(valuesOf(copy, before), valuesOf(1, before));
+    int const ofCopy = engine->createCalcVar(copy, "of the copy", "before + U");
+    int const ofSource = engine->createCalcVar(1, "of the source", "before * 3");
+    EXPECT_EQ(ofSource, ofCopy + 1);
+    auto const u = valuesOf(1, numberOf("U"));
+    for (auto const& [address, values] : valuesOf(copy, ofCopy))
+        for (std::size_t i = 0; i < values.size(); ++i)
+            ASSERT_EQ(values[i], 2 * u.at(address)[i] + u.at(address)[i]);
+    for (auto const& [address, values] : valuesOf(1, ofSource))
+        for (std::size_t i = 0; i < values.size(); ++i)
+            ASSERT_EQ(values[i], 2 * u.at(address)[i] * 3);
+    EXPECT_THROW(engine->createCalcVar(1, "x", "{of the copy}"), client::Error);
+    EXPECT_THROW(engine->createCalcVar(copy, "x", "{of the source}"), client::Error);
+}
+
+TEST_F(CalculatedValues, AreFoundByValue)
+{
+    load(BOX);
+    int const var = engine->createCalcVar(1, "result", "X^2 + Y*Z");
+    auto const values = valuesOf(1, var);
+    for (double const wanted : {0.0001, 0.25, 0.9, 1.7}) {
+        std::size_t numHolding = 0;
+        auto const found = engine->subzonesThatMayHold(1, {{var, wanted}}, ValueLocation_Nodal);
+        std::vector<std::string> names;
+        for (SubzoneAddress const address : found)
+            names.push_back(textOf(address));
+        for (auto const& [address, ofSubzone] : values) {
+            auto const [low, high] = std::minmax_element(ofSubzone.begin(), ofSubzone.end());
+            if (wanted < *low || wanted > *high)
+                continue;
+            ++numHolding;
+            EXPECT_THAT(names, testing::Contains(address)) << wanted;
+        }
+        EXPECT_GT(numHolding, 0U) << wanted;
+        EXPECT_LT(found.size(), values.size()) << wanted;
+    }
 }
 
 TEST_F(CalculatedValues, RangesOfSubzonesHoldThem)
