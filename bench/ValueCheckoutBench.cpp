@@ -2,6 +2,7 @@
 // another, against a bare socket between two processes that moves the same bytes in the same
 // messages.
 
+#include "bench/BareSocket.h"
 #include "bench/OtherProcess.h"
 #include "client/EngineSocket.h"
 #include "command/CommandLoop.h"
@@ -105,39 +106,6 @@ std::vector<unsigned long> addresses(std::size_t count)
     return result;
 }
 
-void sendAll(int descriptor, char const* bytes, std::size_t size)
-{
-    while (size > 0) {
-        ssize_t const sent = ::send(descriptor, bytes, size, MSG_NOSIGNAL);
-        if (sent <= 0)
-            throw std::runtime_error("send failed");
-        bytes += sent;
-        size -= static_cast<std::size_t>(sent);
-    }
-}
-
-void receiveAll(int descriptor, char* bytes, std::size_t size)
-{
-    while (size > 0) {
-        ssize_t const received = ::recv(descriptor, bytes, size, 0);
-        if (received <= 0)
-            throw std::runtime_error("receive failed");
-        bytes += received;
-        size -= static_cast<std::size_t>(received);
-    }
-}
-
-/// Answers every request of one size with the same bytes, until the peer hangs up.
-void answerBytes(int descriptor, std::size_t requestSize, std::size_t answerSize)
-{
-    std::vector<char> request(requestSize);
-    std::vector<char> const answer(answerSize, 'x');
-    for (;;) {
-        receiveAll(descriptor, request.data(), request.size());
-        sendAll(descriptor, answer.data(), answer.size());
-    }
-}
-
 /// The argument is the number of subzones in a query.
 template <typename T>
 void valueCheckout(benchmark::State& state)
@@ -157,7 +125,7 @@ void valueCheckout(benchmark::State& state)
     std::size_t const answerSize = numSubzones * (8 + ITEMS * sizeof(T));
 
     bench::OtherProcess bare(
-        [=](int descriptor) { answerBytes(descriptor, requestSize, answerSize); });
+        [=](int descriptor) { bench::answerBytes(descriptor, requestSize, answerSize); });
     std::vector<char> const bareRequest(requestSize, 'x');
     std::vector<char> bareAnswer(answerSize);
 
@@ -174,8 +142,8 @@ void valueCheckout(benchmark::State& state)
             socket.receiveVector(ITEMS, ofSubzone);
     };
     auto const exchange = [&] {
-        sendAll(bare.descriptor(), bareRequest.data(), bareRequest.size());
-        receiveAll(bare.descriptor(), bareAnswer.data(), bareAnswer.size());
+        bench::sendAll(bare.descriptor(), bareRequest.data(), bareRequest.size());
+        bench::receiveAll(bare.descriptor(), bareAnswer.data(), bareAnswer.size());
     };
     query();
     exchange();
