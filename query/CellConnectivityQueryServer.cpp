@@ -94,8 +94,7 @@ public:
                                     std::to_string(nodeCount) + " nodes for a subzone of zone " +
                                     std::to_string(zone) + "; at most 256 of 125 are possible.");
 
-        std::vector<Address> nodes;
-        nodes.reserve(size * nodeCount);
+        references.reset(size * nodeCount);
         OwnedArray<Address> cell;
         for (unsigned short c = 0; c < size; ++c) {
             cell.view().size = 0;
@@ -105,9 +104,9 @@ public:
             // Test: CellConnectivityQueryServer.FewerNodeAddressesLeaveOldContents
             if (cell.view().capacity < nodeCount)
                 reserveInitialised(cell.view(), nodeCount);
-            nodes.insert(nodes.end(), cell.view().data, cell.view().data + nodeCount);
+            references.add(cell.view().data, nodeCount);
         }
-        hdqlib::SubzoneCellConnectivity(size, corners, nodeCount, faces, nodes).addToCache(cache);
+        hdqlib::addCells(size, corners, nodeCount, faces, references, cache);
     }
 
     /// Room for n elements, the new ones zero: what stands in them goes to the client.
@@ -216,6 +215,7 @@ public:
     SocketInterface& socket;
     int zone;
     MethodTable<Impl> methods;
+    hdqlib::NodeReferences references; // kept for its memory alone
 };
 
 CellConnectivityQueryServer::CellConnectivityQueryServer(

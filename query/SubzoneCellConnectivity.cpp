@@ -5,6 +5,7 @@
 #include "varnox/socketutil/WriteCache.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace varnox::hdqlib {
 
@@ -12,26 +13,14 @@ SubzoneCellConnectivity::SubzoneCellConnectivity(unsigned short size, unsigned l
                                                  unsigned long nodeCount, unsigned long faceCount,
                                                  std::vector<Address> const& nodes)
     : m_size(size), m_cornerNodeCount(cornerNodeCount), m_nodeCount(nodeCount),
-      m_faceCount(faceCount)
+      m_faceCount(faceCount), m_nodeSubzoneIndices(nodes.size()), m_nodeItemOffsets(nodes.size())
 {
-    m_referencedSubzones.reserve(nodes.size());
-    for (Address const& node : nodes)
-        m_referencedSubzones.push_back(node.subzoneAddress());
-    std::sort(m_referencedSubzones.begin(), m_referencedSubzones.end());
-    m_referencedSubzones.erase(
-        std::unique(m_referencedSubzones.begin(), m_referencedSubzones.end()),
-        m_referencedSubzones.end());
-
-    m_nodeSubzoneIndices.reserve(nodes.size());
-    m_nodeItemOffsets.reserve(nodes.size());
-    for (Address const& node : nodes) {
-        auto const found = std::lower_bound(m_referencedSubzones.begin(),
-                                            m_referencedSubzones.end(), node.subzoneAddress());
-        // 16 bits: with more than 65,536 subzones the index wraps without a report.
-        m_nodeSubzoneIndices.push_back(
-            static_cast<std::uint16_t>(found - m_referencedSubzones.begin()));
-        m_nodeItemOffsets.push_back(node.itemOffset());
-    }
+    NodeReferences references;
+    references.reset(nodes.size());
+    references.add(nodes.data(), nodes.size());
+    m_referencedSubzones = references.sortedSubzones();
+    references.writePlaces(m_referencedSubzones, m_nodeSubzoneIndices.data());
+    references.writeOffsets(m_nodeItemOffsets.data());
 }
 
 // Wire form of a cell subzone:
@@ -57,22 +46,59 @@ SubzoneCellConnectivity::SubzoneCellConnectivity(socketutil::SocketInterface& so
     });
 }
 
-void SubzoneCellConnectivity::addToCache(socketutil::WriteCache& cache) const
+namespace {
+
+void addCounts(unsigned short size, unsigned long cornerNodeCount, unsigned long nodeCount,
+               unsigned long faceCount, socketutil::WriteCache& cache)
 {
-    cache.addUInt16(m_size);
+    cache.addUInt16(size);
     // Deliberate: only the low byte is sent. Test:
     // SubzoneCellConnectivity.OnlyTheLowByteOfACountTravels
-    cache.addUInt8(static_cast<std::uint8_t>(m_cornerNodeCount));
-    cache.addUInt8(static_cast<std::uint8_t>(m_nodeCount));
-    cache.addUInt8(static_cast<std::uint8_t>(m_faceCount));
+    cache.addUInt8(static_cast<std::uint8_t>(cornerNodeCount));
+    cache.addUInt8(static_cast<std::uint8_t>(nodeCount));
+    cache.addUInt8(static_cast<std::uint8_t>(faceCount));
+}
+
+void addSubzones(std::vector<NodeReferences::SubzoneAddress> const& subzones,
+                 socketutil::WriteCache& cache)
+{
+    std::vector<unsigned long> words;
+    words.reserve(subzones.size());
+    for (NodeReferences::SubzoneAddress const& subzone : subzones)
+        words.push_back(subzone.word());
+    cache.addUInt64Vector(words);
+}
+
+/// Room for a vector's elements, behind their count.
+unsigned char* extendByVector(std::uint64_t count, std::size_t elementSize,
+                              socketutil::WriteCache& cache)
+{
+    unsigned char* const out = cache.extend(sizeof(count) + count * elementSize);
+    std::memcpy(out, &count, sizeof(count));
+    return out + sizeof(count);
+}
+
+}
+
+void SubzoneCellConnectivity::addToCache(socketutil::WriteCache& cache) const
+{
+    addCounts(m_size, m_cornerNodeCount, m_nodeCount, m_faceCount, cache);
     withIOException([&] {
-        std::vector<unsigned long> words;
-        words.reserve(m_referencedSubzones.size());
-        for (SubzoneAddress const& subzone : m_referencedSubzones)
-            words.push_back(subzone.word());
-        cache.addUInt64Vector(words);
+        addSubzones(m_referencedSubzones, cache);
         cache.addUInt16Vector(m_nodeSubzoneIndices);
         cache.addUInt8Vector(m_nodeItemOffsets);
+    });
+}
+
+void addCells(unsigned short size, unsigned long cornerNodeCount, unsigned long nodeCount,
+              unsigned long faceCount, NodeReferences const& nodes, socketutil::WriteCache& cache)
+{
+    addCounts(size, cornerNodeCount, nodeCount, faceCount, cache);
+    withIOException([&] {
+        auto const subzones = nodes.sortedSubzones();
+        addSubzones(subzones, cache);
+        nodes.writePlaces(subzones, extendByVector(nodes.size(), sizeof(std::uint16_t), cache));
+        nodes.writeOffsets(extendByVector(nodes.size(), sizeof(std::uint8_t), cache));
     });
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "query/NodeReferences.h"
 #include "varnox/ItemAddress.h"
 #include "varnox/RawArray.h"
 
@@ -61,5 +62,9 @@ private:
     std::vector<std::uint16_t> m_nodeSubzoneIndices;  ///< Into the list above.
     std::vector<std::uint8_t> m_nodeItemOffsets;
 };
+
+/// Adds what an object of these cells would, without one. nodes holds size times nodeCount of them.
+void addCells(unsigned short size, unsigned long cornerNodeCount, unsigned long nodeCount,
+              unsigned long faceCount, NodeReferences const& nodes, socketutil::WriteCache& cache);
 
 }
