@@ -1,10 +1,11 @@
 #include "addons/hdqfs/RangeTrees.h"
 
+#include "addons/hdqfs/SubzoneOrder.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <new>
-#include <numeric>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -23,7 +24,9 @@ MinMax withoutNotANumber(MinMax const& range)
     return {std::isnan(range.min) ? -INF : range.min, std::isnan(range.max) ? INF : range.max};
 }
 
-RangeTrees::Tree treeOf(MinMax const* ranges, std::uint64_t count)
+/// Over ranges in their own order, or in another one of the same length.
+RangeTrees::Tree treeOf(MinMax const* ranges, std::uint64_t count,
+                        std::vector<std::uint32_t> const& order = {})
 {
     if (count == 0)
         return nullptr;
@@ -32,17 +35,30 @@ RangeTrees::Tree treeOf(MinMax const* ranges, std::uint64_t count)
     if (count > MinMaxTree::MAX_ENTRIES || !result->alloc(n))
         throw std::bad_alloc();
     for (std::uint32_t e = 0; e < n; ++e)
-        result->levels[0][e] = withoutNotANumber(ranges[e]);
+        result->levels[0][e] = withoutNotANumber(ranges[order.empty() ? e : order[e]]);
     result->populateTree(n);
     return result;
 }
 
-std::size_t byteCountOf(std::vector<RangeTrees::Tree> const& trees)
+std::size_t byteCountOf(RangeTrees::SubzoneTrees const& trees)
 {
-    std::size_t result = 0;
-    for (RangeTrees::Tree const& tree : trees)
+    std::size_t result = trees.order == nullptr ? 0 : trees.order->size() * sizeof(std::uint32_t);
+    for (RangeTrees::Tree const& tree : trees.sections)
         for (std::uint32_t level = 0; tree != nullptr && level < MinMaxTree::NUM_LEVELS; ++level)
             result += tree->levels[level].size() * sizeof(MinMax);
+    return result;
+}
+
+/// What trees over one layout and another have in common.
+std::vector<std::uint64_t> shapeOf(SubzoneLayout const& layout)
+{
+    std::vector<std::uint64_t> result;
+    if (layout.isOrdered())
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            result.push_back(layout.axis(axis).numBricks);
+    else
+        for (std::uint32_t section = 0; section < layout.numSections(); ++section)
+            result.push_back(layout.numSubzones(section));
     return result;
 }
 
@@ -62,26 +78,29 @@ RangeTrees::Tree RangeTrees::partitions(ZoneVariable& variable, Items items)
     return m_partitions.emplace(key, treeOf(ranges.data(), ranges.size())).first->second;
 }
 
-std::vector<RangeTrees::Tree> RangeTrees::subzones(ZoneVariable& variable, std::uint32_t partition,
-                                                   Items items,
-                                                   std::vector<std::uint64_t> const& counts)
+RangeTrees::SubzoneTrees RangeTrees::subzones(ZoneVariable& variable, std::uint32_t partition,
+                                              Items items, SubzoneLayout const& layout)
 {
     Key const key(&variable, items, partition);
+    std::vector<std::uint64_t> shape = shapeOf(layout);
     if (Entry const* const entry = find(key))
-        if (entry->counts == counts)
+        if (entry->shape == shape)
             return entry->trees;
     std::vector<MinMax> const ranges = variable.subzoneRanges(partition, items);
-    if (ranges.size() != std::accumulate(counts.begin(), counts.end(), std::uint64_t{0}))
+    if (ranges.size() != layout.numSubzones())
         throw std::runtime_error(variable.description() + " has ranges of " +
                                  std::to_string(ranges.size()) +
                                  " subzones in a partition, which has another number of them.");
-    std::vector<Tree> trees;
+    std::vector<std::uint32_t> order = subzoneOrder(layout);
+    SubzoneTrees trees;
     MinMax const* next = ranges.data();
-    for (std::uint64_t const count : counts) {
-        trees.push_back(treeOf(next, count));
-        next += count;
+    for (std::uint32_t section = 0; section < layout.numSections(); ++section) {
+        trees.sections.push_back(treeOf(next, layout.numSubzones(section), order));
+        next += layout.numSubzones(section);
     }
-    return keep({key, counts, std::move(trees), 0});
+    if (!order.empty())
+        trees.order = std::make_shared<std::vector<std::uint32_t> const>(std::move(order));
+    return keep({key, std::move(shape), std::move(trees), 0});
 }
 
 RangeTrees::Entry const* RangeTrees::find(Key const& key)
@@ -93,7 +112,7 @@ RangeTrees::Entry const* RangeTrees::find(Key const& key)
     return &*found->second;
 }
 
-std::vector<RangeTrees::Tree> RangeTrees::keep(Entry entry)
+RangeTrees::SubzoneTrees RangeTrees::keep(Entry entry)
 {
     auto const old = m_byKey.find(entry.key);
     if (old != m_byKey.end()) {
@@ -103,7 +122,7 @@ std::vector<RangeTrees::Tree> RangeTrees::keep(Entry entry)
     }
     entry.byteCount = byteCountOf(entry.trees);
     m_byteCount += entry.byteCount;
-    std::vector<Tree> result = entry.trees;
+    SubzoneTrees result = entry.trees;
     m_entries.push_front(std::move(entry));
     m_byKey[m_entries.front().key] = m_entries.begin();
     while (m_byteCount > m_maxBytes) {

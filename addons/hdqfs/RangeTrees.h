@@ -22,6 +22,14 @@ class RangeTrees
 public:
     using Tree = std::shared_ptr<hdqio::MinMaxTree const>;
 
+    /// Of the subzones of a partition.
+    struct SubzoneTrees
+    {
+        std::vector<Tree> sections; ///< Null for a section that has no subzones.
+        /// The subzone of each entry, for all sections; null where these are the same numbers.
+        std::shared_ptr<std::vector<std::uint32_t> const> order;
+    };
+
     static constexpr std::size_t DEFAULT_MAX_BYTES = std::size_t{64} << 20;
 
     explicit RangeTrees(std::size_t maxBytes = DEFAULT_MAX_BYTES) : m_maxBytes(maxBytes) {}
@@ -32,11 +40,10 @@ public:
     /// Those of the other kind than the variable's values are joined from all their subzones at the
     /// first call, as they reach into the partitions around.
     Tree partitions(ZoneVariable& variable, Items items);
-    /// Over the subzones of each section of a partition; null for a section that has none. counts:
-    /// subzones of each section. Throws std::runtime_error if the variable has ranges of another
-    /// number.
-    std::vector<Tree> subzones(ZoneVariable& variable, std::uint32_t partition, Items items,
-                               std::vector<std::uint64_t> const& counts);
+    /// Over the subzones of a partition of this layout. Throws std::runtime_error if the variable
+    /// has ranges of another number.
+    SubzoneTrees subzones(ZoneVariable& variable, std::uint32_t partition, Items items,
+                          SubzoneLayout const& layout);
 
     /// Of the trees over subzones.
     std::size_t byteCount() const { return m_byteCount; }
@@ -47,14 +54,14 @@ private:
     struct Entry
     {
         Key key;
-        std::vector<std::uint64_t> counts;
-        std::vector<Tree> trees;
+        std::vector<std::uint64_t> shape; ///< Of the layout.
+        SubzoneTrees trees;
         std::size_t byteCount;
     };
 
     /// The entry, moved to the front, or null.
     Entry const* find(Key const& key);
-    std::vector<Tree> keep(Entry entry);
+    SubzoneTrees keep(Entry entry);
 
     std::size_t m_maxBytes;
     std::size_t m_byteCount = 0;

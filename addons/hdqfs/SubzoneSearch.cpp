@@ -2,6 +2,7 @@
 
 #include "filedata/ZoneMetadata.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <stdexcept>
 
@@ -26,6 +27,18 @@ void findEntries(std::vector<MinMaxTree const*>& trees, RawArray<double> const& 
     MinMaxTree::recursivelyFindEntriesContainingNVarValues(
         all, values, TOP, 0, static_cast<std::uint32_t>(MinMaxTree::numEntries(n, TOP)), n,
         partition, section, result);
+}
+
+/// Turns the entries found, from first on, into the subzones that they stand for, and sorts these.
+void nameSubzones(std::vector<std::uint32_t> const& order, std::uint64_t first,
+                  RawArray<SubzoneAddress>& result)
+{
+    SubzoneAddress* const begin = result.data + first;
+    SubzoneAddress* const end = result.data + result.size;
+    for (SubzoneAddress* entry = begin; entry != end; ++entry)
+        *entry =
+            SubzoneAddress(entry->partition(), entry->section(), order[entry->subzoneOffset()]);
+    std::sort(begin, end);
 }
 
 std::vector<std::uint32_t> findPartitions(RangeTrees& cache, std::uint32_t numPartitions,
@@ -64,17 +77,17 @@ void findSubzones(RangeTrees& cache, DataSet::ZoneInFile const& grid,
     for (std::uint32_t const partition :
          findPartitions(cache, numPartitions, variables, values, items)) {
         SubzoneLayout const& layout = grid.file->layout(grid.zone, partition, items);
-        std::vector<std::uint64_t> counts;
-        for (std::uint32_t section = 0; section < layout.numSections(); ++section)
-            counts.push_back(layout.numSubzones(section));
-        std::vector<std::vector<RangeTrees::Tree>> owners;
+        std::vector<RangeTrees::SubzoneTrees> owners;
         for (ZoneVariable* const variable : variables)
-            owners.push_back(cache.subzones(*variable, partition, items, counts));
+            owners.push_back(cache.subzones(*variable, partition, items, layout));
         for (std::uint32_t section = 0; section < layout.numSections(); ++section) {
             std::vector<MinMaxTree const*> trees;
             for (auto const& ofVariable : owners)
-                trees.push_back(ofVariable[section].get());
-            findEntries(trees, values, counts[section], partition, section, result);
+                trees.push_back(ofVariable.sections[section].get());
+            std::uint64_t const first = result.size;
+            findEntries(trees, values, layout.numSubzones(section), partition, section, result);
+            if (!owners.empty() && owners.front().order != nullptr)
+                nameSubzones(*owners.front().order, first, result);
         }
     }
 }

@@ -193,7 +193,7 @@ TEST_P(OrderedZones, PlanesPassThroughTheSubzonesWithTheirIndex)
         OrderedGrid::Indices const size = grid.size(items);
         for (int plane = 0; plane < 3; ++plane) {
             auto const axis = static_cast<std::size_t>(plane);
-            for (long index = 0; index < static_cast<long>(size[axis]); index += 3) {
+            for (long index = 0; index < static_cast<long>(size[axis]); index += 8) {
                 auto const found = wordsOf([&](auto& out) {
                     if (items == Items::Nodes)
                         zone.ordered->findIJKPlaneNodeSubzones(plane, index, out);
@@ -218,8 +218,8 @@ TEST_P(OrderedZones, LinesPassThroughTheSubzonesWithTheirTwoIndices)
         for (int line = 0; line < 3; ++line) {
             std::size_t const firstAxis = line == 0 ? 1 : 0;
             std::size_t const secondAxis = line == 2 ? 1 : 2;
-            for (long first = 0; first < static_cast<long>(size[firstAxis]); first += 9) {
-                for (long second = 0; second < static_cast<long>(size[secondAxis]); second += 11) {
+            for (long first = 0; first < static_cast<long>(size[firstAxis]); first += 13) {
+                for (long second = 0; second < static_cast<long>(size[secondAxis]); second += 14) {
                     auto const found = wordsOf([&](auto& out) {
                         if (items == Items::Nodes)
                             zone.ordered->findIJKLineNodeSubzones(line, first, second, out);

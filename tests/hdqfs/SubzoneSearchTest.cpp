@@ -1,5 +1,6 @@
 #include "addons/hdqfs/SubzoneSearch.h"
 
+#include "addons/hdqfs/SubzoneOrder.h"
 #include "tests/hdqfs/Registered.h"
 #include "tests/hdqfs/Samples.h"
 
@@ -52,6 +53,20 @@ private:
     std::vector<MinMax> m_ranges;
 };
 
+/// Sections of so many subzones.
+SubzoneLayout sections(std::vector<std::uint64_t> counts)
+{
+    for (std::uint64_t& count : counts)
+        count *= SubzoneLayout::ITEMS_PER_RUN;
+    return SubzoneLayout::ofSections(counts);
+}
+
+/// Bricks, so many along each axis.
+SubzoneLayout bricks(std::uint64_t i, std::uint64_t j, std::uint64_t k)
+{
+    return SubzoneLayout::ofBricks({{{i * 6, 6, 0, i}, {j * 6, 6, 0, j}, {k * 6, 6, 0, k}}});
+}
+
 /// The entries at the bottom of a tree that hold a value.
 std::vector<std::uint64_t> entriesWith(RangeTrees::Tree const& tree, double value)
 {
@@ -66,6 +81,37 @@ std::vector<std::uint64_t> entriesWith(RangeTrees::Tree const& tree, double valu
     return words;
 }
 
+TEST(SubzoneOrder, TakesBricksByCubesOfFour)
+{
+    auto const order = subzoneOrder(bricks(9, 5, 4));
+    ASSERT_EQ(order.size(), 9U * 5 * 4);
+    // The first 64 are a cube; its rows have four of the nine along I.
+    EXPECT_EQ((std::vector<std::uint32_t>(order.begin(), order.begin() + 9)),
+              (std::vector<std::uint32_t>{0, 1, 2, 3, 9, 10, 11, 12, 18}));
+    EXPECT_EQ(order[63], 3U + 9 * (3 + 5 * 3));
+    EXPECT_EQ(order[64], 4U);
+    std::vector<std::uint32_t> sorted = order;
+    std::sort(sorted.begin(), sorted.end());
+    for (std::uint32_t n = 0; n < sorted.size(); ++n)
+        ASSERT_EQ(sorted[n], n);
+    EXPECT_EQ(subzoneOrder(bricks(1, 1, 1)), std::vector<std::uint32_t>{0});
+    EXPECT_TRUE(subzoneOrder(sections({100})).empty());
+}
+
+TEST(RangeTrees, OfBricksKnowTheirOrder)
+{
+    std::vector<MinMax> ranges(5 * 5 * 5, MinMax{0, 1});
+    ranges[4] = {2, 3}; // the first brick of the second cube
+    RangesOnly variable(ranges);
+    RangeTrees trees;
+    auto const found = trees.subzones(variable, 0, Items::Nodes, bricks(5, 5, 5));
+    ASSERT_EQ(entriesWith(found.sections.front(), 2.5), std::vector<std::uint64_t>{64});
+    EXPECT_EQ(found.order->at(64), 4U);
+    // Another layout of as many subzones has another order.
+    EXPECT_EQ(trees.subzones(variable, 0, Items::Nodes, bricks(125, 1, 1)).order->at(4), 4U);
+    EXPECT_EQ(variable.numReads, 2);
+}
+
 TEST(RangeTrees, NotANumberBoundsNothing)
 {
     // Without care the first range of each group of 64 would hide the others.
@@ -75,7 +121,7 @@ TEST(RangeTrees, NotANumberBoundsNothing)
     ranges[128] = {7, NOT_A_NUMBER};
     RangesOnly variable(ranges);
     RangeTrees trees;
-    auto const tree = trees.subzones(variable, 0, Items::Nodes, {200}).front();
+    auto const tree = trees.subzones(variable, 0, Items::Nodes, sections({200})).sections.front();
     EXPECT_EQ(entriesWith(tree, 0.5), (std::vector<std::uint64_t>{0, 64}));
     EXPECT_EQ(entriesWith(tree, 8), (std::vector<std::uint64_t>{0, 128}));
     EXPECT_EQ(entriesWith(tree, 5).size(), 198U);
@@ -86,7 +132,7 @@ TEST(RangeTrees, SubzonesOfNothingButNotANumberHoldNothing)
 {
     RangesOnly variable({{INF, -INF}, {1, 2}});
     RangeTrees trees;
-    auto const tree = trees.subzones(variable, 0, Items::Nodes, {2}).front();
+    auto const tree = trees.subzones(variable, 0, Items::Nodes, sections({2})).sections.front();
     EXPECT_EQ(entriesWith(tree, 1), (std::vector<std::uint64_t>{1}));
     EXPECT_TRUE(entriesWith(tree, INF).empty());
     EXPECT_TRUE(entriesWith(tree, 0).empty());
@@ -96,7 +142,7 @@ TEST(RangeTrees, InfiniteValuesAreFound)
 {
     RangesOnly variable({{-INF, 2}, {1, INF}});
     RangeTrees trees;
-    auto const tree = trees.subzones(variable, 0, Items::Nodes, {2}).front();
+    auto const tree = trees.subzones(variable, 0, Items::Nodes, sections({2})).sections.front();
     EXPECT_EQ(entriesWith(tree, INF), (std::vector<std::uint64_t>{1}));
     EXPECT_EQ(entriesWith(tree, -INF), (std::vector<std::uint64_t>{0}));
 }
@@ -105,7 +151,7 @@ TEST(RangeTrees, SectionsHaveTreesOfTheirOwn)
 {
     RangesOnly variable({{1, 1}, {2, 2}, {1, 3}});
     RangeTrees trees;
-    auto const found = trees.subzones(variable, 0, Items::Cells, {1, 0, 2});
+    auto const found = trees.subzones(variable, 0, Items::Cells, sections({1, 0, 2})).sections;
     ASSERT_EQ(found.size(), 3U);
     EXPECT_EQ(entriesWith(found[0], 1), (std::vector<std::uint64_t>{0}));
     EXPECT_EQ(found[1], nullptr);
@@ -117,15 +163,15 @@ TEST(RangeTrees, RangesOfAnotherNumberOfSubzonesAreRefused)
     RangesOnly variable({{1, 1}, {2, 2}});
     RangeTrees trees;
     try {
-        trees.subzones(variable, 0, Items::Nodes, {3});
+        trees.subzones(variable, 0, Items::Nodes, sections({3}));
         FAIL();
     } catch (std::runtime_error const& error) {
         EXPECT_STREQ(error.what(),
                      "Variable 1 of the test has ranges of 2 subzones in a partition, "
                      "which has another number of them.");
     }
-    trees.subzones(variable, 0, Items::Nodes, {2});
-    EXPECT_THROW(trees.subzones(variable, 0, Items::Nodes, {1}), std::runtime_error);
+    trees.subzones(variable, 0, Items::Nodes, sections({2}));
+    EXPECT_THROW(trees.subzones(variable, 0, Items::Nodes, sections({1})), std::runtime_error);
 }
 
 TEST(RangeTrees, StayWhileTheyFitAndTheLongestUnusedGoFirst)
@@ -137,7 +183,7 @@ TEST(RangeTrees, StayWhileTheyFitAndTheLongestUnusedGoFirst)
     std::size_t const bytesOfOne = (100 + 2 + 1 + 1 + 1) * sizeof(MinMax);
     RangeTrees trees(2 * bytesOfOne);
     auto const use = [&](RangesOnly& variable) {
-        trees.subzones(variable, 0, Items::Nodes, {100});
+        trees.subzones(variable, 0, Items::Nodes, sections({100}));
     };
     use(first);
     EXPECT_EQ(trees.byteCount(), bytesOfOne);
@@ -150,7 +196,7 @@ TEST(RangeTrees, StayWhileTheyFitAndTheLongestUnusedGoFirst)
     EXPECT_EQ(first.numReads, 1);
     use(second);
     EXPECT_EQ(second.numReads, 2);
-    trees.subzones(first, 1, Items::Nodes, {2}); // another partition, another tree
+    trees.subzones(first, 1, Items::Nodes, sections({2})); // another partition, another tree
     EXPECT_EQ(first.numReads, 2);
 }
 
@@ -158,7 +204,7 @@ TEST(RangeTrees, TreeBeyondTheLimitServesItsSearchAndGoes)
 {
     RangesOnly variable({{1, 1}, {2, 2}});
     RangeTrees trees(10);
-    auto const tree = trees.subzones(variable, 0, Items::Nodes, {2}).front();
+    auto const tree = trees.subzones(variable, 0, Items::Nodes, sections({2})).sections.front();
     EXPECT_EQ(trees.byteCount(), 0U);
     EXPECT_EQ(entriesWith(tree, 2), (std::vector<std::uint64_t>{1}));
 }
