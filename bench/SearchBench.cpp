@@ -202,6 +202,10 @@ void searchByValue(benchmark::State& state, Order order)
     search(*registration.identity, 1000);
     double const first = secondsSince(start);
 
+    for (double const value : {0.2, 2.0, 1000.0, 60.0}) // few, none and many
+        if (search(*registration.identity, value) != scan(ranges, value))
+            state.SkipWithError("the search and the scan differ");
+
     // Of spheres with 0.1 % of the subzones on them.
     constexpr double VALUES[] = {7.2, 7.3, 7.4, 7.5};
     std::uint64_t hits = 0;
