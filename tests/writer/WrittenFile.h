@@ -1,0 +1,67 @@
+#pragma once
+
+#include "addons/hdqfs/DataFile.h"
+#include "varnox/hdqfswriter/FileWriter.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace varnox::hdqfswriter::tests {
+
+/// A folder that is gone at the end of the test.
+class TemporaryFolder
+{
+public:
+    TemporaryFolder()
+    {
+        std::string path = (std::filesystem::temp_directory_path() / "vnxwriterXXXXXX").string();
+        if (::mkdtemp(path.data()) == nullptr)
+            throw std::runtime_error("no temporary folder");
+        m_path = path;
+    }
+    TemporaryFolder(TemporaryFolder const&) = delete;
+    TemporaryFolder& operator=(TemporaryFolder const&) = delete;
+    ~TemporaryFolder() { std::filesystem::remove_all(m_path); }
+
+    std::string file(std::string const& name) const { return (m_path / name).string(); }
+    std::size_t numFiles() const
+    {
+        std::size_t result = 0;
+        for ([[maybe_unused]] auto const& entry : std::filesystem::directory_iterator(m_path))
+            ++result;
+        return result;
+    }
+    std::filesystem::path const& path() const { return m_path; }
+
+private:
+    std::filesystem::path m_path;
+};
+
+/// A file of a data set, in a folder of its own.
+class WrittenFile
+{
+public:
+    explicit WrittenFile(DataSet const& dataSet, Options const& options = {})
+        : m_path(m_folder.file("test.hdqfs")), summary(writeFile(m_path, dataSet, options))
+    {
+    }
+
+    std::string const& path() const { return m_path; }
+    std::uint64_t size() const { return std::filesystem::file_size(m_path); }
+    std::shared_ptr<hdqfsloader::DataFile> open() const
+    {
+        return std::make_shared<hdqfsloader::DataFile>(m_path);
+    }
+
+private:
+    TemporaryFolder m_folder;
+    std::string m_path;
+
+public:
+    Summary const summary;
+};
+
+}

@@ -1,0 +1,261 @@
+#include "writer/OrderedPartitions.h"
+
+#include "filedata/ZoneHeader.h"
+#include "writer/SubzoneRanges.h"
+#include "writer/ValueTypes.h"
+#include "writer/ZoneShape.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace varnox::hdqfswriter {
+
+namespace {
+
+Box whole(Zone const& zone)
+{
+    return {{0, 0, 0}, zone.size};
+}
+
+Box nodesOf(Zone const& zone, std::uint32_t partition)
+{
+    return zone.partitions.empty() ? whole(zone) : zone.partitions[partition].nodes;
+}
+
+hdqio::IJK sizeOf(Box const& box)
+{
+    auto const along = [&](std::size_t axis) {
+        return static_cast<std::int64_t>(box.extent(axis));
+    };
+    return {along(0), along(1), along(2), along(0) * along(1)};
+}
+
+Bricks bricksOf(Box const& items, Options const& options, std::uint32_t partition, bool isPartition)
+{
+    auto const& limit = options.subzoneSize;
+    return Bricks(items, hdqio::IJKSubzoneInfo(sizeOf(items),
+                                               {limit[0], limit[1], limit[2], limit[0] * limit[1]},
+                                               partition, isPartition));
+}
+
+/// The nodes of a box of cells.
+Box nodesOfCells(Box cells, std::array<std::uint64_t, 3> const& zoneSize)
+{
+    for (std::size_t axis = 0; axis < 3; ++axis)
+        if (cells.extent(axis) != 0)
+            cells.end[axis] = std::min(cells.end[axis] + 1, zoneSize[axis]);
+    return cells;
+}
+
+/// The cells at a box of nodes.
+Box cellsAtNodes(Box nodes, std::array<std::uint64_t, 3> const& zoneSize)
+{
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        if (nodes.extent(axis) == 0)
+            continue;
+        nodes.begin[axis] -= nodes.begin[axis] != 0;
+        nodes.end[axis] = std::min(nodes.end[axis], numCellsAlong(zoneSize[axis]));
+    }
+    return nodes;
+}
+
+/// What holds both; the first may be empty.
+Box around(Box const& a, Box const& b)
+{
+    if (a.numItems() == 0)
+        return b;
+    if (b.numItems() == 0)
+        return a;
+    Box result{};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        result.begin[axis] = std::min(a.begin[axis], b.begin[axis]);
+        result.end[axis] = std::max(a.end[axis], b.end[axis]);
+    }
+    return result;
+}
+
+/// Values of a box, I fastest.
+template <typename T>
+struct BoxOfValues
+{
+    Box box;
+    T const* values;
+
+    T const* line(std::uint64_t i, std::uint64_t j, std::uint64_t k) const
+    {
+        return values + ((k - box.begin[2]) * box.extent(1) + j - box.begin[1]) * box.extent(0) +
+               i - box.begin[0];
+    }
+
+    template <typename F>
+    void eachLine(Box const& part, F&& f) const
+    {
+        auto const length = static_cast<std::size_t>(part.extent(0));
+        if (length == 0)
+            return;
+        for (std::uint64_t k = part.begin[2]; k < part.end[2]; ++k)
+            for (std::uint64_t j = part.begin[1]; j < part.end[1]; ++j)
+                f(line(part.begin[0], j, k), length);
+    }
+};
+
+template <typename T, typename BoxOfBrick>
+std::vector<Range<T>> rangesOf(Bricks const& bricks, BoxOfValues<T> const& values,
+                               BoxOfBrick const& boxOfBrick)
+{
+    std::vector<Range<T>> result(static_cast<std::size_t>(bricks.count()));
+    RangeOfLines<T> lines;
+    for (std::size_t b = 0; b < result.size(); ++b) {
+        values.eachLine(boxOfBrick(bricks.brick(b)),
+                        [&](T const* line, std::size_t length) { lines.add(line, length); });
+        result[b] = lines.take();
+    }
+    return result;
+}
+
+/// Writes the values brick after brick.
+template <typename T>
+void writeBricks(BlockWriter& blocks, hdqio::IODescription const& label, Bricks const& bricks,
+                 BoxOfValues<T> const& values, std::uint64_t numItems)
+{
+    // A binary array is its bytes, which can go out piece by piece; text is laid out at once.
+    std::size_t const pieceSize =
+        blocks.isAscii() ? static_cast<std::size_t>(numItems) : std::size_t{1} << 15;
+    std::vector<T> piece;
+    piece.reserve(pieceSize + 256);
+    auto const send = [&] {
+        if (blocks.isAscii())
+            blocks.array<T>(label, piece);
+        else
+            blocks.raw(piece.data(), piece.size() * sizeof(T));
+        piece.clear();
+    };
+    for (std::uint64_t b = 0; b < bricks.count(); ++b) {
+        values.eachLine(bricks.brick(b), [&](T const* line, std::size_t length) {
+            piece.insert(piece.end(), line, line + length);
+        });
+        if (!blocks.isAscii() && piece.size() >= pieceSize)
+            send();
+    }
+    send();
+}
+
+}
+
+Bricks::Bricks(Box const& items, hdqio::IJKSubzoneInfo const& info) : m_items(items)
+{
+    std::array<std::int64_t, 3> const limits{info.maxSubzoneDims.i, info.maxSubzoneDims.j,
+                                             info.maxSubzoneDims.k};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        m_numBricks[axis] = info.numSubzones[axis];
+        m_shift[axis] = info.subzoneOffset[axis];
+        m_limit[axis] = static_cast<std::uint64_t>(limits[axis]);
+    }
+}
+
+/// Where a brick begins. The first is short by the shift; where an axis is shorter than its shift a
+/// brick holds nothing.
+std::uint64_t Bricks::boundary(std::size_t axis, std::uint64_t brick) const
+{
+    std::uint64_t const shifted = brick * m_limit[axis];
+    std::uint64_t const inside = shifted > m_shift[axis] ? shifted - m_shift[axis] : 0;
+    return m_items.begin[axis] + std::min(inside, m_items.extent(axis));
+}
+
+Box Bricks::brick(std::uint64_t subzone) const
+{
+    std::array<std::uint64_t, 3> const place{subzone % m_numBricks[0],
+                                             subzone / m_numBricks[0] % m_numBricks[1],
+                                             subzone / (m_numBricks[0] * m_numBricks[1])};
+    Box result{};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        result.begin[axis] = boundary(axis, place[axis]);
+        result.end[axis] = boundary(axis, place[axis] + 1);
+    }
+    return result;
+}
+
+OrderedPartitions::OrderedPartitions(FilePlan const& plan, BlockWriter& blocks,
+                                     std::size_t zoneIndex)
+    : m_plan(plan), m_blocks(blocks), m_zoneIndex(zoneIndex), m_zone(plan.zone(zoneIndex))
+{
+}
+
+void OrderedPartitions::begin(std::uint32_t partition)
+{
+    bool const isPartition = numPartitions(m_zone) > 1;
+    m_nodes = nodesOf(m_zone, partition);
+    m_cells = cellsOf(m_nodes, m_zone.size);
+    m_nodeBricks = bricksOf(m_nodes, m_plan.options, partition, isPartition);
+    m_cellBricks = bricksOf(m_cells, m_plan.options, partition, isPartition);
+}
+
+VariableBlock OrderedPartitions::writeVariable(std::uint32_t varIndex, std::uint32_t variable)
+{
+    return withType(m_zone.variables[variable].type,
+                    [&](auto value) { return writeValues<decltype(value)>(varIndex, variable); });
+}
+
+// A variable's block:
+//   pairs  ranges of the node subzones
+//   pairs  ranges of the cell subzones
+//   values subzone after subzone
+
+template <typename T>
+VariableBlock OrderedPartitions::writeValues(std::uint32_t varIndex, std::uint32_t variable)
+{
+    bool const isNodal = m_zone.variables[variable].location == ValueLocation::Nodes;
+    auto const own = [](Box const& box) { return box; };
+    auto const neighbors = [&](Box const& box) {
+        return isNodal ? nodesOfCells(box, m_zone.size) : cellsAtNodes(box, m_zone.size);
+    };
+    Box const& items = isNodal ? m_nodes : m_cells;
+    Box const needed = around(items, neighbors(isNodal ? m_cells : m_nodes));
+    Buffer<T> buffer(needed.numItems());
+    auto const* const given =
+        static_cast<T const*>(m_zone.source->boxValues(needed, variable, buffer.data()));
+    BoxOfValues<T> const values{needed, given};
+
+    Bricks const& ownBricks = isNodal ? m_nodeBricks : m_cellBricks;
+    Bricks const& otherBricks = isNodal ? m_cellBricks : m_nodeBricks;
+    auto ownRanges = rangesOf(ownBricks, values, own);
+    auto otherRanges = rangesOf(otherBricks, values, neighbors);
+    Range<T> const range = joined(ownRanges);
+    checkBits(m_zone.variables[variable].type, range);
+
+    std::uint64_t const start = m_blocks.loc();
+    auto const index = static_cast<std::int32_t>(varIndex);
+    writeRanges(m_blocks, {"nszMinMaxes", index}, isNodal ? ownRanges : otherRanges);
+    writeRanges(m_blocks, {"cszMinMaxes", index}, isNodal ? otherRanges : ownRanges);
+    writeBricks(m_blocks, {"values", index}, ownBricks, values, items.numItems());
+    return {start, toMinMax(range)};
+}
+
+std::uint64_t OrderedPartitions::nodeNumber(std::array<std::uint64_t, 3> const& node) const
+{
+    return (node[2] * m_zone.size[1] + node[1]) * m_zone.size[0] + node[0];
+}
+
+std::vector<BlockWriter::Tag> OrderedPartitions::writePartitionSizes()
+{
+    std::vector<std::uint64_t> first;
+    std::vector<std::uint64_t> last;
+    for (Partition const& partition : m_zone.partitions) {
+        std::array<std::uint64_t, 3> end = partition.nodes.end;
+        for (std::uint64_t& index : end)
+            --index;
+        first.push_back(nodeNumber(partition.nodes.begin));
+        last.push_back(nodeNumber(end));
+    }
+    auto const zone = static_cast<std::int32_t>(m_zoneIndex);
+    hdqio::IODescription label;
+    label.zoneIndex = zone;
+    label.name = "partitionMinNodeNumbers";
+    std::uint64_t const firstLoc = m_blocks.array(label, first);
+    label.name = "partitionMaxNodeNumbers";
+    std::uint64_t const lastLoc = m_blocks.array(label, last);
+    return {{hdqio::PARTITION_MIN_NODE_NUMBERS_TAG, firstLoc},
+            {hdqio::PARTITION_MAX_NODE_NUMBERS_TAG, lastLoc}};
+}
+
+}
