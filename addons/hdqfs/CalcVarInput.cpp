@@ -8,8 +8,6 @@
 
 namespace varnox::hdqfsloader {
 
-using hdqio::MinMax;
-
 namespace {
 
 constexpr std::size_t MAX_CORNERS = 8;
@@ -70,25 +68,6 @@ std::vector<double> CalcVarInput::meansOfCorners(SubzoneAddress const& subzone,
         }
         result[cell] = meanOf(values, static_cast<std::size_t>(corners.size));
     }
-    return result;
-}
-
-std::vector<MinMax> CalcVarInput::partitionRanges(Items where) const
-{
-    std::vector<MinMax> result = m_variable->partitionRanges();
-    // A cell at the border of a partition has nodes in the next one.
-    if (items() != where)
-        std::fill(result.begin(), result.end(), range());
-    return result;
-}
-
-std::vector<MinMax> CalcVarInput::subzoneRanges(std::uint32_t partition, Items subzones,
-                                                Items where) const
-{
-    std::vector<MinMax> result = m_variable->subzoneRanges(partition, subzones);
-    // Cells around a subzone of nodes have nodes in other subzones.
-    if (items() != where && subzones == Items::Nodes)
-        std::fill(result.begin(), result.end(), range());
     return result;
 }
 

@@ -4,7 +4,7 @@
 
 #include "varnox/hdq/CellConnectivityQueryInterface.h"
 
-#include <cstdint>
+#include <cstddef>
 #include <vector>
 
 namespace varnox::hdqfsloader {
@@ -29,11 +29,9 @@ public:
     std::vector<double> values(SubzoneAddress const& subzone, Items where,
                                std::size_t numItems) const;
 
+    /// Of the values in the zone, wherever they are taken in.
     hdqio::MinMax range() const { return m_variable->range(); }
-    /// Of the values at nodes or cells, for each partition and for each subzone of one kind.
-    std::vector<hdqio::MinMax> partitionRanges(Items where) const;
-    std::vector<hdqio::MinMax> subzoneRanges(std::uint32_t partition, Items subzones,
-                                             Items where) const;
+    ZoneVariable& variable() const { return *m_variable; }
 
 private:
     std::vector<double> meansOfCorners(SubzoneAddress const& subzone, std::size_t numCells) const;

@@ -1,5 +1,6 @@
 #include "addons/hdqfs/CalcVariable.h"
 
+#include "addons/hdqfs/CalcVarBounds.h"
 #include "addons/hdqfs/SubzoneCounts.h"
 
 #include "expressions/BoundEvaluator.h"
@@ -28,10 +29,7 @@ CalcVariable::CalcVariable(Place const& place, CalcVarType type,
         if (variable->items() == Items::Cells)
             m_items = Items::Cells;
     }
-    Ranges ranges;
-    for (CalcVarInput const& input : m_inputs)
-        ranges.push_back({input.range()});
-    m_range = bounds(1, ranges).front();
+    m_range = boundOfZone();
 }
 
 void CalcVariable::addDependencies(ZoneVariable const& variable)
@@ -95,43 +93,26 @@ void CalcVariable::log(eqn::EvaluationReport const& report, SubzoneAddress const
     m_log.logWarning(where + text);
 }
 
-std::vector<MinMax> CalcVariable::bounds(std::size_t count, Ranges const& inputs) const
-{
-    for (std::vector<MinMax> const& ranges : inputs)
-        if (ranges.size() != count)
-            throw std::runtime_error(description() + " rests on one with " +
-                                     std::to_string(ranges.size()) + " ranges instead of " +
-                                     std::to_string(count) + ".");
-    eqn::BoundEvaluator evaluator(m_evaluator.program());
-    std::vector<Interval> intervals(inputs.size());
-    std::vector<MinMax> result;
-    result.reserve(count);
-    for (std::size_t entry = 0; entry < count; ++entry) {
-        for (std::size_t i = 0; i < inputs.size(); ++i)
-            intervals[i] = {inputs[i][entry].min, inputs[i][entry].max};
-        Interval const bound = m_type.narrowed(evaluator.evaluate(intervals));
-        result.push_back({bound.lower, bound.upper});
-    }
-    return result;
-}
-
 std::vector<MinMax> CalcVariable::partitionRanges()
 {
     std::uint32_t const numPartitions = m_place.grid.file->zone(m_place.grid.zone).numPartitions;
-    Ranges ranges;
-    for (CalcVarInput const& input : m_inputs)
-        ranges.push_back(input.partitionRanges(m_items));
-    return bounds(std::max<std::uint32_t>(numPartitions, 1), ranges);
+    return CalcVarBounds(*this).ofPartitions(std::max<std::uint32_t>(numPartitions, 1));
 }
 
 std::vector<MinMax> CalcVariable::subzoneRanges(std::uint32_t partition, Items subzones)
 {
     std::uint64_t const count =
         m_place.grid.file->layout(m_place.grid.zone, partition, subzones).numSubzones();
-    Ranges ranges;
+    return CalcVarBounds(*this).ofSubzones(partition, subzones, static_cast<std::size_t>(count));
+}
+
+MinMax CalcVariable::boundOfZone() const
+{
+    std::vector<Interval> ranges;
     for (CalcVarInput const& input : m_inputs)
-        ranges.push_back(input.subzoneRanges(partition, subzones, m_items));
-    return bounds(static_cast<std::size_t>(count), ranges);
+        ranges.push_back({input.range().min, input.range().max});
+    Interval const bound = m_type.narrowed(eqn::BoundEvaluator(program()).evaluate(ranges));
+    return {bound.lower, bound.upper};
 }
 
 }

@@ -49,19 +49,21 @@ public:
     std::vector<hdqio::MinMax> partitionRanges() override;
     std::vector<hdqio::MinMax> subzoneRanges(std::uint32_t partition, Items subzones) override;
 
-private:
-    using Ranges = std::vector<std::vector<hdqio::MinMax>>; ///< Of input after input.
+    eqn::Program const& program() const { return m_evaluator.program(); }
+    /// In the order of the program's variables.
+    std::vector<CalcVarInput> const& inputs() const { return m_inputs; }
+    CalcVarType const& type() const { return m_type; }
 
+private:
     void addDependencies(ZoneVariable const& variable);
     void compute(SubzoneAddress const& subzone);
     void log(eqn::EvaluationReport const& report, SubzoneAddress const& subzone);
-    /// Ranges of results, entry by entry, from those of the inputs: count of each.
-    std::vector<hdqio::MinMax> bounds(std::size_t count, Ranges const& inputs) const;
+    hdqio::MinMax boundOfZone() const;
 
     Place m_place;
     CalcVarType m_type;
     eqn::ArrayEvaluator m_evaluator;
-    std::vector<CalcVarInput> m_inputs; ///< In the order of the program's variables.
+    std::vector<CalcVarInput> m_inputs;
     std::unordered_set<CalcVariable const*> m_dependencies;
     eqn::WarningLogInterface& m_log;
     Items m_items = Items::Nodes;

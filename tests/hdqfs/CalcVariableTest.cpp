@@ -343,6 +343,7 @@ TEST(CalcVariable, MetOnManyWaysIsComputedOnce)
     for (long id = 5002; id < 5090; ++id)
         a = std::exchange(b, a + b);
     EXPECT_EQ(session.values(5089, Items::Nodes, SubzoneAddress(0, 0, 3))[7], b);
+    session.expectValuesWithinRanges(5089, Items::Nodes);
 }
 
 TEST(CalcVariable, RestsOnAThousandOthersAtMost)
@@ -353,6 +354,7 @@ TEST(CalcVariable, RestsOnAThousandOthersAtMost)
         session.create(id, add(var(static_cast<unsigned long>(id - 1)), num(1)));
     double const x = session.values(1000, Items::Nodes, SubzoneAddress(0, 0, 0))[0];
     EXPECT_NEAR(session.values(6000, Items::Nodes, SubzoneAddress(0, 0, 0))[0], x + 1000, 1e-9);
+    session.expectValuesWithinRanges(6000, Items::Nodes);
     EXPECT_EQ(messageOf<std::invalid_argument>([&] { session.create(6001, var(6000)); }),
               "A formula rests on more than 1000 calculated variables.");
 }
