@@ -2,6 +2,7 @@
 
 #include "expressions/DummyWarningLog.h"
 #include "expressions/Functions.h"
+#include "expressions/IntervalFunctions.h"
 #include "tests/expressions/Allocations.h"
 #include "tests/support/CaseName.h"
 #include "tests/support/Messages.h"
@@ -10,13 +11,17 @@
 #include "varnox/IOException.h"
 #include "varnox/eqn/ExprEvalInterface.h"
 #include "varnox/eqn/ExprNodes.h"
+#include "varnox/eqn/WarningLogInterface.h"
 #include "varnox/socketutil/SocketException.h"
 #include "varnox/socketutil/WriteCache.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <iterator>
 #include <map>
+#include <set>
+#include <utility>
 
 namespace varnox::hdqlib {
 namespace {
@@ -310,10 +315,68 @@ TEST(ExpressionSerializer, CodesAreThoseOfTheirFunctions)
     double const expectedOfTwo[] = {2, 3, 2, 3, std::atan2(2, 3), 8};
     for (std::size_t code = 0; code < 6; ++code)
         EXPECT_EQ(twoArgFunctions()[code].doubleFunction(2, 3, log), expectedOfTwo[code]) << code;
-    EXPECT_EQ(oneArgFunctions()[6].intervalFunction({0.1, 0.2}, log).upper, 1);
-    EXPECT_EQ(oneArgFunctions()[7].intervalFunction({0.1, 1.2}, log).lower, 0);
-    EXPECT_EQ(twoArgFunctions()[2].intervalFunction({1, 5}, {2, 3}, log).lower, 1);
-    EXPECT_EQ(twoArgFunctions()[3].intervalFunction({1, 5}, {2, 3}, log).lower, 2);
+}
+
+TEST(ExpressionSerializer, CodesAreThoseOfTheirFunctionsForRanges)
+{
+    eqn::DummyWarningLog log;
+    Interval const v{0.25, 0.625};
+    Interval (*const ofOne[])(Interval const&) = {
+        varnox::log10, varnox::abs,   varnox::sin,  varnox::cos,  varnox::tan,  rand,
+        varnox::round, varnox::trunc, varnox::asin, varnox::acos, varnox::atan, varnox::exp,
+        varnox::log,   varnox::sqrt,  varnox::sign, varnox::sign2};
+    std::set<std::pair<double, double>> results;
+    for (std::size_t code = 0; code < std::size(ofOne); ++code) {
+        Interval const expected = ofOne[code](v);
+        Interval const actual = oneArgFunctions()[code].intervalFunction(v, log);
+        EXPECT_EQ(actual.lower, expected.lower) << code;
+        EXPECT_EQ(actual.upper, expected.upper) << code;
+        results.emplace(actual.lower, actual.upper);
+    }
+    EXPECT_EQ(results.size(), std::size(ofOne) - 1); // round and sign2 are both [0, 1]
+    EXPECT_EQ(oneArgFunctions()[6].intervalFunction({1.5, 2.5}, log).upper, 3);
+    EXPECT_EQ(oneArgFunctions()[15].intervalFunction({1.5, 2.5}, log).upper, 1);
+
+    Interval const expectedOfTwo[] = {
+        {1, 3}, {2, 5}, {1, 3}, {2, 5}, {std::atan2(1, 3), std::atan2(5, 2)}, {1, 125}};
+    for (std::size_t code = 0; code < std::size(expectedOfTwo); ++code) {
+        Interval const actual = twoArgFunctions()[code].intervalFunction({1, 5}, {2, 3}, log);
+        EXPECT_EQ(actual.lower, expectedOfTwo[code].lower) << code;
+        EXPECT_EQ(actual.upper, expectedOfTwo[code].upper) << code;
+    }
+}
+
+/// Counts what is logged.
+class Count final : public eqn::WarningLogInterface
+{
+public:
+    void logWarning(std::string const&) override { ++number; }
+
+    int number = 0;
+};
+
+TEST(ExpressionSerializer, CodesTellFunctionsThatWarnFromThoseThatDoNot)
+{
+    int const expected[] = {0, 0, 1, 1, 0, 0};
+    for (std::size_t code = 0; code < std::size(expected); ++code) {
+        Count log;
+        TwoArgFunction const& function = twoArgFunctions()[code];
+        function.doubleFunction(2, 3, log);
+        function.doubleFunction(3, 2, log);
+        EXPECT_EQ(log.number, expected[code]) << code;
+        function.intervalFunction({2, 2}, {3, 3}, log); // never warns
+        function.intervalFunction({3, 3}, {2, 2}, log);
+        EXPECT_EQ(log.number, expected[code]) << code;
+    }
+}
+
+TEST(ExpressionSerializer, CodeOfRandomNumbersDrawsAnotherEachTime)
+{
+    eqn::DummyWarningLog log;
+    auto const& draw = oneArgFunctions()[5].doubleFunction;
+    double const first = draw(1, log);
+    EXPECT_EQ(draw(0, log), 0);
+    EXPECT_NE(draw(1, log), first);
 }
 
 TEST(ExpressionSerializer, PlaneEquationIsTheSameFunctionAfterwards)

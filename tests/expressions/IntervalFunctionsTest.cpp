@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cmath>
 #include <ostream>
 #include <stdexcept>
@@ -127,9 +128,21 @@ TEST(IntervalFunctions, FailAsTheirCounterpartsForNumbersDo)
               }),
               "Invalid values for exponential function.");
     EXPECT_EQ(messageOf<std::domain_error>([] {
+                  exp({-1000, 0}); // too small for a number
+              }),
+              "Invalid values for exponential function.");
+    EXPECT_EQ(messageOf<std::domain_error>([] {
                   sqrt({-1, 1});
               }),
               "Invalid values for sqrt function.");
+}
+
+TEST(IntervalFunctions, AnOldErrnoIsNoFailure)
+{
+    for (OneArg const function : {OneArg{log}, OneArg{log10}, OneArg{exp}, OneArg{sqrt}}) {
+        errno = EDOM;
+        EXPECT_NO_THROW(function({1, 2}));
+    }
 }
 
 TEST(IntervalAtan2, TakesTheCornersOffTheBranchCut)
