@@ -409,6 +409,16 @@ TEST(ExpressionSerializer, CoefficientsLoseTheDigitsOfASubtraction)
     EXPECT_EQ(bytes.substr(bytes.size() - 33), f64(sent) + f64(0) + f64(0) + f64(d) + end);
 }
 
+TEST(ExpressionSerializer, AnyFunctionIsSentAsThePlaneThroughFourPoints)
+{
+    auto const function = [](std::vector<double> const& v, eqn::WarningLogInterface&) {
+        EXPECT_EQ(v.size(), 3U); // however many operands there are
+        return 10 + v[0] * v[0] - 2 * v[1] + 4 * v[2];
+    };
+    EXPECT_EQ(bytesOf(new eqn::VarArgFuncExpr(ID, function, {}, {variable(5), variable(7)})),
+              start + x + z + hex("09") + vec({f64(1), f64(-2), f64(4), f64(10)}) + end);
+}
+
 TEST(ExpressionSerializer, EmptyFunctionCannotBeSent)
 {
     EXPECT_EQ(messageOf<boost::bad_function_call>(

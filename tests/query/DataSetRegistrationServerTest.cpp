@@ -540,6 +540,25 @@ TEST_F(CalculatedVariable, EveryFailureOfTheConnectionPasses)
     }
 }
 
+TEST_F(CalculatedVariable, IsNotRegisteredIfTheAddonFails)
+{
+    addon.zoneVarID.failing = "createCalcVar";
+    EXPECT_EQ(messageOf<std::runtime_error>([&] { create(sine); }), "the add-on has failed");
+    EXPECT_EQ(failure([&] { server.nodalVarQueryServer(0, 9); }),
+              "Zone 0 does not exist for var 9.");
+    EXPECT_TRUE(socket.sent().empty());
+}
+
+TEST_F(CalculatedVariable, IsAskedForItsRangeAtNodesFirst)
+{
+    addon.nodal.failing = "minMax";
+    EXPECT_EQ(messageOf<std::runtime_error>([&] { create(sine); }), "the add-on has failed");
+    EXPECT_EQ(addon.nodal.calls, std::vector<std::string>{"minMax"});
+    EXPECT_TRUE(addon.cellCentered.calls.empty());
+    EXPECT_NE(server.nodalVarQueryServer(0, 9), nullptr); // the servers stand already
+    EXPECT_TRUE(socket.sent().empty());
+}
+
 class DuplicatedZone : public DataSetRegistration
 {
 protected:
@@ -632,6 +651,18 @@ TEST_F(DuplicatedZone, NewVariableOfTheCopyUsesTheSourcesConnectivity)
     socket.appendScript(text("checkout") + vec({u64(0x20)}));
     server.nodalVarQueryServer(1, 9)->handleMethod();
     EXPECT_EQ(addon.nodes.calls, std::vector<std::string>{"size 20"});
+}
+
+TEST_F(DuplicatedZone, NewVariableOfTheCopyIsSharedWithNone)
+{
+    duplicate(0);
+    server.registerCalcVarQueryServices(&copy.cellCentered, &copy.nodal, &copy.subzones,
+                                        FieldDataType_Float, 1);
+    server.handleLoaderMetadataRequest();
+    std::string const start =
+        text("registerLoaderQueryService") + limits + vec({i32(-1), i32(0)}) + repeated(10, -1) +
+        vec({i32(0), i32(0), i32(0), i32(0), i32(0), i32(0), i32(0), i32(0), i32(0), i32(-1)});
+    EXPECT_EQ(socket.sent().substr(0, start.size()), start);
 }
 
 TEST_F(DuplicatedZone, CannotBeOfNothing)
