@@ -221,6 +221,20 @@ TEST(CalcVariable, HasTheTypeThatWasAskedFor)
         session.expectValuesWithinRanges(id, Items::Nodes);
 }
 
+TEST(CalcVarType, EndsOfARangeAreRoundedAsItsValuesAre)
+{
+    double ends[] = {0.1, 1e6 / 3};
+    CalcVarType const type(FieldDataType_Float);
+    Interval const range = type.narrowed({ends[0], ends[1]});
+    type.narrow(ends, 2);
+    EXPECT_EQ(range.lower, ends[0]);
+    EXPECT_EQ(range.upper, ends[1]);
+    EXPECT_EQ(range.lower, double{0.1F});
+    Interval const same = CalcVarType(FieldDataType_Double).narrowed({0.1, 1e6 / 3});
+    EXPECT_EQ(same.lower, 0.1);
+    EXPECT_EQ(same.upper, 1e6 / 3);
+}
+
 TEST(CalcVariable, OfIntegerTypeIsZeroWhereItHasNoValue)
 {
     Session session(junction);
