@@ -19,7 +19,7 @@ public:
 
     /// Variable and cells, which are those of the zone, must outlive the object.
     CalcVarInput(ZoneVariable& variable, hdq::CellConnectivityQueryInterface& cells)
-        : m_variable(&variable), m_cells(&cells)
+        : m_variable(&variable), m_cells(&cells), m_range(variable.safeRange())
     {
     }
 
@@ -29,8 +29,9 @@ public:
     std::vector<double> values(SubzoneAddress const& subzone, Items where,
                                std::size_t numItems) const;
 
-    /// Of the values in the zone, wherever they are taken in.
-    hdqio::MinMax range() const { return m_variable->range(); }
+    /// Of the values in the zone, wherever they are taken in: no value lies outside it, whatever
+    /// digits the header of a text file has of the range.
+    hdqio::MinMax range() const { return m_range; }
     ZoneVariable& variable() const { return *m_variable; }
 
 private:
@@ -38,6 +39,7 @@ private:
 
     ZoneVariable* m_variable;
     hdq::CellConnectivityQueryInterface* m_cells;
+    hdqio::MinMax m_range;
 };
 
 }

@@ -15,6 +15,7 @@ public:
     std::string description() const override;
     Items items() const override { return m_items; }
     hdqio::MinMax range() const override { return m_range; }
+    hdqio::MinMax safeRange() override { return joined(partitionRanges()); }
     std::vector<double> const& values(SubzoneAddress const& subzone) override;
     std::vector<hdqio::MinMax> partitionRanges() override;
     std::vector<hdqio::MinMax> subzoneRanges(std::uint32_t partition, Items items) override;

@@ -31,6 +31,9 @@ public:
     /// Of all values in the zone.
     virtual hdqio::MinMax range() const = 0;
 
+    /// The same, but no value lies outside it, whatever digits the header of a text file has.
+    virtual hdqio::MinMax safeRange() { return range(); }
+
     /// The values of a subzone of items(), in item order. Valid until the next call on any variable
     /// of the data set.
     virtual std::vector<double> const& values(SubzoneAddress const& subzone) = 0;

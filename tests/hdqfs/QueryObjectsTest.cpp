@@ -5,6 +5,7 @@
 #include "tests/hdqfs/Registered.h"
 #include "tests/hdqfs/Samples.h"
 #include "tests/hdqfs/TemporaryFile.h"
+#include "varnox/eqn/VariableExpr.h"
 
 #include <gtest/gtest.h>
 
@@ -161,6 +162,16 @@ TEST(QueryObjects, RangeOfAWholeZoneInTextHoldsItsValues)
     auto const zone =
         arrayOf([&](RawArray<double>& out) { pressure.subzones->partitionMinMaxes(out); });
     EXPECT_EQ(zone, (std::vector<double>{-9.9038896560668945, 18.592525482177734}));
+
+    // What is calculated from it is bounded by its values, too.
+    hdq::VarValueQueryInterface* cellCentred = nullptr;
+    hdq::VarValueQueryInterface* nodal = nullptr;
+    hdq::VarSubzoneQueryInterface* ranges = nullptr;
+    objects.registration.identities.at(0)->createCalcVar(
+        5000, 0, FieldDataType_Double, std::make_shared<eqn::VariableExpr>(1UL, 1006UL), cellCentred,
+        nodal, ranges);
+    nodal->minMax(min, max);
+    EXPECT_GE(max, 18.592525482177734);
 }
 
 TEST(QueryObjects, SharedVariablesHaveNoObjectsOfTheirOwn)
