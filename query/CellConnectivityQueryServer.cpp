@@ -94,7 +94,7 @@ public:
                                     std::to_string(nodeCount) + " nodes for a subzone of zone " +
                                     std::to_string(zone) + "; at most 256 of 125 are possible.");
 
-        references.reset(size * nodeCount);
+        nodesOfCells.resize(size * nodeCount);
         OwnedArray<Address> cell;
         for (unsigned short c = 0; c < size; ++c) {
             cell.view().size = 0;
@@ -104,8 +104,10 @@ public:
             // Test: CellConnectivityQueryServer.FewerNodeAddressesLeaveOldContents
             if (cell.view().capacity < nodeCount)
                 reserveInitialised(cell.view(), nodeCount);
-            references.add(cell.view().data, nodeCount);
+            std::copy_n(cell.view().data, nodeCount, nodesOfCells.data() + c * nodeCount);
         }
+        references.reset(nodesOfCells.size());
+        references.add(nodesOfCells.data(), nodesOfCells.size());
         hdqlib::addCells(size, corners, nodeCount, faces, references, cache);
     }
 
@@ -215,7 +217,8 @@ public:
     SocketInterface& socket;
     int zone;
     MethodTable<Impl> methods;
-    hdqlib::NodeReferences references; // kept for its memory alone
+    std::vector<Address> nodesOfCells; // of a subzone; kept for its memory alone, as is
+    hdqlib::NodeReferences references;
 };
 
 CellConnectivityQueryServer::CellConnectivityQueryServer(

@@ -10,8 +10,6 @@
 #include <string>
 #include <type_traits>
 
-#include <emmintrin.h>
-
 namespace varnox::hdqfsloader {
 
 namespace {
@@ -28,20 +26,13 @@ void narrowValues(double* values, std::size_t count)
     }
 }
 
-/// The nearest float. GCC 12 drops a conversion to float and back when it converts two numbers at
-/// once, as the ends of a range; this instruction it leaves alone.
-double roundedToFloat(double value)
-{
-    return static_cast<double>(_mm_cvtss_f32(_mm_cvtsd_ss(_mm_setzero_ps(), _mm_set_sd(value))));
-}
-
 template <typename T>
 Interval narrowedRange(Interval const& range)
 {
     if constexpr (std::is_same_v<T, double>) {
         return range;
     } else if constexpr (std::is_same_v<T, float>) {
-        return {roundedToFloat(range.lower), roundedToFloat(range.upper)};
+        return {hdqlib::narrow<float>(range.lower), hdqlib::narrow<float>(range.upper)};
     } else {
         constexpr double LOWEST = std::numeric_limits<T>::lowest();
         constexpr double HIGHEST = std::numeric_limits<T>::max();
