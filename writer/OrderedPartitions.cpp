@@ -99,18 +99,47 @@ struct BoxOfValues
     }
 };
 
+/// The ranges of the values in a box for each brick. Lines are gathered over their whole length for
+/// a row of bricks at a time, which the compiler turns into vector instructions, and cut then.
 template <typename T, typename BoxOfBrick>
 std::vector<Range<T>> rangesOf(Bricks const& bricks, BoxOfValues<T> const& values,
                                BoxOfBrick const& boxOfBrick)
 {
-    std::vector<Range<T>> result(static_cast<std::size_t>(bricks.count()));
-    RangeOfLines<T> lines;
-    for (std::size_t b = 0; b < result.size(); ++b) {
-        values.eachLine(boxOfBrick(bricks.brick(b)),
-                        [&](T const* line, std::size_t length) { lines.add(line, length); });
-        result[b] = lines.take();
+    std::vector<Range<T>> result(static_cast<std::size_t>(bricks.count()), emptyRange<T>());
+    std::uint64_t const first = values.box.begin[0];
+    auto const length = static_cast<std::size_t>(values.box.extent(0));
+    std::vector<T> low(length);
+    std::vector<T> high(length);
+    auto range = result.begin();
+    for (std::uint64_t k = 0; k < bricks.countAlong(2); ++k) {
+        for (std::uint64_t j = 0; j < bricks.countAlong(1); ++j) {
+            std::fill(low.begin(), low.end(), emptyRange<T>().first);
+            std::fill(high.begin(), high.end(), emptyRange<T>().second);
+            Box row = boxOfBrick(bricks.brick(0, j, k));
+            row.begin[0] = first;
+            row.end[0] = values.box.end[0];
+            values.eachLine(row, [&](T const* line, std::size_t) {
+                extendEach(low.data(), high.data(), line, length);
+            });
+            for (std::uint64_t i = 0; i < bricks.countAlong(0); ++i, ++range) {
+                Box const box = boxOfBrick(bricks.brick(i, j, k));
+                for (std::uint64_t at = box.begin[0] - first; at < box.end[0] - first; ++at)
+                    extend(*range, Range<T>{low[at], high[at]});
+            }
+        }
     }
     return result;
+}
+
+/// For the few values of a line in a brick, where a call would cost more than the copy.
+template <typename T>
+void copyShort(T const* from, T* to, std::size_t count)
+{
+    constexpr std::size_t STEP = 4;
+    for (; count >= STEP; count -= STEP, from += STEP, to += STEP)
+        std::memcpy(to, from, STEP * sizeof(T));
+    for (; count != 0; --count)
+        *to++ = *from++;
 }
 
 /// Writes the values brick after brick.
@@ -119,60 +148,49 @@ void writeBricks(BlockWriter& blocks, hdqio::IODescription const& label, Bricks 
                  BoxOfValues<T> const& values, std::uint64_t numItems)
 {
     // A binary array is its bytes, which can go out piece by piece; text is laid out at once.
-    std::size_t const pieceSize =
-        blocks.isAscii() ? static_cast<std::size_t>(numItems) : std::size_t{1} << 15;
-    std::vector<T> piece;
-    piece.reserve(pieceSize + 256);
-    auto const send = [&] {
-        if (blocks.isAscii())
-            blocks.array<T>(label, piece);
-        else
-            blocks.raw(piece.data(), piece.size() * sizeof(T));
-        piece.clear();
-    };
-    for (std::uint64_t b = 0; b < bricks.count(); ++b) {
-        values.eachLine(bricks.brick(b), [&](T const* line, std::size_t length) {
-            piece.insert(piece.end(), line, line + length);
-        });
-        if (!blocks.isAscii() && piece.size() >= pieceSize)
-            send();
+    constexpr std::size_t PIECE = (std::size_t{1} << 20) / sizeof(T);
+    constexpr std::size_t LARGEST_BRICK = 256;
+    std::size_t const pieceSize = blocks.isAscii() ? static_cast<std::size_t>(numItems) : PIECE;
+    Buffer<T> piece(pieceSize + LARGEST_BRICK);
+    T* next = piece.data();
+    auto const numReady = [&] { return static_cast<std::size_t>(next - piece.data()); };
+    for (std::uint64_t k = 0; k < bricks.countAlong(2); ++k) {
+        for (std::uint64_t j = 0; j < bricks.countAlong(1); ++j) {
+            for (std::uint64_t i = 0; i < bricks.countAlong(0); ++i) {
+                values.eachLine(bricks.brick(i, j, k), [&](T const* line, std::size_t size) {
+                    copyShort(line, next, size);
+                    next += size;
+                });
+                if (!blocks.isAscii() && numReady() >= pieceSize) {
+                    blocks.raw(piece.data(), numReady() * sizeof(T));
+                    next = piece.data();
+                }
+            }
+        }
     }
-    send();
+    if (blocks.isAscii())
+        blocks.array<T>(label, numReady(), piece.data());
+    else
+        blocks.raw(piece.data(), numReady() * sizeof(T));
 }
 
 }
 
-Bricks::Bricks(Box const& items, hdqio::IJKSubzoneInfo const& info) : m_items(items)
+// Index i of the items lies in brick (i + shift) / limit: the first brick is short by the shift,
+// and where an axis is shorter than its shift a brick holds nothing.
+Bricks::Bricks(Box const& items, hdqio::IJKSubzoneInfo const& info)
 {
     std::array<std::int64_t, 3> const limits{info.maxSubzoneDims.i, info.maxSubzoneDims.j,
                                              info.maxSubzoneDims.k};
     for (std::size_t axis = 0; axis < 3; ++axis) {
-        m_numBricks[axis] = info.numSubzones[axis];
-        m_shift[axis] = info.subzoneOffset[axis];
-        m_limit[axis] = static_cast<std::uint64_t>(limits[axis]);
+        m_boundaries[axis].clear();
+        for (std::uint64_t brick = 0; brick <= info.numSubzones[axis]; ++brick) {
+            std::uint64_t const shifted = brick * static_cast<std::uint64_t>(limits[axis]);
+            std::uint64_t const shift = info.subzoneOffset[axis];
+            std::uint64_t const inside = shifted > shift ? shifted - shift : 0;
+            m_boundaries[axis].push_back(items.begin[axis] + std::min(inside, items.extent(axis)));
+        }
     }
-}
-
-/// Where a brick begins. The first is short by the shift; where an axis is shorter than its shift a
-/// brick holds nothing.
-std::uint64_t Bricks::boundary(std::size_t axis, std::uint64_t brick) const
-{
-    std::uint64_t const shifted = brick * m_limit[axis];
-    std::uint64_t const inside = shifted > m_shift[axis] ? shifted - m_shift[axis] : 0;
-    return m_items.begin[axis] + std::min(inside, m_items.extent(axis));
-}
-
-Box Bricks::brick(std::uint64_t subzone) const
-{
-    std::array<std::uint64_t, 3> const place{subzone % m_numBricks[0],
-                                             subzone / m_numBricks[0] % m_numBricks[1],
-                                             subzone / (m_numBricks[0] * m_numBricks[1])};
-    Box result{};
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        result.begin[axis] = boundary(axis, place[axis]);
-        result.end[axis] = boundary(axis, place[axis] + 1);
-    }
-    return result;
 }
 
 OrderedPartitions::OrderedPartitions(FilePlan const& plan, BlockWriter& blocks,

@@ -18,16 +18,17 @@ public:
     Bricks() = default;
     Bricks(Box const& items, hdqio::IJKSubzoneInfo const& info);
 
-    std::uint64_t count() const { return m_numBricks[0] * m_numBricks[1] * m_numBricks[2]; }
-    Box brick(std::uint64_t subzone) const;
+    std::uint64_t countAlong(std::size_t axis) const { return m_boundaries[axis].size() - 1; }
+    std::uint64_t count() const { return countAlong(0) * countAlong(1) * countAlong(2); }
+    Box brick(std::uint64_t i, std::uint64_t j, std::uint64_t k) const
+    {
+        auto const& at = m_boundaries;
+        return {{at[0][i], at[1][j], at[2][k]}, {at[0][i + 1], at[1][j + 1], at[2][k + 1]}};
+    }
 
 private:
-    std::uint64_t boundary(std::size_t axis, std::uint64_t brick) const;
-
-    Box m_items{};
-    std::array<std::uint64_t, 3> m_numBricks{};
-    std::array<std::uint64_t, 3> m_shift{};
-    std::array<std::uint64_t, 3> m_limit{};
+    /// Along each axis where bricks begin, and the end of the last one.
+    std::array<std::vector<std::uint64_t>, 3> m_boundaries{{{0}, {0}, {0}}};
 };
 
 /// Partitions of an ordered zone. The cell above the last node of a partition belongs to it, and

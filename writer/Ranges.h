@@ -50,6 +50,17 @@ void extend(Range<T>& range, Range<T> const& other)
     }
 }
 
+/// Extends the range of each place of a line by the value there.
+template <typename T>
+void extendEach(T* __restrict low, T* __restrict high, T const* __restrict values,
+                std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i) {
+        low[i] = values[i] < low[i] ? values[i] : low[i];
+        high[i] = values[i] > high[i] ? values[i] : high[i];
+    }
+}
+
 /// Gathers the range of many lines of values. Column by column, which the compiler turns into
 /// vector instructions: a single running minimum would wait for itself at every value.
 template <typename T>
@@ -61,10 +72,7 @@ public:
         while (count != 0) {
             std::size_t const step = std::min(count, COLUMNS);
             m_used = std::max(m_used, step);
-            for (std::size_t i = 0; i < step; ++i) {
-                m_low[i] = values[i] < m_low[i] ? values[i] : m_low[i];
-                m_high[i] = values[i] > m_high[i] ? values[i] : m_high[i];
-            }
+            extendEach(m_low.data(), m_high.data(), values, step);
             values += step;
             count -= step;
         }
