@@ -68,6 +68,8 @@ SubzoneLayout bricksOf(IJKSubzoneInfo const& info)
     return SubzoneLayout::ofBricks(axes);
 }
 
+}
+
 SubzoneLayout layoutOf(ZoneMetadata const& zone, std::uint32_t partition, Items items)
 {
     if (zone.isOrdered()) {
@@ -81,8 +83,6 @@ SubzoneLayout layoutOf(ZoneMetadata const& zone, std::uint32_t partition, Items 
         for (auto const& cells : zone.numCellsPerSecPtn)
             counts.push_back(static_cast<std::uint64_t>(cells[partition]));
     return SubzoneLayout::ofSections(std::move(counts));
-}
-
 }
 
 MinMax joined(std::vector<MinMax> const& ranges)

@@ -95,6 +95,9 @@ private:
     std::map<std::tuple<std::uint32_t, std::uint32_t, Items>, SubzoneLayout> m_layouts;
 };
 
+/// How the nodes or the cells of a partition lie in subzones, in an HDQ zone whose header has been read.
+SubzoneLayout layoutOf(hdqio::ZoneMetadata const& zone, std::uint32_t partition, Items items);
+
 /// What all ranges lie in; a bound that is not-a-number bounds nothing. Of none [+infinity, -infinity].
 hdqio::MinMax joined(std::vector<hdqio::MinMax> const& ranges);
 

@@ -3,6 +3,7 @@
 #include "addons/hdqfs/DataFile.h"
 #include "tools/support/Output.h"
 #include "tools/support/WrongUsage.h"
+#include "tools/vnxinfo/Check.h"
 #include "tools/vnxinfo/Description.h"
 #include "tools/vnxinfo/Numbers.h"
 #include "tools/vnxinfo/RawTags.h"
@@ -36,6 +37,7 @@ struct Options
     std::size_t numBins = 20;
     bool tags = false;
     bool values = false;
+    bool check = false;
     bool asJson = false;
 };
 
@@ -44,7 +46,8 @@ void describeUsage(CLI::App& app, Options& options)
     app.set_version_flag("--version", "vnxinfo " VNX_VERSION);
     app.add_option("FILE", options.files, "HDQFS files")->required();
     app.add_flag("--json", options.asJson, "write JSON");
-    app.add_option("--zone", options.zone,
+    auto* const zone =
+        app.add_option("--zone", options.zone,
                    "this zone alone, with the places of its blocks: number from 1 on, or name");
     auto* const tags =
         app.add_flag("--tags", options.tags, "the tag lists, with where each value stands");
@@ -55,8 +58,14 @@ void describeUsage(CLI::App& app, Options& options)
     app.add_option("--bins", options.numBins, "parts of the histogram's range")
         ->check(CLI::Range(std::size_t{1}, MOST_BINS))
         ->needs(histogram);
-    tags->excludes(values)->excludes(histogram);
-    values->excludes(histogram);
+    auto* const check = app.add_flag(
+        "--check", options.check,
+        "read all that the files hold and tell what is wrong with it; of a grid file with its "
+        "solution files behind it, these are held to it");
+    tags->excludes(values)->excludes(histogram)->excludes(check);
+    values->excludes(histogram)->excludes(check);
+    histogram->excludes(check);
+    zone->excludes(check);
 }
 
 void complete(Options const& options)
@@ -95,6 +104,11 @@ bool reportAll(Options const& options)
 {
     Output output;
     bool isSound = true;
+    if (options.check) {
+        isSound = checkFiles(options.files, options.asJson, output);
+        output.finish();
+        return isSound;
+    }
     bool const isList = options.asJson && options.files.size() > 1;
     for (std::size_t i = 0; i < options.files.size(); ++i) {
         DataFile file(options.files[i]);

@@ -84,10 +84,7 @@ Json listAt(DataFile const& file, std::uint64_t fileLoc, TagOwner owner, std::ui
     try {
         FileStreamReader reader(file.path());
         hdqfsloader::open(reader, file.description());
-        hdqfsloader::require("Cannot read the tag list at " + std::to_string(fileLoc), [&] {
-            return reader.seekToFileLoc(fileLoc) && skipMarkers(reader, owner, number);
-        });
-        result["tags"] = listOf(readRawTags(reader, owner));
+        result["tags"] = listOf(readRawTags(reader, fileLoc, owner, number));
     } catch (std::exception const& error) {
         result["error"] = error.what();
     }
@@ -149,21 +146,23 @@ void writeList(std::string const& title, Json const& list, Output& output)
 
 }
 
-std::vector<RawTag> readRawTags(FileStreamReader& reader, TagOwner owner)
+std::vector<RawTag> readRawTags(FileStreamReader& reader, std::uint64_t fileLoc, TagOwner owner,
+                                std::uint32_t number)
 {
     std::uint16_t numTags = 0;
     hdqio::LightweightVector<std::uint16_t> numbers;
-    hdqfsloader::require("Cannot read the tag list", [&] {
-        return hdqio::readValue<std::uint16_t, false>(reader, numTags, {"numTags"}) &&
+    hdqfsloader::require("Cannot read the tag list at " + std::to_string(fileLoc), [&] {
+        return reader.seekToFileLoc(fileLoc) && skipMarkers(reader, owner, number) &&
+               hdqio::readValue<std::uint16_t, false>(reader, numTags, {"numTags"}) &&
                hdqio::readValueArray<std::uint16_t, false, 0>(reader, 0, numTags, numbers,
                                                               {"tags"});
     });
     std::vector<RawTag> result;
-    for (std::uint16_t const number : numbers) {
-        auto const name = namesFor(owner).find(number);
+    for (std::uint16_t const tag : numbers) {
+        auto const name = namesFor(owner).find(tag);
         std::uint64_t const loc = reader.fileLoc();
         std::uint64_t const value = reader.isAscii() ? readTextValue(reader) : readBinaryValue(reader);
-        result.push_back({number, name == namesFor(owner).end() ? "" : name->second, value, loc});
+        result.push_back({tag, name == namesFor(owner).end() ? "" : name->second, value, loc});
     }
     return result;
 }

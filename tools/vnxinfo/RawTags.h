@@ -21,9 +21,10 @@ struct RawTag
 
 enum class TagOwner { DataSet, Zone, Partition };
 
-/// Reads the tag list at which the stream stands, unknown tags and repeated ones included. Throws
-/// std::runtime_error.
-std::vector<RawTag> readRawTags(hdqio::FileStreamReader& reader, TagOwner owner);
+/// Reads a tag list, unknown tags and repeated ones included. The number, from 1, is that of the zone or
+/// of the partition. Throws std::runtime_error.
+std::vector<RawTag> readRawTags(hdqio::FileStreamReader& reader, std::uint64_t fileLoc, TagOwner owner,
+                                std::uint32_t number);
 
 /// The tag lists of a file: of the data set, of each zone, or of one, and of its partitions. A list
 /// that can't be read has an "error" in its place.

@@ -1,0 +1,249 @@
+#include "tools/vnxinfo/Check.h"
+
+#include "tools/vnxinfo/BoxCheck.h"
+#include "tools/vnxinfo/CoverageCheck.h"
+#include "tools/vnxinfo/Description.h"
+#include "tools/vnxinfo/HeaderCheck.h"
+#include "tools/vnxinfo/MeshCheck.h"
+#include "tools/vnxinfo/VarCheck.h"
+#include "tools/vnxinfo/ZoneCheck.h"
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+
+namespace varnox::tools {
+
+using hdqio::MinMax;
+using hdqio::ZoneMetadata;
+
+namespace {
+
+/// The zone whose connectivity a zone has, following its shares.
+std::uint32_t connectivitySource(CheckedFile const& file, std::uint32_t z)
+{
+    while (file.headers.shareConnectivity[z] != -1)
+        z = static_cast<std::uint32_t>(file.headers.shareConnectivity[z]);
+    return z;
+}
+
+bool areCutAlike(ZoneMetadata const& a, ZoneMetadata const& b)
+{
+    if (!a.isHdqZone || !b.isHdqZone || a.zoneType != b.zoneType ||
+        a.numPartitions != b.numPartitions ||
+        a.numCellsPerSecPtn.size() != b.numCellsPerSecPtn.size())
+        return false;
+    for (std::uint32_t p = 0; p < a.numPartitions; ++p) {
+        if (a.numNodesPerPtn[p] != b.numNodesPerPtn[p])
+            return false;
+        for (std::size_t s = 0; s < a.numCellsPerSecPtn.size(); ++s)
+            if (a.numCellsPerSecPtn[s][p] != b.numCellsPerSecPtn[s][p])
+                return false;
+    }
+    return true;
+}
+
+/// Without connectivity a subzone's range of the other kind can only be held to the zone's range.
+void checkLooseRanges(CheckedFile& file, std::uint32_t z, ZoneCrossRanges const& cross)
+{
+    for (std::uint32_t v = 0; v < cross.size(); ++v) {
+        bool const isNodal = file.isNodal(z, v);
+        MinMax const& ofZone = file.headers.zoneMinMaxes[v][z];
+        bool const isRounded = file.isAscii();
+        for (std::uint32_t p = 0; p < cross[v].size(); ++p)
+            for (std::size_t s = 0; s < cross[v][p].ranges.size(); ++s)
+                for (std::size_t n = 0; n < cross[v][p].ranges[s].size(); ++n) {
+                    MinMax const& range = cross[v][p].ranges[s][n];
+                    bool const isNone = range.min > range.max;
+                    bool const isWithin =
+                        isRounded || (range.min >= ofZone.min && range.max <= ofZone.max);
+                    bool const isRange = range.min <= range.max && isWithin;
+                    bool const isOfNothing = isNone && range.min == -range.max &&
+                                             range.min == std::numeric_limits<double>::infinity();
+                    if (!isRange && !isOfNothing)
+                        file.faults.add({isNodal ? "range of a cell subzone"
+                                                 : "range of a node subzone",
+                                         z, p, v, -1, static_cast<std::int64_t>(n)},
+                                        "It is " + textOf(range) +
+                                            ", which isn't within the zone's range of " +
+                                            textOf(ofZone) + ".");
+                }
+    }
+}
+
+/// The examination of one file, against its grid file if there is one.
+class FileCheck
+{
+public:
+    FileCheck(CheckedFile& file, CheckedFile* grid) : m_file(file), m_grid(grid) {}
+
+    void run()
+    {
+        if (!checkHeaders(m_file))
+            return;
+        if (m_file.description.dataFileType() != DataFileType_Solution)
+            m_grid = nullptr;
+        m_file.zones.resize(m_file.numZones());
+        m_cross.resize(m_file.numZones());
+        for (std::uint32_t z = 0; z < m_file.numZones(); ++z)
+            checkZone(z);
+        if (m_grid != nullptr)
+            holdToGrid();
+        for (std::uint32_t z = 0; z < m_file.numZones(); ++z)
+            guarded({"ranges of subzones", z}, [&] { checkCrossRanges(z); });
+        checkCoverage(m_file);
+    }
+
+private:
+    template <typename F>
+    void guarded(Place const& place, F const& f)
+    {
+        m_file.attempt(place, {}, [&] {
+            m_file.reader.unwatch();
+            f();
+            return true;
+        });
+    }
+
+    void checkZone(std::uint32_t z)
+    {
+        checkZoneHeader(m_file, z);
+        CheckedZone const& zone = m_file.zones[z];
+        if (!zone.isRead)
+            return;
+        checkNodeMap(m_file, z);
+        checkFaceNeighbors(m_file, z);
+        if (!zone.metadata.isHdqZone)
+            checkPlainVariables(m_file, z);
+        else
+            m_cross[z] = checkHdqVariables(m_file, z);
+        checkSharing(z);
+    }
+
+    /// Volumes have connectivity, of their own or another's.
+    void checkSharing(std::uint32_t z)
+    {
+        ZoneMetadata const& zone = m_file.zones[z].metadata;
+        bool const isVolume = zone.zoneType == ZoneType_FETetra ||
+                              zone.zoneType == ZoneType_FEBrick ||
+                              (zone.isMixed() && zone.numDimensions == 3);
+        if (!zone.isHdqZone || !isVolume ||
+            m_file.description.dataFileType() == DataFileType_Solution)
+            return;
+        bool const hasOwn = hasConnectivity(m_file, z);
+        bool const shares = m_file.headers.shareConnectivity[z] != -1;
+        if (!hasOwn && !shares && zone.ijk.j != 0)
+            m_file.faults.add({"connectivity", z}, "The zone has none and shares none.");
+        if (hasOwn && shares)
+            m_file.faults.add({"connectivity", z},
+                              "The zone has its own and shares that of zone " +
+                                  std::to_string(m_file.headers.shareConnectivity[z] + 1) + ".");
+    }
+
+    /// A solution file has the zones of its grid file.
+    void holdToGrid()
+    {
+        if (m_grid->numZones() != m_file.numZones()) {
+            m_file.faults.add({"zones"}, "There are " + std::to_string(m_file.numZones()) +
+                                             ", and " + std::to_string(m_grid->numZones()) +
+                                             " in the grid file.");
+            m_grid = nullptr;
+            return;
+        }
+        for (std::uint32_t z = 0; z < m_file.numZones(); ++z) {
+            auto const& own = m_file.headers;
+            auto const& grids = m_grid->headers;
+            if (own.zoneTypes[z] != grids.zoneTypes[z] ||
+                own.iMaxOrNumNodes[z] != grids.iMaxOrNumNodes[z] ||
+                own.jMaxOrNumCells[z] != grids.jMaxOrNumCells[z] ||
+                own.kMaxOrNumFaces[z] != grids.kMaxOrNumFaces[z])
+                m_file.faults.add({"zone", z}, "Its type or size differs from the grid file's.");
+        }
+    }
+
+    void checkCrossRanges(std::uint32_t z)
+    {
+        CheckedZone const& zone = m_file.zones[z];
+        if (!zone.isRead || !zone.metadata.isHdqZone)
+            return;
+        if (zone.metadata.isOrdered()) {
+            if (std::all_of(zone.isPartitionRead.begin(), zone.isPartitionRead.end(),
+                            [](bool isRead) { return isRead; }))
+                checkOrderedRanges(m_file, z, m_cross[z]);
+            return;
+        }
+        MeshRanges ranges(m_file, z, m_cross[z]);
+        auto const take = [&](CheckedCells const& cells) { ranges.take(cells); };
+        if (hasConnectivity(m_file, z)) {
+            if (checkConnectivity(m_file, z, take))
+                ranges.finish();
+            return;
+        }
+        CheckedFile& meshFile = m_grid != nullptr ? *m_grid : m_file;
+        std::uint32_t const source = connectivitySource(meshFile, z);
+        if (hasConnectivity(meshFile, source) &&
+            areCutAlike(meshFile.zones[source].metadata, zone.metadata)) {
+            if (walkConnectivity(meshFile, source, take))
+                ranges.finish();
+            return;
+        }
+        checkLooseRanges(m_file, z, m_cross[z]);
+    }
+
+    CheckedFile& m_file;
+    CheckedFile* m_grid;
+    std::vector<ZoneCrossRanges> m_cross;
+};
+
+Json jsonOf(CheckedFile const& file)
+{
+    Json faults = Json::array();
+    for (Fault const& fault : file.faults.kept())
+        faults.push_back({{"place", fault.place},
+                          {"at", fault.fileLoc ? Json(*fault.fileLoc) : Json()},
+                          {"text", fault.text}});
+    return {{"file", file.path},
+            {"sound", file.faults.isEmpty()},
+            {"numFaults", file.faults.count()},
+            {"faults", faults}};
+}
+
+void writeText(CheckedFile const& file, Output& output)
+{
+    for (Fault const& fault : file.faults.kept())
+        output.write(shown(file.path + ": " + fault.place +
+                           (fault.fileLoc ? ", at " + std::to_string(*fault.fileLoc) : "") + ": " +
+                           fault.text) +
+                     "\n");
+    if (file.faults.isEmpty())
+        output.write(shown(file.path) + ": sound\n");
+    else
+        output.write(shown(file.path) + ": " + std::to_string(file.faults.count()) +
+                     (file.faults.count() == 1 ? " fault\n" : " faults\n"));
+}
+
+}
+
+bool checkFiles(std::vector<std::string> const& paths, bool asJson, Output& output)
+{
+    std::unique_ptr<CheckedFile> grid;
+    bool isSound = true;
+    Json list = Json::array();
+    for (std::string const& path : paths) {
+        auto file = std::make_unique<CheckedFile>(path);
+        FileCheck(*file, grid.get()).run();
+        isSound = isSound && file->faults.isEmpty();
+        if (asJson)
+            list.push_back(jsonOf(*file));
+        else
+            writeText(*file, output);
+        if (path == paths.front() && file->description.dataFileType() == DataFileType_Grid &&
+            file->faults.isEmpty())
+            grid = std::move(file);
+    }
+    if (asJson)
+        output.write(serialized(list.size() == 1 ? list[0] : list, 1) + "\n");
+    return isSound;
+}
+
+}

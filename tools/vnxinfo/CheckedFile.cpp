@@ -1,0 +1,38 @@
+#include "tools/vnxinfo/CheckedFile.h"
+
+#include "filedata/Messages.h"
+
+#include <exception>
+#include <new>
+
+namespace varnox::tools {
+
+bool CheckedFile::attempt(Place const& place, std::optional<std::uint64_t> fileLoc,
+                          std::function<bool()> const& read)
+{
+    hdqio::MessageCapture const messages;
+    std::string text;
+    bool succeeded = false;
+    reader.watch(place);
+    try {
+        succeeded = read();
+    } catch (std::bad_alloc const&) {
+        text = "Memory is short.";
+    } catch (std::exception const& error) {
+        text = error.what();
+    }
+    reader.unwatch();
+    if (succeeded)
+        return true;
+    if (text.empty())
+        text = messages.text().empty() ? "It can't be read." : messages.text();
+    faults.add(place, fileLoc, text);
+    return false;
+}
+
+bool isLocation(std::uint64_t value)
+{
+    return value != 0 && value != hdqio::ABSENT_FILE_LOC;
+}
+
+}
