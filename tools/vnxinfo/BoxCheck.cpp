@@ -102,8 +102,8 @@ private:
                 for (std::uint64_t i = wanted.begin[0]; i < wanted.end[0]; ++i)
                     range.add(values.at(static_cast<std::size_t>(
                         i - brick.begin[0] +
-                        brick.extent(0) * (j - brick.begin[1] +
-                                           brick.extent(1) * (k - brick.begin[2])))));
+                        brick.extent(0) *
+                            (j - brick.begin[1] + brick.extent(1) * (k - brick.begin[2])))));
     }
 
     SubzoneValues& m_values;

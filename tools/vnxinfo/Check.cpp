@@ -61,12 +61,11 @@ void checkLooseRanges(CheckedFile& file, std::uint32_t z, ZoneCrossRanges const&
                     bool const isOfNothing = isNone && range.min == -range.max &&
                                              range.min == std::numeric_limits<double>::infinity();
                     if (!isRange && !isOfNothing)
-                        file.faults.add({isNodal ? "range of a cell subzone"
-                                                 : "range of a node subzone",
-                                         z, p, v, -1, static_cast<std::int64_t>(n)},
-                                        "It is " + textOf(range) +
-                                            ", which isn't within the zone's range of " +
-                                            textOf(ofZone) + ".");
+                        file.faults.add(
+                            {isNodal ? "range of a cell subzone" : "range of a node subzone", z, p,
+                             v, -1, static_cast<std::int64_t>(n)},
+                            "It is " + textOf(range) + ", which isn't within the zone's range of " +
+                                textOf(ofZone) + ".");
                 }
     }
 }
@@ -222,6 +221,13 @@ void writeText(CheckedFile const& file, Output& output)
                      (file.faults.count() == 1 ? " fault\n" : " faults\n"));
 }
 
+}
+
+Faults findFaults(std::string const& path)
+{
+    CheckedFile file(path);
+    FileCheck(file, nullptr).run();
+    return file.faults;
 }
 
 bool checkFiles(std::vector<std::string> const& paths, bool asJson, Output& output)

@@ -1,11 +1,15 @@
 #pragma once
 
 #include "tools/support/Output.h"
+#include "tools/vnxinfo/Faults.h"
 
 #include <string>
 #include <vector>
 
 namespace varnox::tools {
+
+/// What is wrong with one file.
+Faults findFaults(std::string const& path);
 
 /// Reads everything that the files hold and writes what is wrong with them. Of a grid file with its
 /// solution files behind it, the solutions are also held to the grid. False if anything is wrong.

@@ -27,8 +27,8 @@ struct CheckedFile
 {
     explicit CheckedFile(std::string const& filePath) : path(filePath), reader(filePath) {}
 
-    /// Runs a read for a place, and takes a false or an exception of it down as a fault, with the file
-    /// layer's messages. What it reads belongs to the place.
+    /// Runs a read for a place, and takes a false or an exception of it down as a fault, with the
+    /// file layer's messages. What it reads belongs to the place.
     bool attempt(Place const& place, std::optional<std::uint64_t> fileLoc,
                  std::function<bool()> const& read);
 

@@ -88,8 +88,7 @@ Json blocksOf(PartitionMetadata const& partition)
     return {{"variables", variables},
             {"cellConnectivity", cells},
             {"nodeConnectivity", nodes},
-            {"referredPartitions",
-             [&] {
+            {"referredPartitions", [&] {
                  Json result = Json::array();
                  for (std::uint32_t const p : partition.refPartitions)
                      result.push_back(std::uint64_t{p} + 1);
@@ -247,7 +246,8 @@ std::string serialized(Json const& json, int indent)
 
 bool tellsOfDamage(Json const& description)
 {
-    if (description.is_object() && (description.contains("error") || description.contains("errors")))
+    if (description.is_object() &&
+        (description.contains("error") || description.contains("errors")))
         return true;
     if (!description.is_structured())
         return false;

@@ -12,8 +12,8 @@ namespace varnox::tools {
 
 using Json = nlohmann::ordered_json;
 
-/// All that the headers of a file say, zone by zone, or of one zone alone, then with the blocks of its
-/// partitions. A zone whose header can't be read has an "error" in its place.
+/// All that the headers of a file say, zone by zone, or of one zone alone, then with the blocks of
+/// its partitions. A zone whose header can't be read has an "error" in its place.
 Json describe(hdqfsloader::DataFile& file, std::optional<std::uint32_t> onlyZone);
 
 /// A number as JSON has it: one that isn't finite as its name.

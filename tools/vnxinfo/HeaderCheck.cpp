@@ -42,12 +42,17 @@ bool readStart(CheckedFile& file, std::uint64_t& headerLoc)
 
 void checkSubzoneLimits(CheckedFile& file, std::uint64_t headerLoc)
 {
-    if (!hdqio::FileDescription::validIJKSubzoneSize(file.description.getMaxIJKSubzoneSize()))
+    hdqio::IJK const limits = file.description.getMaxIJKSubzoneSize();
+    if (limits.i < 1 || limits.j < 1 || limits.k < 1 ||
+        !hdqio::FileDescription::validIJKSubzoneSize(limits))
+        file.faults.add(
+            {"data set header"}, headerLoc,
+            "An ordered subzone has a side of no length, or may have more than 256 items.");
+    // A reader takes 16 bits of this one.
+    if (!hdqio::FileDescription::validFESubzoneSize(file.description.getMaxFESubzoneSize()) ||
+        file.tags.at(hdqio::SUBZONE_MAX_FE_SIZE_TAG) != file.description.getMaxFESubzoneSize())
         file.faults.add({"data set header"}, headerLoc,
-                        "An ordered subzone may have more than 256 items.");
-    if (!hdqio::FileDescription::validFESubzoneSize(file.description.getMaxFESubzoneSize()))
-        file.faults.add({"data set header"}, headerLoc,
-                        "A finite-element subzone may have more than 256 items.");
+                        "The limit of finite-element subzones isn't from 1 to 256.");
 }
 
 /// Tags that lead to arrays of zones or variables, without which these can't be read.
@@ -187,7 +192,8 @@ void checkZoneEntries(CheckedFile& file, std::uint32_t z)
     checkZoneReference(file, {"shared connectivity", z}, z, headers.shareConnectivity[z]);
     if (endOf(file, z, [&](std::uint32_t at) { return headers.parentZones[at]; }) == -1 ||
         endOf(file, z, [&](std::uint32_t at) { return headers.shareConnectivity[at]; }) == -1)
-        file.faults.add(place, "Its parents, or the zones whose connectivity it shares, don't end.");
+        file.faults.add(place,
+                        "Its parents, or the zones whose connectivity it shares, don't end.");
     if (isMixed(file, z))
         checkSections(file, z);
 }
@@ -208,7 +214,8 @@ void checkSharedVariable(CheckedFile& file, Place const& place, std::uint32_t z,
 {
     auto const& headers = file.headers;
     checkZoneReference(file, place, z, headers.shareVar[v][z]);
-    std::int32_t const end = endOf(file, z, [&](std::uint32_t at) { return headers.shareVar[v][at]; });
+    std::int32_t const end =
+        endOf(file, z, [&](std::uint32_t at) { return headers.shareVar[v][at]; });
     if (end == -1) {
         file.faults.add(place, "The zones that share it don't end.");
         return;
@@ -275,7 +282,8 @@ void checkGroups(CheckedFile& file)
             return hdqio::readAuxData(reader, tags, 0, 0, 0, out);
         },
         [&](hdqio::AuxData const& aux) {
-            if (aux.auxDataLocation == AUX_DATA_OF_A_VARIABLE && aux.auxDataEntity >= file.numVars())
+            if (aux.auxDataLocation == AUX_DATA_OF_A_VARIABLE &&
+                aux.auxDataEntity >= file.numVars())
                 file.faults.add({"auxiliary data"}, "They refer to variable index " +
                                                         std::to_string(aux.auxDataEntity) + ".");
         });
@@ -315,7 +323,8 @@ void checkTagList(CheckedFile& file, Place const& place, std::uint64_t fileLoc, 
     std::set<std::uint16_t> seen;
     for (RawTag const& tag : tags) {
         if (tag.name.empty())
-            file.faults.add(place, tag.valueLoc, "Tag " + std::to_string(tag.number) + " is unknown.");
+            file.faults.add(place, tag.valueLoc,
+                            "Tag " + std::to_string(tag.number) + " is unknown.");
         if (!seen.insert(tag.number).second)
             file.faults.add(place, tag.valueLoc,
                             "Tag " + std::to_string(tag.number) + " occurs twice.");

@@ -5,8 +5,8 @@
 
 namespace varnox::tools {
 
-/// Reads the first line, the data set header and the groups, and checks what they say by itself. False
-/// if nothing behind them can be looked at.
+/// Reads the first line, the data set header and the groups, and checks what they say by itself.
+/// False if nothing behind them can be looked at.
 bool checkHeaders(CheckedFile& file);
 
 /// Checks a tag list for unknown and repeated tags.

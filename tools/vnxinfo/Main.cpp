@@ -48,7 +48,7 @@ void describeUsage(CLI::App& app, Options& options)
     app.add_flag("--json", options.asJson, "write JSON");
     auto* const zone =
         app.add_option("--zone", options.zone,
-                   "this zone alone, with the places of its blocks: number from 1 on, or name");
+                       "this zone alone, with the places of its blocks: number from 1 on, or name");
     auto* const tags =
         app.add_flag("--tags", options.tags, "the tag lists, with where each value stands");
     auto* const values = app.add_flag("--values", options.values, "the values of --var in --zone");
@@ -150,7 +150,8 @@ int main(int argc, char** argv)
 {
     std::signal(SIGPIPE, SIG_IGN); // a reader that has gone shows as an error of its write
     Options options;
-    CLI::App app{"Looks into HDQFS files: what they hold, where it stands, and whether it is sound."};
+    CLI::App app{
+        "Looks into HDQFS files: what they hold, where it stands, and whether it is sound."};
     describeUsage(app, options);
     try {
         app.parse(argc, argv);

@@ -81,8 +81,12 @@ public:
     {
         forEachCellSubzone(m_zone, [&](std::uint32_t p, std::uint32_t s, std::uint32_t n,
                                        std::uint64_t loc) {
-            Place const place{"connectivity of a cell subzone", m_zoneIndex, p, -1,
-                              m_zone.isMixed() ? std::int64_t{s} : -1, n};
+            Place const place{"connectivity of a cell subzone",
+                              m_zoneIndex,
+                              p,
+                              -1,
+                              m_zone.isMixed() ? std::int64_t{s} : -1,
+                              n};
             if (!isLocation(loc)) {
                 m_file.faults.add(place, "It has no location.");
                 return;
@@ -116,9 +120,9 @@ private:
             sizes[r] = numNodesOf(m_zone, record.refNszs[r]);
             seen.push_back(record.refNszs[r]);
             if (sizes[r] == 0) {
-                m_file.faults.add(place, loc, "It refers to the nodes of " +
-                                                  textOf(record.refNszs[r]) +
-                                                  ", which doesn't exist.");
+                m_file.faults.add(place, loc,
+                                  "It refers to the nodes of " + textOf(record.refNszs[r]) +
+                                      ", which doesn't exist.");
                 return false;
             }
         }
@@ -140,8 +144,9 @@ private:
         SubzoneAddress const own(cells.partition, cells.section, cells.subzone);
         for (std::uint32_t r = 0; r < record.numRefNszs; ++r) {
             if (!isUsed[r])
-                m_file.faults.add(place, loc, "It lists " + textOf(record.refNszs[r]) +
-                                                  ", whose nodes none of its cells has.");
+                m_file.faults.add(place, loc,
+                                  "It lists " + textOf(record.refNszs[r]) +
+                                      ", whose nodes none of its cells has.");
             else
                 noteTouch(record.refNszs[r], own);
         }
@@ -175,9 +180,9 @@ private:
         std::vector<SubzoneAddress> told;
         for (std::uint32_t r = 0; r < record.numRefCszs; ++r) {
             if (!hasCellSubzone(m_zone, record.refCszs[r]))
-                m_file.faults.add(place, loc, "It refers to the cells of " +
-                                                  textOf(record.refCszs[r]) +
-                                                  ", which doesn't exist.");
+                m_file.faults.add(place, loc,
+                                  "It refers to the cells of " + textOf(record.refCszs[r]) +
+                                      ", which doesn't exist.");
             told.push_back(record.refCszs[r]);
         }
         std::vector<SubzoneAddress>& real = m_touching[p][n];
@@ -227,13 +232,13 @@ bool walkConnectivity(CheckedFile& file, std::uint32_t z, CellsSink const& sink)
     ZoneMetadata const& zone = file.zones[z].metadata;
     bool succeeded = true;
     file.reader.unwatch();
-    forEachCellSubzone(zone, [&](std::uint32_t p, std::uint32_t s, std::uint32_t n,
-                                 std::uint64_t loc) {
-        CheckedCells cells{p, s, n, {}};
-        succeeded = succeeded && readCells(file, zone, loc, cells);
-        if (succeeded)
-            sink(cells);
-    });
+    forEachCellSubzone(zone,
+                       [&](std::uint32_t p, std::uint32_t s, std::uint32_t n, std::uint64_t loc) {
+                           CheckedCells cells{p, s, n, {}};
+                           succeeded = succeeded && readCells(file, zone, loc, cells);
+                           if (succeeded)
+                               sink(cells);
+                       });
     return succeeded;
 }
 
@@ -337,9 +342,9 @@ void MeshRanges::finish()
                 // What stands for the nodes of no cell means nothing.
                 GrowingRange const& real = m_impl->nodeRanges[v][p][n];
                 if (!real.isEmpty())
-                    m_impl->checkRange({"range of a node subzone", -1, p, -1, -1,
-                                        static_cast<std::int64_t>(n)},
-                                       v, m_impl->cross[v][p].ranges.at(0).at(n), real.range());
+                    m_impl->checkRange(
+                        {"range of a node subzone", -1, p, -1, -1, static_cast<std::int64_t>(n)}, v,
+                        m_impl->cross[v][p].ranges.at(0).at(n), real.range());
             }
 }
 

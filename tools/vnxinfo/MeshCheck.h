@@ -23,12 +23,13 @@ using CellsSink = std::function<void(CheckedCells const& cells)>;
 /// Whether all connectivity of a zone was found in the headers.
 bool hasConnectivity(CheckedFile const& file, std::uint32_t zone);
 
-/// Reads all connectivity of a zone, and checks what it refers to: the lists of cell subzones and of node
-/// subzones must tell the same. Gives each sound cell subzone to the sink. False if it isn't sound.
+/// Reads all connectivity of a zone, and checks what it refers to: the lists of cell subzones and
+/// of node subzones must tell the same. Gives each sound cell subzone to the sink. False if it
+/// isn't sound.
 bool checkConnectivity(CheckedFile& file, std::uint32_t zone, CellsSink const& sink);
 
-/// Holds the cross ranges of a zone to the values at the other end of the connectivity. take() gets all
-/// cell subzones of the zone; finish() follows.
+/// Holds the cross ranges of a zone to the values at the other end of the connectivity. take() gets
+/// all cell subzones of the zone; finish() follows.
 class MeshRanges
 {
 public:
@@ -44,7 +45,8 @@ private:
     std::unique_ptr<Impl> m_impl;
 };
 
-/// Gives all cell subzones of a zone to the sink, unwatched and unchecked. False if one can't be read.
+/// Gives all cell subzones of a zone to the sink, unwatched and unchecked. False if one can't be
+/// read.
 bool walkConnectivity(CheckedFile& file, std::uint32_t zone, CellsSink const& sink);
 
 }

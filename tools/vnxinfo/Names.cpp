@@ -16,8 +16,8 @@ std::string nameIn(std::array<char const*, N> const& names, std::size_t number)
 
 std::string zoneTypeName(ZoneType_e type)
 {
-    static constexpr std::array<char const*, 9> names{"ordered",     "triangle", "quadrilateral",
-                                                      "tetrahedron", "brick",    "line segment",
+    static constexpr std::array<char const*, 9> names{"ordered",     "triangle",   "quadrilateral",
+                                                      "tetrahedron", "brick",      "line segment",
                                                       "polygon",     "polyhedron", "mixed"};
     return nameIn(names, static_cast<std::size_t>(type));
 }

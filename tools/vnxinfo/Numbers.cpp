@@ -51,19 +51,22 @@ std::uint32_t required(std::optional<std::uint32_t> index, std::string const& wa
 
 }
 
-std::optional<std::uint32_t> zoneIndexOf(std::string const& wanted, hdqfsloader::DataFile const& file)
+std::optional<std::uint32_t> zoneIndexOf(std::string const& wanted,
+                                         hdqfsloader::DataFile const& file)
 {
     return indexOf(wanted, file.headers().zoneNames, "zones", file.path());
 }
 
-std::optional<std::uint32_t> varIndexOf(std::string const& wanted, hdqfsloader::DataFile const& file)
+std::optional<std::uint32_t> varIndexOf(std::string const& wanted,
+                                        hdqfsloader::DataFile const& file)
 {
     return indexOf(wanted, file.headers().varNames, "variables", file.path());
 }
 
 std::uint32_t requiredZone(std::string const& wanted, hdqfsloader::DataFile const& file)
 {
-    return required(zoneIndexOf(wanted, file), wanted, "zone", file.headers().zoneNames, file.path());
+    return required(zoneIndexOf(wanted, file), wanted, "zone", file.headers().zoneNames,
+                    file.path());
 }
 
 std::uint32_t requiredVar(std::string const& wanted, hdqfsloader::DataFile const& file)

@@ -63,8 +63,8 @@ bool skipMarkers(FileStreamReader& reader, TagOwner owner, std::uint32_t number)
     return hdqio::readAndVerifyValue<std::uint32_t, false>(
                reader, isZone ? ZONE_MARKER : PARTITION_MARKER,
                {isZone ? "zoneMarker*" : "partitionMarker*"}) &&
-           hdqio::readAndVerifyValue<std::uint32_t, false>(
-               reader, number, {isZone ? "zoneNum*" : "partitionNum*"});
+           hdqio::readAndVerifyValue<std::uint32_t, false>(reader, number,
+                                                           {isZone ? "zoneNum*" : "partitionNum*"});
 }
 
 Json listOf(std::vector<RawTag> const& tags)
@@ -112,7 +112,8 @@ Json zoneLists(DataFile& file, std::uint32_t z)
     Json partitions = Json::array();
     try {
         hdqio::ZoneMetadata const& metadata = file.zone(z);
-        for (std::uint32_t p = 0; !metadata.ptnFileLocs.isNull() && p < metadata.numPartitions; ++p) {
+        for (std::uint32_t p = 0; !metadata.ptnFileLocs.isNull() && p < metadata.numPartitions;
+             ++p) {
             Json partition = {{"partition", p + 1}};
             partition.update(listAt(file, metadata.ptnFileLocs[p], TagOwner::Partition, p + 1));
             partitions.push_back(partition);
@@ -137,10 +138,10 @@ void writeList(std::string const& title, Json const& list, Output& output)
         std::string const name = tag["name"].is_null() ? "unknown" : tag["name"].get<std::string>();
         std::snprintf(line.data(), line.size(), "  %10lu  %5u  %-24s ",
                       tag["at"].get<std::uint64_t>(), tag["tag"].get<unsigned>(), name.c_str());
-        output.write(line.data() +
-                     (value == hdqio::ABSENT_FILE_LOC ? std::string("absent")
-                                                      : std::to_string(value)) +
-                     "\n");
+        output.write(
+            line.data() +
+            (value == hdqio::ABSENT_FILE_LOC ? std::string("absent") : std::to_string(value)) +
+            "\n");
     }
 }
 
@@ -161,7 +162,8 @@ std::vector<RawTag> readRawTags(FileStreamReader& reader, std::uint64_t fileLoc,
     for (std::uint16_t const tag : numbers) {
         auto const name = namesFor(owner).find(tag);
         std::uint64_t const loc = reader.fileLoc();
-        std::uint64_t const value = reader.isAscii() ? readTextValue(reader) : readBinaryValue(reader);
+        std::uint64_t const value =
+            reader.isAscii() ? readTextValue(reader) : readBinaryValue(reader);
         result.push_back({tag, name == namesFor(owner).end() ? "" : name->second, value, loc});
     }
     return result;

@@ -14,17 +14,17 @@ namespace varnox::tools {
 struct RawTag
 {
     std::uint16_t number;
-    std::string name;      ///< Empty for a tag that nobody knows.
+    std::string name; ///< Empty for a tag that nobody knows.
     std::uint64_t value;
     std::uint64_t valueLoc; ///< Where the value stands; in text the word before it.
 };
 
 enum class TagOwner { DataSet, Zone, Partition };
 
-/// Reads a tag list, unknown tags and repeated ones included. The number, from 1, is that of the zone or
-/// of the partition. Throws std::runtime_error.
-std::vector<RawTag> readRawTags(hdqio::FileStreamReader& reader, std::uint64_t fileLoc, TagOwner owner,
-                                std::uint32_t number);
+/// Reads a tag list, unknown tags and repeated ones included. The number, from 1, is that of the
+/// zone or of the partition. Throws std::runtime_error.
+std::vector<RawTag> readRawTags(hdqio::FileStreamReader& reader, std::uint64_t fileLoc,
+                                TagOwner owner, std::uint32_t number);
 
 /// The tag lists of a file: of the data set, of each zone, or of one, and of its partitions. A list
 /// that can't be read has an "error" in its place.

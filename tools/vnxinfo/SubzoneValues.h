@@ -11,7 +11,8 @@
 
 namespace varnox::tools {
 
-/// The values of single subzones of one HDQ zone, by positioned reads. Keeps a bounded number of them.
+/// The values of single subzones of one HDQ zone, by positioned reads. Keeps a bounded number of
+/// them.
 class SubzoneValues
 {
 public:

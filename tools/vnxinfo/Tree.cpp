@@ -95,13 +95,13 @@ void writeBlocks(Json const& blocks, Writer& out)
 
 void writePartition(Json const& partition, Writer& out)
 {
-    std::string text = "partition " + textOf(partition["number"]) + ": " +
-                       textOf(partition["nodes"]) + " nodes in " +
-                       textOf(partition["nodeSubzones"]) + " subzones, " +
-                       textOf(partition["cells"]) + " cells in " +
-                       textOf(partition["cellSubzones"]);
+    std::string text =
+        "partition " + textOf(partition["number"]) + ": " + textOf(partition["nodes"]) +
+        " nodes in " + textOf(partition["nodeSubzones"]) + " subzones, " +
+        textOf(partition["cells"]) + " cells in " + textOf(partition["cellSubzones"]);
     if (partition.contains("box"))
-        text += ", from " + partition["box"]["min"].dump() + " to " + partition["box"]["max"].dump();
+        text +=
+            ", from " + partition["box"]["min"].dump() + " to " + partition["box"]["max"].dump();
     if (partition.contains("header"))
         text += ", header at " + textOf(partition["header"]);
     out.line(3, text);
@@ -142,8 +142,9 @@ void writeSections(Json const& sections, Writer& out)
 void writeZone(Json const& zone, Writer& out)
 {
     out.line(1, named("zone", zone));
-    out.entry(2, "type", textOf(zone["type"]) + ", letter " + textOf(zone["letter"]) +
-                             (zone["inSubzones"].get<bool>() ? ", in subzones" : ", plain"));
+    out.entry(2, "type",
+              textOf(zone["type"]) + ", letter " + textOf(zone["letter"]) +
+                  (zone["inSubzones"].get<bool>() ? ", in subzones" : ", plain"));
     out.entry(2, "size", sizeText(zone["size"]));
     out.entry(2, "header", "at " + textOf(zone["header"]));
     out.entry(2, "solution time",

@@ -121,11 +121,13 @@ double edgeOf(std::size_t bin, Summary const& summary, std::size_t numBins)
 
 void writeBins(std::vector<std::uint64_t> const& bins, Summary const& summary, Output& output)
 {
-    std::uint64_t const most = std::max<std::uint64_t>(1, *std::max_element(bins.begin(), bins.end()));
+    std::uint64_t const most =
+        std::max<std::uint64_t>(1, *std::max_element(bins.begin(), bins.end()));
     for (std::size_t b = 0; b < bins.size(); ++b) {
         std::array<char, 128> line{};
         std::snprintf(line.data(), line.size(), "%14.6g to %14.6g  %10lu  ",
-                      edgeOf(b, summary, bins.size()), edgeOf(b + 1, summary, bins.size()), bins[b]);
+                      edgeOf(b, summary, bins.size()), edgeOf(b + 1, summary, bins.size()),
+                      bins[b]);
         auto const width = static_cast<std::size_t>(static_cast<double>(bins[b]) /
                                                     static_cast<double>(most) * BAR_WIDTH);
         output.write(line.data() + std::string(width, '#') + "\n");
@@ -222,8 +224,8 @@ void writeHistogram(DataFile& file, std::uint32_t var, std::optional<std::uint32
         output.write(serialized(result));
         return;
     }
-    output.write(shown(file.path()) + "\n'" + shown(name) + "': " +
-                 std::to_string(summary.numValues) + " values");
+    output.write(shown(file.path()) + "\n'" + shown(name) +
+                 "': " + std::to_string(summary.numValues) + " values");
     if (summary.numFinite() != 0)
         output.write(", " + shown(summary.min) + " to " + shown(summary.max) + ", mean " +
                      shown(summary.sum / static_cast<double>(summary.numFinite())));

@@ -20,8 +20,8 @@ struct ValuesOf
 /// partitions. Those of a shared variable are read where they are shared from.
 void writeValues(hdqfsloader::DataFile& file, ValuesOf const& wanted, bool asJson, Output& output);
 
-/// Writes how many values lie in each of so many equal parts of their range, over one zone or all that
-/// have the variable.
+/// Writes how many values lie in each of so many equal parts of their range, over one zone or all
+/// that have the variable.
 void writeHistogram(hdqfsloader::DataFile& file, std::uint32_t var,
                     std::optional<std::uint32_t> onlyZone, std::size_t numBins, bool asJson,
                     Output& output);

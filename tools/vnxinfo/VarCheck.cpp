@@ -109,9 +109,9 @@ class Block
 {
 public:
     Block(CheckedFile& file, std::uint32_t z, std::uint32_t p, std::uint32_t v)
-        : m_file(file), m_zone(file.zones[z].metadata), m_header(m_zone.ptnMetadata[p]),
-          m_place{"variable's block", z, p, v}, m_type(file.headers.fieldDataTypes[v][z]),
-          m_isNodal(file.isNodal(z, v)), m_var(v),
+        : m_file(file), m_zone(file.zones[z].metadata),
+          m_header(m_zone.ptnMetadata[p]), m_place{"variable's block", z, p, v},
+          m_type(file.headers.fieldDataTypes[v][z]), m_isNodal(file.isNodal(z, v)), m_var(v),
           m_own(hdqfsloader::layoutOf(m_zone, p, m_isNodal ? Items::Nodes : Items::Cells)),
           m_numCells(m_zone.numCszsPerSecPtn.size()), m_partition(p)
     {
@@ -177,7 +177,7 @@ private:
     {
         Place place = m_place;
         place.what = m_isNodal ? "range of a node subzone" : "range of a cell subzone";
-        place.section = m_zone.isMixed() && !m_isNodal ? s : -1;
+        place.section = m_zone.isMixed() && !m_isNodal ? std::int64_t{s} : -1;
         place.subzone = static_cast<std::int64_t>(n);
         m_file.faults.add(place, "It is told as " + textOf(told) + ", and the values are " +
                                      textOf(real) + ".");

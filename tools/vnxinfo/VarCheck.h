@@ -10,8 +10,8 @@
 
 namespace varnox::tools {
 
-/// The ranges of the subzones that a variable's values don't stand at: of the cell subzones of a nodal
-/// variable, of the node subzones of another. They take the connectivity to check.
+/// The ranges of the subzones that a variable's values don't stand at: of the cell subzones of a
+/// nodal variable, of the node subzones of another. They take the connectivity to check.
 struct CrossRanges
 {
     bool isRead = false;
@@ -22,8 +22,8 @@ struct CrossRanges
 /// The cross ranges of a zone by variable, then by partition.
 using ZoneCrossRanges = std::vector<std::vector<CrossRanges>>;
 
-/// Reads all values and ranges of an HDQ zone and holds every range to its values: those of subzones of
-/// the variable's own kind, of partitions and of the zone.
+/// Reads all values and ranges of an HDQ zone and holds every range to its values: those of
+/// subzones of the variable's own kind, of partitions and of the zone.
 ZoneCrossRanges checkHdqVariables(CheckedFile& file, std::uint32_t zone);
 /// The same of a plain zone, which has the range of the zone alone.
 void checkPlainVariables(CheckedFile& file, std::uint32_t zone);

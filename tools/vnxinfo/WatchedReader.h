@@ -54,7 +54,10 @@ public:
     int getc() override { return m_file.getc(); }
     int ungetc(int c) override { return m_file.ungetc(c); }
     int fscanf(char const* format, void* a) override { return m_file.fscanf(format, a); }
-    int fscanf(char const* format, void* a, void* b) override { return m_file.fscanf(format, a, b); }
+    int fscanf(char const* format, void* a, void* b) override
+    {
+        return m_file.fscanf(format, a, b);
+    }
     int fscanf(char const* format, void* a, void* b, void* c) override
     {
         return m_file.fscanf(format, a, b, c);

@@ -97,8 +97,8 @@ void checkPartitionCounts(CheckedFile& file, Place const& place, ZoneMetadata co
                                        ".");
     }
     if (cells != zone.ijk.j)
-        file.faults.add(place, "The partitions have " + std::to_string(cells) + " cells, the zone " +
-                                   std::to_string(zone.ijk.j) + ".");
+        file.faults.add(place, "The partitions have " + std::to_string(cells) +
+                                   " cells, the zone " + std::to_string(zone.ijk.j) + ".");
 }
 
 void checkReferredPartitions(CheckedFile& file, Place const& place, ZoneMetadata const& zone,
@@ -221,8 +221,9 @@ void checkNodeMap(CheckedFile& file, std::uint32_t z)
             }
         }
         if (bad != 0)
-            file.faults.add(place, loc, std::to_string(bad) + " of its numbers are none of the " +
-                                            std::to_string(zone.ijk.i) + " nodes.");
+            file.faults.add(place, loc,
+                            std::to_string(bad) + " of its numbers are none of the " +
+                                std::to_string(zone.ijk.i) + " nodes.");
         return true;
     });
 }
