@@ -226,6 +226,13 @@ private:
             addConnectivity(m_file.partition(z, 0), tags);
     }
 
+    /// Referenced subzones, 28 bits each: of their last byte half means nothing.
+    void addReferences(std::uint64_t loc, std::uint16_t count)
+    {
+        for (std::uint64_t i = 0; i < count; ++i)
+            add(loc + 4 * i, 3);
+    }
+
     /// The lists of referenced subzones. A node number within a subzone is as good as another one.
     void addConnectivity(hdqio::PartitionMetadata const& header,
                          std::map<std::uint16_t, std::uint64_t>& tags)
@@ -237,9 +244,9 @@ private:
         add(tags[1280], 8 * nodes.size());
         add(tags[1286], 2 * nodes.size());
         for (std::size_t n = 0; n < cells.size(); ++n)
-            add(cells[n], 4 * std::uint64_t{header.cszNumRefNszs[0][n]});
+            addReferences(cells[n], header.cszNumRefNszs[0][n]);
         for (std::size_t n = 0; n < nodes.size(); ++n)
-            add(nodes[n], 4 * std::uint64_t{header.nszNumRefCszs[n]});
+            addReferences(nodes[n], header.nszNumRefCszs[n]);
     }
 
     DataFile m_file;
