@@ -78,13 +78,16 @@ std::vector<std::uint32_t> findPartitions(RangeTrees& cache, std::uint32_t numPa
             throw std::runtime_error(variable->description() +
                                      " has no range for each partition of the zone.");
     }
-    SubzoneAddress* owner = nullptr;
-    RawArray<SubzoneAddress> found{&owner, nullptr, 0, 0};
+    struct Owner
+    {
+        ~Owner() { delete[] block; }
+        SubzoneAddress* block = nullptr;
+    } owner;
+    RawArray<SubzoneAddress> found{&owner.block, nullptr, 0, 0};
     std::vector<std::uint32_t> result;
     findEntries(trees, values, numPartitions, 0, 0, found);
     for (std::uint64_t i = 0; i < found.size; ++i)
         result.push_back(found.data[i].subzoneOffset());
-    delete[] owner;
     return result;
 }
 
