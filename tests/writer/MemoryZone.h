@@ -25,10 +25,8 @@ public:
     template <typename T>
     void set(std::uint32_t partition, std::uint32_t variable, std::vector<T> const& values)
     {
-        auto& target = bytes[{partition, variable}];
-        target.resize(values.size() * sizeof(T));
-        if (!values.empty())
-            std::memcpy(target.data(), values.data(), target.size());
+        auto const* const first = reinterpret_cast<unsigned char const*>(values.data());
+        bytes[{partition, variable}].assign(first, first + values.size() * sizeof(T));
     }
 
     void const* values(std::uint32_t partition, std::uint32_t variable, void* buffer) override
