@@ -39,7 +39,14 @@ std::string nameOf(DataSet::ZoneInFile const& zone, SubzoneAddress const& subzon
                                Items items, std::string const& what)
 {
     throw std::runtime_error("The connectivity of " + nameOf(zone, subzone, items) +
-                             " is damaged: it refers to " + what + ", which doesn't exist.");
+                             " is damaged: " + what + ".");
+}
+
+[[noreturn]] void throwDamagedReference(DataSet::ZoneInFile const& zone,
+                                        SubzoneAddress const& subzone, Items items,
+                                        std::string const& what)
+{
+    throwDamaged(zone, subzone, items, "it refers to " + what + ", which doesn't exist");
 }
 
 [[noreturn]] void throwNoConnectivity(DataSet::ZoneInFile const& zone)
@@ -93,14 +100,19 @@ SubzoneCells resolved(DataSet::ZoneInFile const& zone, SubzoneAddress const& sub
     result.numCells = record.numCells;
     result.numCornersPerCell = metadata.numCornersPerSection[subzone.section()];
     result.numNodesPerCell = record.numCornersPerCell;
+    // A grid order of 0 leaves a cell fewer nodes than its shape has corners.
+    if (result.numCornersPerCell > result.numNodesPerCell)
+        throwDamaged(zone, subzone, Items::Cells,
+                     "its cells have " + std::to_string(result.numCornersPerCell) +
+                         " corners and " + std::to_string(result.numNodesPerCell) + " nodes");
     std::size_t const numNodes = std::size_t{record.numCells} * record.numCornersPerCell;
     result.nodes.reserve(numNodes);
     for (std::size_t i = 0; i < numNodes; ++i) {
         std::uint16_t const reference = record.refNszOffsets[i];
         if (record.nszOffsets[i] >= sizes[reference])
-            throwDamaged(zone, subzone, Items::Cells,
-                         "node " + std::to_string(record.nszOffsets[i]) + " of node subzone " +
-                             textOf(record.refNszs[reference]));
+            throwDamagedReference(zone, subzone, Items::Cells,
+                                  "node " + std::to_string(record.nszOffsets[i]) +
+                                      " of node subzone " + textOf(record.refNszs[reference]));
         isUsed[reference] = true;
         result.nodes.emplace_back(record.refNszs[reference], record.nszOffsets[i]);
     }
@@ -190,7 +202,8 @@ std::vector<SubzoneAddress> ConnectivityReader::cellSubzones(DataSet::ZoneInFile
     std::vector<SubzoneAddress> result;
     for (std::uint32_t r = 0; r < record.numRefCszs; ++r) {
         if (!hasCellSubzone(metadata, record.refCszs[r]))
-            throwDamaged(zone, subzone, Items::Nodes, "cell subzone " + textOf(record.refCszs[r]));
+            throwDamagedReference(zone, subzone, Items::Nodes,
+                                  "cell subzone " + textOf(record.refCszs[r]));
         result.push_back(record.refCszs[r]);
     }
     return result;

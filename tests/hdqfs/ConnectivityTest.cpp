@@ -457,6 +457,29 @@ TEST(CellConnectivity, CellsOfHigherOrderHaveTheirCornersFirst)
     EXPECT_NE(failureOf([&] { grid.cells.nodeAddress(second, -1); }), "");
 }
 
+TEST(CellConnectivity, CellsOfFewerNodesThanCornersAreDamage)
+{
+    // A grid order of 0 leaves a tetrahedron one node.
+    std::vector<MeshPartition> mesh(1);
+    mesh[0].numNodes = 4;
+    mesh[0].cells = {{{{0, 3}}, {{0, 1}}}};
+    TemporaryFile const file(build(fileOf(meshZone('M', 232, mesh, {{0, 3, 0}}), "232", false)));
+    Grid grid({file.path()});
+    Address const cell(SubzoneAddress(0, 0, 0), 1);
+    std::string const expected = "The connectivity of cell subzone 0 of section 0 in partition 0 of "
+                                 "zone 1 of " +
+                                 file.path() +
+                                 " is damaged: its cells have 4 corners and 1 nodes.";
+    EXPECT_EQ(failureOf([&] {
+                  Address buffer[8];
+                  RawArray<Address> corners{nullptr, buffer, 8, 0};
+                  grid.cells.cornerNodeAddresses(cell, corners);
+              }),
+              expected);
+    EXPECT_EQ(failureOf([&] { grid.cells.cornerNodeAddress(cell, 3); }), expected);
+    EXPECT_EQ(failureOf([&] { grid.nodesOf(cell); }), expected);
+}
+
 struct ShapeCase
 {
     std::uint8_t shape;
