@@ -98,12 +98,16 @@ public:
         OwnedArray<Address> cell;
         for (unsigned short c = 0; c < size; ++c) {
             cell.view().size = 0;
+            std::uint64_t const capacity = cell.view().capacity;
             queryInterface.nodeAddresses(Address(subzone, static_cast<std::uint8_t>(c)),
                                          cell.view());
             // Deliberate: more elements are cut, and of fewer the rest keeps what stood there.
             // Test: CellConnectivityQueryServer.FewerNodeAddressesLeaveOldContents
             if (cell.view().capacity < nodeCount)
                 reserveInitialised(cell.view(), nodeCount);
+            else if (cell.view().capacity != capacity && cell.view().size < nodeCount)
+                std::fill(cell.view().data + cell.view().size, cell.view().data + nodeCount,
+                          Address(0)); // the add-on's new block
             std::copy_n(cell.view().data, nodeCount, nodesOfCells.data() + c * nodeCount);
         }
         references.reset(nodesOfCells.size());

@@ -214,6 +214,21 @@ TEST(CellConnectivityQueryServer, CellWithoutAnyNodeAddressHasZeros)
                                          vec(std::vector<std::string>(6, u8(0))));
 }
 
+TEST(CellConnectivityQueryServer, FewerNodeAddressesInANewBlockHaveZerosBehind)
+{
+    CellSession session;
+    session.fake.nodesOf = [](Item) {
+        // What is freed here may be the block that the address is then appended to.
+        std::vector<Item> const used(32, Item(~0UL));
+        return std::vector<Item>{Item(SUBZONE, used.front().itemOffset() == 255 ? 10 : 0)};
+    };
+    session.socket.appendScript(text("checkout") + u8(1) + vec({subzone}));
+    session.server.handleMethod();
+    EXPECT_EQ(session.socket.sent(), hex("02 00 02 03 01") + vec({u64(0), subzone}) +
+                                         vec({u16(1), u16(0), u16(0), u16(1), u16(0), u16(0)}) +
+                                         vec({u8(10), u8(0), u8(0), u8(10), u8(0), u8(0)}));
+}
+
 TEST(CellConnectivityQueryServer, SubzoneOfMoreThanAnAddressCanNameIsRefused)
 {
     struct Impossible
