@@ -12,6 +12,13 @@ namespace {
 /// Zone numbers are 32-bit numbers that count from 1.
 constexpr std::uint64_t MAX_ZONES = 0x7FFFFFFE;
 
+bool haveSameBricks(DataFile const& a, DataFile const& b)
+{
+    hdqio::IJK const ofA = a.description().getMaxIJKSubzoneSize();
+    hdqio::IJK const ofB = b.description().getMaxIJKSubzoneSize();
+    return ofA.i == ofB.i && ofA.j == ofB.j && ofA.k == ofB.k;
+}
+
 }
 
 std::string DataSet::FileSet::varName(std::uint32_t var) const
@@ -75,6 +82,11 @@ void DataSet::checkSolution(DataFile const& grid, DataFile const& first, DataFil
             theirs.jMaxOrNumCells[z] != ours.jMaxOrNumCells[z] ||
             theirs.kMaxOrNumFaces[z] != ours.kMaxOrNumFaces[z])
             refuse("types or sizes of zones");
+        // Queries ask the grid which nodes and cells a brick has, and the solution for their values.
+        if (hdqio::isHdqFileChar(ours.zoneTypes[z]) &&
+            hdqio::zoneTypeFromFileChar(ours.zoneTypes[z]) == ZoneType_Ordered &&
+            !haveSameBricks(grid, solution))
+            refuse("sizes of subzones");
     }
     bool sameNames = solution.numVars() == first.numVars();
     for (std::uint32_t v = 0; sameNames && v < first.numVars(); ++v)

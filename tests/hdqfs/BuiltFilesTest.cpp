@@ -221,6 +221,31 @@ TEST(BuiltFiles, PartitionedMixedZoneComesSectionAfterSection)
     EXPECT_EQ(engine.values<float>(), (std::vector<float>{1, 2, 3, 1, 2, 3, 4, 5, 4, 5}));
 }
 
+TEST(BuiltFiles, SolutionCutIntoOtherBricksThanItsGridIsRefused)
+{
+    FileSpec grid;
+    grid.type = 'G';
+    FileSpec solution = grid;
+    solution.type = 'S';
+    solution.vars[0].name = "c";
+    solution.limits[0] = 4;
+    solution.limits[2] = 9;
+    TemporaryFile const gridFile(build(grid));
+    TemporaryFile const file(build(solution));
+    EXPECT_EQ(failureOf([&] { DataSet({gridFile.path(), file.path()}); }),
+              "The solution file " + file.path() + " has other sizes of subzones than " +
+                  gridFile.path() + ", the grid file ahead of it.");
+
+    // Runs of finite elements and plain zones don't ask how large bricks are.
+    for (char const letter : {'B', 'o'}) {
+        grid.zones[0].letter = letter;
+        solution.zones[0].letter = letter;
+        TemporaryFile const otherGrid(build(grid));
+        TemporaryFile const other(build(solution));
+        EXPECT_EQ(failureOf([&] { DataSet({otherGrid.path(), other.path()}); }), "");
+    }
+}
+
 TEST(BuiltFiles, PassiveVariableHasNoValuesOfItsOwn)
 {
     FileSpec spec = plainZone('o');
