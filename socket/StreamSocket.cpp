@@ -12,11 +12,13 @@
 #include <cstring>
 #include <ctime>
 
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -36,11 +38,35 @@ void setNoDelay(int descriptor)
     ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
 }
 
-void waitFor(int descriptor, short events)
+/// False: the time is over; a limit of 0 is none.
+bool waitFor(int descriptor, short events, std::chrono::milliseconds limit)
 {
     pollfd waiting{descriptor, events, 0};
-    while (::poll(&waiting, 1, -1) < 0 && errno == EINTR) {
+    int ready = 0;
+    while ((ready = ::poll(&waiting, 1, limit.count() > 0 ? static_cast<int>(limit.count()) : -1)) <
+               0 &&
+           errno == EINTR) {
     }
+    return ready != 0;
+}
+
+bool mayBlock(int descriptor)
+{
+    return (::fcntl(descriptor, F_GETFL) & O_NONBLOCK) == 0;
+}
+
+void setSocketTimeout(int descriptor, int option, std::chrono::milliseconds limit)
+{
+    timeval time = {};
+    time.tv_sec = limit.count() / 1000;
+    time.tv_usec = limit.count() % 1000 * 1000;
+    ::setsockopt(descriptor, SOL_SOCKET, option, &time, sizeof(time));
+}
+
+std::string seconds(std::chrono::milliseconds limit)
+{
+    return limit.count() % 1000 == 0 ? std::to_string(limit.count() / 1000) + " seconds"
+                                     : std::to_string(limit.count()) + " milliseconds";
 }
 
 /// Keeps a write to a pipe whose reader is gone from raising SIGPIPE in this thread: the signal is
@@ -187,10 +213,50 @@ public:
     std::size_t bufferEnd = 0;
     std::uint64_t totalSent = 0;
     std::uint64_t totalReceived = 0;
+    std::chrono::milliseconds idleLimit{0};
+    bool hasIdled = false;
+
+    void setIdleTimeout(std::chrono::milliseconds limit)
+    {
+        idleLimit = limit;
+        if (readsFromSocket)
+            setSocketTimeout(readDescriptor, SO_RCVTIMEO, limit);
+        if (writesToSocket)
+            setSocketTimeout(writeDescriptor, SO_SNDTIMEO, limit);
+    }
 
 private:
+    [[noreturn]] void throwIdle(char const* what)
+    {
+        hasIdled = true;
+        if (readsFromSocket)
+            ::shutdown(readDescriptor, SHUT_RDWR);
+        if (writesToSocket)
+            ::shutdown(writeDescriptor, SHUT_RDWR);
+        throw SocketException(std::string(what) + " within " + seconds(idleLimit) + ".");
+    }
+
+    /// Pipes have no timeouts of their own.
+    void waitForPipe(int descriptor, short events, char const* what)
+    {
+        if (idleLimit.count() > 0 && (hasIdled || !waitFor(descriptor, events, idleLimit)))
+            throwIdle(what);
+    }
+
+    /// The operation would have to wait. A socket that may block has done so, for as long as the
+    /// limit is.
+    void waitForSocket(int descriptor, short events, char const* what)
+    {
+        bool const isOver = idleLimit.count() > 0 && mayBlock(descriptor);
+        if (isOver || !waitFor(descriptor, events, idleLimit))
+            throwIdle(what);
+    }
+
     std::size_t readSome(void* out, std::size_t byteCount)
     {
+        static constexpr char IDLE[] = "Receiving failed: the other side sent nothing";
+        if (!readsFromSocket)
+            waitForPipe(readDescriptor, POLLIN, IDLE);
         for (;;) {
             ssize_t const got = ::read(readDescriptor, out, byteCount);
             if (got > 0)
@@ -198,7 +264,7 @@ private:
             if (got == 0)
                 throw SocketException("Receiving failed: the other side closed the connection.");
             if (errno == EAGAIN)
-                waitFor(readDescriptor, POLLIN);
+                waitForSocket(readDescriptor, POLLIN, IDLE);
             else if (errno != EINTR)
                 throw SocketException(std::string("Receiving failed: ") + std::strerror(errno) +
                                       ".");
@@ -207,13 +273,16 @@ private:
 
     std::size_t writeSome(iovec* pieces, std::size_t count)
     {
+        static constexpr char IDLE[] = "Sending failed: the other side took nothing";
+        if (!writesToSocket)
+            waitForPipe(writeDescriptor, POLLOUT, IDLE);
         for (;;) {
             ssize_t const written =
                 writesToSocket ? writeToSocket(pieces, count) : writeToPipe(pieces, count);
             if (written >= 0)
                 return static_cast<std::size_t>(written);
             if (errno == EAGAIN)
-                waitFor(writeDescriptor, POLLOUT);
+                waitForSocket(writeDescriptor, POLLOUT, IDLE);
             else if (errno == EPIPE)
                 throw SocketException("Sending failed: the other side closed the connection.");
             else if (errno != EINTR)
@@ -232,6 +301,10 @@ private:
     ssize_t writeToPipe(iovec* pieces, std::size_t count) const
     {
         BrokenPipeGuard const guard;
+        // A pipe that can be written to takes that much without waiting.
+        if (idleLimit.count() > 0)
+            return ::write(writeDescriptor, pieces->iov_base,
+                           std::min<std::size_t>(pieces->iov_len, PIPE_BUF));
         return ::writev(writeDescriptor, pieces, static_cast<int>(count));
     }
 };
@@ -493,6 +566,16 @@ void StreamSocket::sendCache(WriteCache& cache)
     for (WriteCache::Piece const& piece : cache.pieces())
         pieces.push_back(Impl::pieceOf(piece.data, piece.size));
     m_impl->write(pieces.data(), pieces.size());
+}
+
+void StreamSocket::setIdleTimeout(std::chrono::milliseconds limit)
+{
+    m_impl->setIdleTimeout(limit);
+}
+
+bool StreamSocket::hasIdled() const
+{
+    return m_impl->hasIdled;
 }
 
 bool StreamSocket::peerHasHungUp() const

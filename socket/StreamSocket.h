@@ -2,6 +2,7 @@
 
 #include "varnox/socketutil/SocketInterface.h"
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
 
@@ -82,6 +83,13 @@ public:
     std::vector<std::string> receiveStringVector() override;
 
     void sendCache(WriteCache& cache) override;
+
+    /// From now on a receive for which not one byte comes in this time, and a send of which the peer
+    /// takes not one, is a SocketException, and the connection is shut down: what is tried after
+    /// that fails at once. Zero waits without bound, as at the start. Costs nothing on sockets.
+    void setIdleTimeout(std::chrono::milliseconds limit);
+    /// Whether that limit was reached.
+    bool hasIdled() const;
 
     /// For a hosting program: true when the peer has hung up and no received byte is left unread.
     /// Doesn't block, reads nothing out of turn.

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
 #include <functional>
 #include <memory>
@@ -20,6 +21,8 @@
 
 namespace varnox::socketutil {
 namespace {
+
+using namespace std::chrono_literals;
 
 /// Two connected sockets, or one over a pair of pipes.
 struct Pair
@@ -157,6 +160,52 @@ TEST_P(StreamSocketPairs, HangUpShowsOnceEverythingIsRead)
     EXPECT_TRUE(pair.a->peerHasHungUp());
 }
 
+TEST_P(StreamSocketPairs, SilentPeerIsAnExceptionAfterTheIdleTimeout)
+{
+    Pair pair(GetParam());
+    pair.a->setIdleTimeout(50ms);
+    pair.b->sendUInt16(7); // a byte in time resets the clock, and is no item
+    auto const start = std::chrono::steady_clock::now();
+    EXPECT_EQ(messageOf([&] { pair.a->receiveUInt32(); }),
+              "Receiving failed: the other side sent nothing within 50 milliseconds.");
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 45ms);
+    EXPECT_TRUE(pair.a->hasIdled());
+    // Nothing waits again.
+    auto const afterwards = std::chrono::steady_clock::now();
+    EXPECT_NE(messageOf([&] { pair.a->receiveUInt32(); }), "");
+    EXPECT_NE(messageOf([&] { pair.a->sendUInt32(1); }), "");
+    EXPECT_LT(std::chrono::steady_clock::now() - afterwards, 45ms);
+}
+
+TEST_P(StreamSocketPairs, PeerThatStopsReadingIsAnExceptionAfterTheIdleTimeout)
+{
+    Pair pair(GetParam());
+    pair.a->setIdleTimeout(1000ms);
+    std::vector<double> const large(8'000'000, 1);
+    EXPECT_EQ(messageOf([&] { pair.a->sendDoubleVector(large); }),
+              "Sending failed: the other side took nothing within 1 seconds.");
+    EXPECT_TRUE(pair.a->hasIdled());
+    EXPECT_GT(pair.a->bytesSent(), 0U);
+}
+
+TEST_P(StreamSocketPairs, SlowPeerIsNotIdle)
+{
+    Pair pair(GetParam());
+    pair.a->setIdleTimeout(400ms);
+    std::vector<double> const large(100'000, 1);
+    std::thread reader([&] {
+        pair.b->receiveUInt64();
+        for (int step = 0; step < 10; ++step) {
+            std::this_thread::sleep_for(100ms);
+            for (int i = 0; i < 10'000; ++i) // more than what a pipe and our buffer hold
+                pair.b->receiveDouble();
+        }
+    });
+    EXPECT_EQ(messageOf([&] { pair.a->sendDoubleVector(large); }), "");
+    reader.join();
+    EXPECT_FALSE(pair.a->hasIdled());
+}
+
 INSTANTIATE_TEST_SUITE_P(Transports, StreamSocketPairs, testing::Bool(), [](auto const& test) {
     return test.param ? std::string("Pipes") : std::string("Sockets");
 });
@@ -217,6 +266,18 @@ TEST(StreamSocket, DescriptorsThatDoNotBlockAreWaitedFor)
     });
     EXPECT_EQ(b.receiveDoubleVector(), values);
     sender.join();
+}
+
+TEST(StreamSocket, DescriptorsThatDoNotBlockIdleToo)
+{
+    int ends[2];
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends), 0);
+    StreamSocket a(ends[0], ends[0]);
+    StreamSocket const b(ends[1], ends[1]);
+    a.setIdleTimeout(20ms);
+    EXPECT_EQ(messageOf([&] { a.receiveUInt8(); }),
+              "Receiving failed: the other side sent nothing within 20 milliseconds.");
+    EXPECT_TRUE(a.hasIdled());
 }
 
 TEST(StreamSocket, DelayIsOffOnATcpStream)
