@@ -84,9 +84,10 @@ public:
 
     void sendCache(WriteCache& cache) override;
 
-    /// From now on a receive for which not one byte comes in this time, and a send of which the peer
-    /// takes not one, is a SocketException, and the connection is shut down: what is tried after
-    /// that fails at once. Zero waits without bound, as at the start. Costs nothing on sockets.
+    /// From now on a receive for which not one byte comes in this time, and a send of which the
+    /// peer takes not one, is a SocketException, and the connection is shut down: what is tried
+    /// after that fails at once. Zero waits without bound, as at the start. Costs nothing on
+    /// sockets.
     void setIdleTimeout(std::chrono::milliseconds limit);
     /// Whether that limit was reached.
     bool hasIdled() const;

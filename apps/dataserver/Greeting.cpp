@@ -1,5 +1,6 @@
 #include "apps/dataserver/Greeting.h"
 
+#include "apps/dataserver/Log.h"
 #include "socket/Token.h"
 
 #include <algorithm>
@@ -49,12 +50,10 @@ void checkToken(std::string const& shown, std::string const& token)
     throw GreetingRefused("the token is wrong; give the client the server's token file");
 }
 
-std::string seconds(std::chrono::milliseconds duration)
+/// The server has said something before the greeting was finished.
+struct Interrupted
 {
-    long const count = duration.count();
-    return count % 1000 == 0 ? std::to_string(count / 1000) + " seconds"
-                             : std::to_string(count) + " milliseconds";
-}
+};
 
 }
 
@@ -67,17 +66,23 @@ std::string greetingAnswer(bool accepted, std::string const& reason)
     return result + text;
 }
 
-Greeting::Greeting(int readEnd, int writeEnd, std::chrono::milliseconds limit)
-    : m_readEnd(readEnd), m_writeEnd(writeEnd), m_limit(limit), m_deadline(Clock::now() + limit)
+Greeting::Greeting(int readEnd, int writeEnd, int server, std::chrono::milliseconds limit)
+    : m_readEnd(readEnd), m_writeEnd(writeEnd), m_server(server), m_limit(limit),
+      m_deadline(Clock::now() + limit)
 {
 }
 
-void Greeting::receive(std::string const& token)
+bool Greeting::receive(std::string const& token)
 {
-    checkFirstString(receiveString());
-    std::string shown = receiveString();
-    checkToken(shown, token);
-    ::explicit_bzero(shown.data(), shown.size());
+    try {
+        checkFirstString(receiveString());
+        std::string shown = receiveString();
+        checkToken(shown, token);
+        ::explicit_bzero(shown.data(), shown.size());
+        return true;
+    } catch (Interrupted const&) {
+        return false;
+    }
 }
 
 void Greeting::accept()
@@ -126,7 +131,7 @@ void Greeting::read(void* out, std::size_t byteCount)
 {
     auto* target = static_cast<char*>(out);
     while (byteCount > 0) {
-        if (!waitFor(m_readEnd, POLLIN, m_deadline))
+        if (!waitFor(m_readEnd, POLLIN, m_deadline, m_server))
             throw GreetingRefused("the greeting was not finished within " + seconds(m_limit));
         ssize_t const got = ::read(m_readEnd, target, byteCount);
         if (got == 0)
@@ -159,16 +164,19 @@ void Greeting::send(std::string const& bytes, Clock::time_point until)
     }
 }
 
-bool Greeting::waitFor(int descriptor, short events, Clock::time_point until) const
+bool Greeting::waitFor(int descriptor, short events, Clock::time_point until, int server)
 {
     for (;;) {
         auto const left =
             std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now()).count();
         if (left <= 0)
             return false;
-        pollfd waiting{descriptor, events, 0};
-        if (::poll(&waiting, 1, static_cast<int>(left)) > 0)
-            return true;
+        pollfd waiting[] = {{descriptor, events, 0}, {server, POLLIN, 0}};
+        if (::poll(waiting, 2, static_cast<int>(left)) <= 0)
+            continue;
+        if (waiting[1].revents != 0)
+            throw Interrupted();
+        return true;
     }
 }
 

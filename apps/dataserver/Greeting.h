@@ -26,11 +26,13 @@ public:
 class Greeting
 {
 public:
-    Greeting(int readEnd, int writeEnd, std::chrono::milliseconds limit);
+    /// server is the socket to our own server, or -1.
+    Greeting(int readEnd, int writeEnd, int server, std::chrono::milliseconds limit);
 
-    /// Reads what the client says; returns if it speaks our language and shows the token. An empty
-    /// token means that none is needed. Throws GreetingRefused or GreetingBroken.
-    void receive(std::string const& token);
+    /// Reads what the client says; true if it speaks our language and shows the token, false if the
+    /// server has something to say before that. An empty token means that none is needed. Throws
+    /// GreetingRefused or GreetingBroken.
+    bool receive(std::string const& token);
     /// Throws GreetingBroken.
     void accept();
     /// Tells the reason and gives the client a moment to read it. Never throws.
@@ -43,10 +45,11 @@ private:
     void read(void* out, std::size_t byteCount);
     void send(std::string const& bytes, Clock::time_point until);
     /// False: the time is over.
-    bool waitFor(int descriptor, short events, Clock::time_point until) const;
+    static bool waitFor(int descriptor, short events, Clock::time_point until, int server = -1);
 
     int m_readEnd;
     int m_writeEnd;
+    int m_server;
     std::chrono::milliseconds m_limit;
     Clock::time_point m_deadline;
 };

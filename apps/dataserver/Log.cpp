@@ -30,4 +30,11 @@ std::string printable(std::string const& text)
     return text.size() > MAX_LENGTH ? result + "..." : result;
 }
 
+std::string seconds(std::chrono::milliseconds duration)
+{
+    long const count = duration.count();
+    return count % 1000 == 0 ? std::to_string(count / 1000) + " seconds"
+                             : std::to_string(count) + " milliseconds";
+}
+
 }

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <charconv>
+#include <cmath>
 #include <filesystem>
 
 namespace varnox::dataserver {
@@ -76,6 +77,19 @@ std::string whatIsWrongWithSource(std::string const& text)
     }
 }
 
+/// Not less than a millisecond, unless it is 0.
+std::chrono::milliseconds milliseconds(double seconds)
+{
+    return std::chrono::milliseconds(static_cast<long>(std::ceil(seconds * 1000)));
+}
+
+/// Whoever comes through ssh may leave a session alone for a day: the connection is his own.
+double defaultIdleSeconds(Source const& source)
+{
+    constexpr double HOUR = 3600;
+    return source.kind == Source::Kind::StandardStreams ? 0 : HOUR;
+}
+
 void refuseWhatContradicts(Options const& options)
 {
     if (options.source.kind == Source::Kind::InheritedSocket && !options.tokenFile.empty())
@@ -88,9 +102,11 @@ void refuseWhatContradicts(Options const& options)
 std::optional<Options> parseOptions(int argc, char const* const* argv, int& exitStatus)
 {
     constexpr double MAX_TIMEOUT_SECONDS = 86'400;
+    constexpr double MAX_IDLE_SECONDS = 20 * MAX_TIMEOUT_SECONDS;
     Options options;
     std::string listen;
     double greetingTimeout = 10;
+    std::optional<double> idleTimeout;
     constexpr std::size_t ANY_SIZE = static_cast<std::size_t>(-1) / 2;
 
     CLI::App app(DESCRIPTION, "vnxdataserver");
@@ -119,6 +135,18 @@ std::optional<Options> parseOptions(int argc, char const* const* argv, int& exit
         ->type_name("N")
         ->check(CLI::Range(std::size_t{1}, std::size_t{100'000}).description(""))
         ->capture_default_str();
+    app.add_option(
+           "--max-sessions-per-source", options.maxSessionsPerSource,
+           "Sessions at a time of one user on a Unix socket, or one address on TCP. Default: "
+           "as many as --max-sessions")
+        ->type_name("N")
+        ->check(CLI::Range(std::size_t{1}, std::size_t{100'000}).description(""));
+    app.add_option("--max-greetings", options.maxGreetings,
+                   "Greetings under way at a time; one more, and the oldest of the source that has "
+                   "the most is refused")
+        ->type_name("N")
+        ->check(CLI::Range(std::size_t{1}, std::size_t{10'000}).description(""))
+        ->capture_default_str();
     app.add_option("--max-item-bytes", options.maxItemBytes,
                    "Limit for one item that a client sends")
         ->type_name("N")
@@ -129,6 +157,12 @@ std::optional<Options> parseOptions(int argc, char const* const* argv, int& exit
         ->type_name("SECONDS")
         ->check(CLI::Range(0.001, MAX_TIMEOUT_SECONDS).description(""))
         ->capture_default_str();
+    app.add_option(
+           "--idle-timeout", idleTimeout,
+           "A session ends when its client sends nothing that is waited for, or takes "
+           "nothing of an answer, for this long; 0 is never. Default: 3600, and 0 for stdio")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0.0, MAX_IDLE_SECONDS).description(""));
     app.add_option("--log-level", options.logLevel,
                    "error, warn, info or debug; the log goes to standard error")
         ->type_name("LEVEL")
@@ -144,7 +178,8 @@ std::optional<Options> parseOptions(int argc, char const* const* argv, int& exit
         exitStatus = app.exit(error) == 0 ? 0 : 2;
         return std::nullopt;
     }
-    options.greetingTimeout = std::chrono::milliseconds(static_cast<long>(greetingTimeout * 1000));
+    options.greetingTimeout = milliseconds(greetingTimeout);
+    options.idleTimeout = milliseconds(idleTimeout.value_or(defaultIdleSeconds(options.source)));
     if (!options.addonPath.empty())
         options.addonPath = std::filesystem::absolute(options.addonPath).string();
     return options;

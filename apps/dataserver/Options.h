@@ -30,8 +30,11 @@ struct Options
     std::string tokenFile;   ///< empty: none
     bool servesOnce = false;
     std::size_t maxSessions = 64;
+    std::size_t maxSessionsPerSource = 0; ///< 0: no limit of its own
+    std::size_t maxGreetings = 32;        ///< under way at a time
     std::size_t maxItemBytes = std::size_t{1} << 30;
     std::chrono::milliseconds greetingTimeout{10'000};
+    std::chrono::milliseconds idleTimeout{0}; ///< 0: none
     std::string logLevel = "info";
 };
 

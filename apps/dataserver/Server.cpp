@@ -12,11 +12,11 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <map>
 #include <stdexcept>
 #include <vector>
 
 #include <fcntl.h>
-#include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -36,33 +36,6 @@ constexpr auto GRACE = 5s;        // for running sessions, from the signal to en
 constexpr auto LAST_GRACE = 1s;   // from a worker's SIGTERM to its SIGKILL
 constexpr auto TRIAL_LIMIT = 60s; // for an add-on to come up
 constexpr auto ACCEPT_PAUSE = 200ms;
-constexpr std::size_t MAX_GREETINGS = 64; // at a time; beyond it the oldest makes way
-
-/// Who is at the other end, for the log.
-std::string nameOfPeer(int connection)
-{
-    sockaddr_storage peer = {};
-    socklen_t size = sizeof(peer);
-    if (::getpeername(connection, reinterpret_cast<sockaddr*>(&peer), &size) != 0)
-        return "a client that has left";
-    if (peer.ss_family == AF_UNIX) {
-        ucred credentials = {};
-        size = sizeof(credentials);
-        ::getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &credentials, &size);
-        return "process " + std::to_string(credentials.pid) + " of user " +
-               std::to_string(credentials.uid);
-    }
-    char host[NI_MAXHOST];
-    char port[NI_MAXSERV];
-    if (::getnameinfo(reinterpret_cast<sockaddr*>(&peer), size, host, sizeof(host), port,
-                      sizeof(port), NI_NUMERICHOST | NI_NUMERICSERV) != 0)
-        return "a client of unknown address";
-    Address address;
-    address.kind = Address::Kind::Tcp;
-    address.host = host;
-    address.port = static_cast<std::uint16_t>(std::stoi(port));
-    return textOf(address);
-}
 
 /// Lets the system find out when a client's machine has vanished without a word.
 void keepAlive(int connection)
@@ -239,7 +212,7 @@ void Server::serveInherited()
         writeAddressFile(m_options.addressFile, m_options.source.text);
     bool const greets = m_options.source.kind == Source::Kind::StandardStreams;
     m_exitStatus = 1; // unless a session comes about
-    startWorker(std::move(ends), m_options.source.text, greets);
+    startWorker(std::move(ends), {m_options.source.text, ""}, greets);
 }
 
 bool Server::isDone() const
@@ -316,7 +289,7 @@ void Server::acceptConnection()
         return;
     }
     keepAlive(connection.get());
-    std::string const peer = nameOfPeer(connection.get());
+    Peer const peer = peerOf(connection.get());
     Ends ends;
     ends.writeEnd.reset(::fcntl(connection.get(), F_DUPFD_CLOEXEC, 0));
     if (!ends.writeEnd.isOpen()) {
@@ -324,8 +297,8 @@ void Server::acceptConnection()
         return;
     }
     ends.readEnd = std::move(connection);
-    if (numIn(Worker::State::Greeting) >= MAX_GREETINGS)
-        dropOldestGreeting();
+    if (numIn(Worker::State::Greeting) >= m_options.maxGreetings)
+        makeWayForGreeting();
     startWorker(std::move(ends), peer, true);
 }
 
@@ -346,7 +319,7 @@ void Server::pauseAccepting(int error)
                   std::strerror(error));
 }
 
-void Server::startWorker(Ends ends, std::string const& peer, bool greets)
+void Server::startWorker(Ends ends, Peer const& peer, bool greets)
 {
     Worker worker;
     worker.name = "session " + std::to_string(++m_numConnections);
@@ -358,6 +331,7 @@ void Server::startWorker(Ends ends, std::string const& peer, bool greets)
     order.addonPath = m_options.addonPath;
     order.maxItemBytes = m_options.maxItemBytes;
     order.greetingTimeout = m_options.greetingTimeout;
+    order.idleTimeout = m_options.idleTimeout;
     order.logLevel = m_options.logLevel;
 
     int control[2];
@@ -372,7 +346,7 @@ void Server::startWorker(Ends ends, std::string const& peer, bool greets)
         refuseWithoutWorker(ends, peer, std::strerror(errno));
         return;
     }
-    spdlog::debug("{}: {} has connected", worker.name, peer);
+    spdlog::debug("{}: {} has connected", worker.name, peer.name);
     if (greets)
         control::send(worker.control.get(), control::TOKEN, m_token);
     else
@@ -398,10 +372,9 @@ pid_t Server::fork(WorkerOrder const& order, Ends const* ends, int control)
     return process;
 }
 
-void Server::refuseWithoutWorker(Ends const& ends, std::string const& peer,
-                                 std::string const& reason)
+void Server::refuseWithoutWorker(Ends const& ends, Peer const& peer, std::string const& reason)
 {
-    spdlog::error("{} is refused, for no process can be started for it: {}", peer, reason);
+    spdlog::error("{} is refused, for no process can be started for it: {}", peer.name, reason);
     std::string const answer =
         greetingAnswer(false, "the data server can't start a process for the session (" + reason +
                                   "); try again later");
@@ -409,16 +382,33 @@ void Server::refuseWithoutWorker(Ends const& ends, std::string const& peer,
         ::send(ends.writeEnd.get(), answer.data(), answer.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
 }
 
-/// Whoever connects and says nothing can't keep others out.
-void Server::dropOldestGreeting()
+/// Whoever connects and says nothing can't keep others out: of the source that has the most
+/// greetings the oldest is refused. So a source that floods us meets itself.
+void Server::makeWayForGreeting()
 {
+    std::map<std::string, std::size_t> counts;
     for (Worker const& worker : m_workers)
-        if (worker.state == Worker::State::Greeting) {
-            spdlog::warn("{}: {} is dropped in its greeting, for others are waiting", worker.name,
-                         worker.peer);
-            ::kill(worker.process, SIGKILL);
-            return;
-        }
+        if (worker.state == Worker::State::Greeting)
+            ++counts[worker.peer.source];
+    Worker* oldest = nullptr; // in the list the oldest come first
+    for (Worker& worker : m_workers)
+        if (worker.state == Worker::State::Greeting &&
+            (oldest == nullptr || counts[worker.peer.source] > counts[oldest->peer.source]))
+            oldest = &worker;
+    if (oldest == nullptr)
+        return;
+    spdlog::warn("{}: {} is dropped in its greeting, for others are waiting", oldest->name,
+                 oldest->peer.name);
+    // Those that were told before are given no more time to read it.
+    if (numIn(Worker::State::Dropped) >= m_options.maxGreetings)
+        for (Worker const& worker : m_workers)
+            if (worker.state == Worker::State::Dropped)
+                ::kill(worker.process, SIGKILL);
+    oldest->state = Worker::State::Dropped;
+    control::send(oldest->control.get(), control::REFUSE,
+                  "the data server has " + std::to_string(m_options.maxGreetings) +
+                      " greetings under way, which is its limit, and others are waiting; try again "
+                      "later");
 }
 
 void Server::handleControl(Worker& worker)
@@ -428,8 +418,8 @@ void Server::handleControl(Worker& worker)
         worker.control.reset();
     } else if (message.front() == control::SERVING) {
         sessionBegins(worker);
-    } else if (message.front() == control::MAY_I_SERVE) {
-        std::string const reason = reasonToRefuse();
+    } else if (message.front() == control::MAY_I_SERVE && worker.state == Worker::State::Greeting) {
+        std::string const reason = reasonToRefuse(worker);
         if (reason.empty())
             worker.state = Worker::State::Admitted;
         control::send(worker.control.get(), reason.empty() ? control::SERVE : control::REFUSE,
@@ -437,7 +427,7 @@ void Server::handleControl(Worker& worker)
     }
 }
 
-std::string Server::reasonToRefuse() const
+std::string Server::reasonToRefuse(Worker const& newcomer) const
 {
     std::size_t const numSessions = numIn(Worker::State::Admitted) + numIn(Worker::State::Serving);
     if (m_isStopping)
@@ -449,6 +439,16 @@ std::string Server::reasonToRefuse() const
                (numSessions == 1 ? " session" : " sessions") +
                ", which is its limit; try again "
                "later";
+    auto const numOfSource = static_cast<std::size_t>(
+        std::count_if(m_workers.begin(), m_workers.end(), [&](Worker const& worker) {
+            return worker.peer.source == newcomer.peer.source &&
+                   (worker.state == Worker::State::Admitted ||
+                    worker.state == Worker::State::Serving);
+        }));
+    if (m_options.maxSessionsPerSource > 0 && numOfSource >= m_options.maxSessionsPerSource)
+        return "the data server already has " + std::to_string(numOfSource) +
+               (numOfSource == 1 ? " session" : " sessions") +
+               " of this user or address, which is its limit for one; try again later";
     return "";
 }
 
@@ -456,7 +456,7 @@ void Server::sessionBegins(Worker& worker)
 {
     worker.state = Worker::State::Serving;
     worker.control.reset();
-    spdlog::info("{}: begins for {}", worker.name, worker.peer);
+    spdlog::info("{}: begins for {}", worker.name, worker.peer.name);
     if (m_options.servesOnce) {
         m_onceIsUsedUp = true;
         m_listener.reset();
@@ -489,9 +489,9 @@ void Server::workerEnded(Worker& worker, int status)
     if (wasSession)
         spdlog::log(wasOrderly ? spdlog::level::info : spdlog::level::warn,
                     "{}: {} after {:.3f} s with {}", worker.name, describe(status),
-                    secondsSince(worker.start), worker.peer);
+                    secondsSince(worker.start), worker.peer.name);
     else
-        spdlog::info("{}: did not begin with {}", worker.name, worker.peer);
+        spdlog::info("{}: did not begin with {}", worker.name, worker.peer.name);
     if (!wasSession || !m_options.servesOnce)
         return;
     m_exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 1;
@@ -504,12 +504,13 @@ void Server::stop(int signal)
 {
     m_listener.reset();
     for (Worker const& worker : m_workers)
-        if (worker.state == Worker::State::Greeting || m_isStopping)
+        if (worker.state == Worker::State::Greeting || worker.state == Worker::State::Dropped ||
+            m_isStopping)
             ::kill(worker.process, SIGKILL);
     if (m_isStopping)
         return; // asked a second time: no more patience
     m_isStopping = true;
-    std::size_t const numSessions = m_workers.size() - numIn(Worker::State::Greeting);
+    std::size_t const numSessions = numIn(Worker::State::Admitted) + numIn(Worker::State::Serving);
     spdlog::info("{}: no longer listening; {} running", ::strsignal(signal),
                  numSessions == 1 ? "1 session is" : std::to_string(numSessions) + " sessions are");
     m_killTime = Clock::now() + GRACE;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "apps/dataserver/Options.h"
+#include "apps/dataserver/Peer.h"
 #include "apps/dataserver/SignalQueue.h"
 #include "apps/dataserver/StandardDescriptors.h"
 #include "apps/dataserver/Worker.h"
@@ -38,10 +39,10 @@ private:
     /// A connection and the worker that it was given to.
     struct Worker
     {
-        enum class State { Greeting, Admitted, Serving };
+        enum class State { Greeting, Dropped, Admitted, Serving };
 
         std::string name; ///< "session 7"
-        std::string peer;
+        Peer peer;
         pid_t process = -1;
         socketutil::Descriptor control; ///< until the session has begun
         State state = State::Greeting;
@@ -61,13 +62,13 @@ private:
 
     void acceptConnection();
     void pauseAccepting(int error);
-    void startWorker(Ends ends, std::string const& peer, bool greets);
+    void startWorker(Ends ends, Peer const& peer, bool greets);
     pid_t fork(WorkerOrder const& order, Ends const* ends, int control);
-    void refuseWithoutWorker(Ends const& ends, std::string const& peer, std::string const& reason);
-    void dropOldestGreeting();
+    void refuseWithoutWorker(Ends const& ends, Peer const& peer, std::string const& reason);
+    void makeWayForGreeting();
 
     void handleControl(Worker& worker);
-    std::string reasonToRefuse() const;
+    std::string reasonToRefuse(Worker const& newcomer) const;
     void sessionBegins(Worker& worker);
     void reapWorkers();
     void workerEnded(Worker& worker, int status);

@@ -75,14 +75,19 @@ std::string textOf(End const& end)
 
 }
 
-int serveSession(std::string const& addonPath, int readEnd, int writeEnd, std::size_t maxItemBytes,
-                 std::string const& name)
+int serveSession(SessionSettings const& settings, int readEnd, int writeEnd)
 {
-    SessionSocket socket(readEnd, writeEnd, maxItemBytes);
+    std::string const& name = settings.name;
+    SessionSocket socket(readEnd, writeEnd, settings.maxItemBytes);
+    socket.setIdleTimeout(settings.idleTimeout);
     std::optional<AddonProxy> proxy;
     try {
         ClientWatch& watch = ClientWatch::start(readEnd, writeEnd, name);
-        End const end = serveCommands(proxy, addonPath, socket);
+        End end = serveCommands(proxy, settings.addonPath, socket);
+        if (socket.hasIdled()) // whatever followed from it
+            end = {false, "The client neither sent nor took anything for " +
+                              seconds(settings.idleTimeout) +
+                              ", the limit of --idle-timeout; the session ends."};
         if (end.isOrderly)
             spdlog::info("{}: {}", name, textOf(end));
         else

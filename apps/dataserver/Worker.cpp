@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <map>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -70,14 +71,15 @@ void followServer(pid_t server)
 /// Greets the client and asks the server whether there is a place for it. False: no session.
 bool greet(WorkerOrder const& order, int serverSocket)
 {
-    Greeting greeting(WorkerOrder::READ_END, WorkerOrder::WRITE_END, order.greetingTimeout);
+    Greeting greeting(WorkerOrder::READ_END, WorkerOrder::WRITE_END, serverSocket,
+                      order.greetingTimeout);
     try {
         std::string token = control::receive(serverSocket);
         if (token.empty())
             throwServerGone();
-        greeting.receive(token.substr(1));
+        bool const isFinished = greeting.receive(token.substr(1));
         ::explicit_bzero(token.data(), token.size());
-        if (!control::send(serverSocket, control::MAY_I_SERVE))
+        if (isFinished && !control::send(serverSocket, control::MAY_I_SERVE))
             throwServerGone();
         std::string const reply = control::receive(serverSocket);
         if (reply.empty())
@@ -105,8 +107,8 @@ int serve(WorkerOrder const& order)
     }
     control::send(serverSocket.get(), control::SERVING);
     serverSocket.reset();
-    return serveSession(order.addonPath, WorkerOrder::READ_END, WorkerOrder::WRITE_END,
-                        order.maxItemBytes, order.name);
+    return serveSession({order.addonPath, order.name, order.maxItemBytes, order.idleTimeout},
+                        WorkerOrder::READ_END, WorkerOrder::WRITE_END);
 }
 
 }
@@ -114,28 +116,33 @@ int serve(WorkerOrder const& order)
 std::vector<std::string> WorkerOrder::arguments() const
 {
     return {OPTION,
-            std::to_string(static_cast<int>(task)),
-            name,
-            addonPath,
-            std::to_string(maxItemBytes),
-            std::to_string(greetingTimeout.count()),
-            logLevel,
-            std::to_string(server)};
+            "task=" + std::to_string(static_cast<int>(task)),
+            "name=" + name,
+            "addon=" + addonPath,
+            "max-item-bytes=" + std::to_string(maxItemBytes),
+            "greeting-timeout=" + std::to_string(greetingTimeout.count()),
+            "idle-timeout=" + std::to_string(idleTimeout.count()),
+            "log-level=" + logLevel,
+            "server=" + std::to_string(server)};
 }
 
 WorkerOrder WorkerOrder::parse(std::vector<std::string> const& arguments)
 {
-    constexpr std::size_t NUM_ARGUMENTS = 8;
-    if (arguments.size() != NUM_ARGUMENTS)
-        throw std::invalid_argument("wrong number of arguments");
+    std::map<std::string, std::string> said;
+    for (std::string const& argument : arguments) {
+        std::size_t const end = argument.find('=');
+        if (end != std::string::npos)
+            said[argument.substr(0, end)] = argument.substr(end + 1);
+    }
     WorkerOrder order;
-    order.task = static_cast<WorkerTask>(std::stoi(arguments[1]));
-    order.name = arguments[2];
-    order.addonPath = arguments[3];
-    order.maxItemBytes = std::stoul(arguments[4]);
-    order.greetingTimeout = std::chrono::milliseconds(std::stol(arguments[5]));
-    order.logLevel = arguments[6];
-    order.server = std::stoi(arguments[7]);
+    order.task = static_cast<WorkerTask>(std::stoi(said["task"]));
+    order.name = said["name"];
+    order.addonPath = said["addon"];
+    order.maxItemBytes = std::stoul(said["max-item-bytes"]);
+    order.greetingTimeout = std::chrono::milliseconds(std::stol(said["greeting-timeout"]));
+    order.idleTimeout = std::chrono::milliseconds(std::stol(said["idle-timeout"]));
+    order.logLevel = said["log-level"];
+    order.server = std::stoi(said["server"]);
     return order;
 }
 

@@ -27,6 +27,7 @@ struct WorkerOrder
     std::string addonPath;
     std::size_t maxItemBytes = 0;
     std::chrono::milliseconds greetingTimeout{};
+    std::chrono::milliseconds idleTimeout{};
     std::string logLevel;
     pid_t server = 0; ///< the process that the worker must not outlive
 
@@ -38,7 +39,7 @@ struct WorkerOrder
 /// The words between a server and its worker, each a message on their control socket:
 ///   server  TOKEN + token       at once, when the worker has to greet
 ///   worker  MAY_I_SERVE         the greeting is in order
-///   server  SERVE, or REFUSE + reason
+///   server  SERVE, or REFUSE + reason; the latter also while the greeting is under way
 ///   worker  SERVING             the client was told that it is accepted: a session has begun
 /// Without a greeting there is only the last.
 namespace control {

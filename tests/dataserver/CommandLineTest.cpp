@@ -51,6 +51,8 @@ UsageCase const usageCases[] = {
     {"NoSessions", {"--listen", "stdio", "--max-sessions", "0"}, "--max-sessions"},
     {"NoBytes", {"--listen", "stdio", "--max-item-bytes", "0"}, "--max-item-bytes"},
     {"NoTime", {"--listen", "stdio", "--greeting-timeout", "0"}, "--greeting-timeout"},
+    {"NegativeIdleTime", {"--listen", "stdio", "--idle-timeout", "-1"}, "--idle-timeout"},
+    {"NoGreetings", {"--listen", "stdio", "--max-greetings", "0"}, "--max-greetings"},
     {"UnknownLevel", {"--listen", "stdio", "--log-level", "loud"}, "--log-level"},
     {"TokenThatNobodyShows", {"--listen", "fd:3", "--token-file", "t"}, "has no greeting"},
     {"OpenToAll", {"--listen", "tcp:0.0.0.0:0"}, "give --token-file FILE"},
@@ -85,6 +87,7 @@ TEST(CommandLine, HelpNamesEveryOption)
     for (char const* option :
          {"--addon PATH", "--listen ADDRESS", "--address-file FILE", "--token-file FILE", "--once",
           "--max-sessions N=64", "--max-item-bytes N=1073741824", "--greeting-timeout SECONDS=10",
+          "--max-sessions-per-source N", "--max-greetings N=32", "--idle-timeout SECONDS",
           "--log-level LEVEL=info", "--version"})
         EXPECT_NE(help.find(option), std::string::npos) << option;
 }

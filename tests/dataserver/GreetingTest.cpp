@@ -16,6 +16,16 @@ namespace {
 using socketutil::WriteCache;
 using Greeting = DataServer;
 
+/// As the log tells at its debug level.
+long numConnected(Program const& program)
+{
+    std::string const log = program.log();
+    long result = 0;
+    for (std::size_t at = 0; (at = log.find(" has connected", at)) != std::string::npos; ++at)
+        ++result;
+    return result;
+}
+
 TEST_F(Greeting, OverAnyKindOfAddressEndsInASession)
 {
     std::string const unixAddress = "unix:" + socketPath.string();
@@ -200,6 +210,47 @@ TEST_F(Greeting, SilentClientsKeepNobodyOut)
     EXPECT_EQ(client.greet(), (Answer{1, ""}));
     client.expectToBeServed();
     EXPECT_TRUE(program->logHolds("is dropped in its greeting, for others are waiting"));
+}
+
+constexpr char MAKES_WAY[] =
+    " greetings under way, which is its limit, and others are waiting; try "
+    "again later";
+
+TEST_F(Greeting, OldestOfTooManyIsRefusedWithAMessage)
+{
+    auto const program =
+        listen({"--max-greetings", "2", "--greeting-timeout", "600", "--log-level", "debug"});
+    Client first(address);
+    Client second(address);
+    second.socket().sendString("VNXDATASERVER 1");
+    ASSERT_TRUE(eventually([&] { return numConnected(*program) == 2; }));
+    Client third(address);
+    EXPECT_EQ(first.receiveAnswer(), (Answer{0, std::string("the data server has 2") + MAKES_WAY}));
+    EXPECT_TRUE(first.seesEnd());
+    second.socket().sendString("");
+    EXPECT_EQ(second.receiveAnswer(), (Answer{1, ""}));
+    EXPECT_EQ(third.greet(), (Answer{1, ""}));
+    EXPECT_TRUE(program->logHolds("refused: the data server has 2 greetings under way"))
+        << program->log();
+}
+
+TEST_F(Greeting, SourceThatFloodsMakesWayForItself)
+{
+    auto const program = listenAt("tcp:127.0.0.1:0", {"--max-greetings", "3", "--greeting-timeout",
+                                                      "600", "--log-level", "debug"});
+    Client honest(address, "127.0.0.2");
+    honest.socket().sendString("VNXDATASERVER 1");
+    ASSERT_TRUE(eventually([&] { return numConnected(*program) == 1; }));
+    std::vector<Client> flood;
+    for (int i = 0; i < 12; ++i) {
+        flood.emplace_back(address);
+        ASSERT_TRUE(eventually([&] { return numConnected(*program) == i + 2; }));
+    }
+    honest.socket().sendString("");
+    EXPECT_EQ(honest.receiveAnswer(), (Answer{1, ""}));
+    honest.expectToBeServed();
+    EXPECT_EQ(flood.front().receiveAnswer(),
+              (Answer{0, std::string("the data server has 3") + MAKES_WAY}));
 }
 
 TEST_F(Greeting, HangingUpInItUsesNothingUp)

@@ -8,7 +8,10 @@
 #include <sstream>
 #include <thread>
 
+#include <arpa/inet.h>
 #include <fcntl.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -133,6 +136,23 @@ bool Program::logHolds(std::string const& text) const
 Client::Client(std::string const& address)
 {
     int const connected = connectTo(socketutil::parseAddress(address)).release();
+    m_socket = std::make_unique<socketutil::StreamSocket>(connected, connected);
+}
+
+Client::Client(std::string const& address, std::string const& source)
+{
+    Descriptor connection(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_in here = {};
+    here.sin_family = AF_INET;
+    EXPECT_EQ(::inet_pton(AF_INET, source.c_str(), &here.sin_addr), 1);
+    EXPECT_EQ(::bind(connection.get(), reinterpret_cast<sockaddr*>(&here), sizeof(here)), 0);
+    socketutil::Address const target = socketutil::parseAddress(address);
+    sockaddr_in there = {};
+    there.sin_family = AF_INET;
+    there.sin_port = htons(target.port);
+    EXPECT_EQ(::inet_pton(AF_INET, target.host.c_str(), &there.sin_addr), 1);
+    EXPECT_EQ(::connect(connection.get(), reinterpret_cast<sockaddr*>(&there), sizeof(there)), 0);
+    int const connected = connection.release();
     m_socket = std::make_unique<socketutil::StreamSocket>(connected, connected);
 }
 

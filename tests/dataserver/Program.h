@@ -73,6 +73,8 @@ class Client
 {
 public:
     explicit Client(std::string const& address);
+    /// Over TCP from this address of our own.
+    Client(std::string const& address, std::string const& source);
     Client(int readEnd, int writeEnd);
 
     Answer greet(std::string const& first = "VNXDATASERVER 1", std::string const& token = "");

@@ -131,6 +131,72 @@ TEST_F(Serving, OneSessionTooManyIsRefusedUntilThereIsAPlace)
     EXPECT_TRUE(eventually([&] { return Client(address).greet().accepted == 1; }));
 }
 
+TEST_F(Serving, SourceWithTooManySessionsIsRefusedAndOthersAreNot)
+{
+    auto const program = listenAt("tcp:127.0.0.1:0", {"--max-sessions-per-source", "1"});
+    Client first(address, "127.0.0.1");
+    EXPECT_EQ(first.greet(), (Answer{1, ""}));
+    Answer const refusal{0, "the data server already has 1 session of this user or address, which "
+                            "is its limit for one; try again later"};
+    EXPECT_EQ(Client(address, "127.0.0.1").greet(), refusal);
+    EXPECT_EQ(Client(address, "127.0.0.2").greet(), (Answer{1, ""}));
+    first.close();
+    EXPECT_TRUE(eventually([&] { return Client(address, "127.0.0.1").greet().accepted == 1; }));
+}
+
+TEST_F(Serving, UserWithTooManySessionsIsRefused)
+{
+    auto const program = listen({"--max-sessions-per-source", "1"});
+    Client first(address);
+    EXPECT_EQ(first.greet(), (Answer{1, ""}));
+    EXPECT_EQ(Client(address).greet().accepted, 0);
+}
+
+constexpr char IDLE[] =
+    "error: session 1: The client neither sent nor took anything for 1 seconds, "
+    "the limit of --idle-timeout; the session ends.";
+
+TEST_F(Serving, SilentClientIsIdleAfterTheTimeout)
+{
+    auto const program = listen({"--once", "--idle-timeout", "1"});
+    Client client(address);
+    client.greet();
+    for (int i = 0; i < 3; ++i) {
+        std::this_thread::sleep_for(500ms);
+        client.expectToBeServed();
+    }
+    auto const start = Clock::now();
+    EXPECT_TRUE(client.seesEnd());
+    EXPECT_GE(Clock::now() - start, 900ms);
+    EXPECT_EQ(program->wait(), 1);
+    EXPECT_TRUE(program->logHolds(IDLE)) << program->log();
+}
+
+TEST_F(Serving, ClientThatStopsReadingALargeAnswerIsIdleAfterTheTimeout)
+{
+    for (std::string const& where :
+         {"unix:" + socketPath.string(), std::string("tcp:127.0.0.1:0")}) {
+        auto const program = listenAt(where, {"--once", "--idle-timeout", "1"});
+        Client client(address);
+        client.greet();
+        pid_t const worker = beginLoad(client, "floods.hdqfs").front();
+        EXPECT_EQ(program->wait(), 1);
+        EXPECT_FALSE(isAlive(worker));
+        EXPECT_TRUE(program->logHolds(IDLE)) << program->log();
+        std::filesystem::remove(folder / "floods.hdqfs.begun");
+    }
+}
+
+TEST_F(Serving, AddonThatComputesIsNotIdle)
+{
+    auto const program = listen({"--once", "--idle-timeout", "0.3"});
+    Client client(address);
+    client.greet();
+    pid_t const worker = beginLoad(client, "spins.hdqfs").front();
+    std::this_thread::sleep_for(1s);
+    EXPECT_TRUE(isAlive(worker));
+}
+
 TEST_F(Serving, ItemBeyondTheLimitEndsTheSession)
 {
     auto const program = listen({"--once", "--max-item-bytes", "100"});

@@ -44,6 +44,8 @@ char load(StringList_s* instructions, unsigned long)
         spin();
     if (word == "asks.hdqfs")
         VnxUtilDataSetGetNumZones();
+    if (word == "floods.hdqfs")
+        VnxUtilDialogErrMsg(std::string(64 << 20, 'x').c_str());
     if (word == "prints.hdqfs")
         std::puts("printed by the add-on");
     return word == "fails.hdqfs" ? 0 : 1;
