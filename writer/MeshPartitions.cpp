@@ -451,12 +451,16 @@ std::vector<Tag> MeshPartitions::writeRecords()
         m_blocks.array<std::uint64_t, true>(label("cszConnFileLocs"), table.fileLocs);
     tags.push_back({hdqio::NSZ_CONN_FILE_LOCS_TAG,
                     m_blocks.array<std::uint64_t, true>(label("nszConnFileLocs"), nodes.fileLocs)});
-    tags.push_back({hdqio::CSZ_NUM_REF_NSZS_TAG, m_blocks.loc()});
-    for (RecordTable const& table : cells)
-        m_blocks.array(label("cszNumRefNszs"), table.numReferences);
-    tags.push_back(
-        {hdqio::NSZ_NUM_REF_CSZS_TAG, m_blocks.array(label("nszNumRefCszs"), nodes.numReferences)});
-    if (m_zone.partitions.size() == 1)
+    bool const isPartitioned = m_zone.partitions.size() != 1;
+    // Up to version 104 nobody looks for the counts in the header of a zone.
+    if (isPartitioned || form.version >= hdqio::FIRST_VERSION_WITH_FILE_TYPE) {
+        tags.push_back({hdqio::CSZ_NUM_REF_NSZS_TAG, m_blocks.loc()});
+        for (RecordTable const& table : cells)
+            m_blocks.array(label("cszNumRefNszs"), table.numReferences);
+        tags.push_back({hdqio::NSZ_NUM_REF_CSZS_TAG,
+                        m_blocks.array(label("nszNumRefCszs"), nodes.numReferences)});
+    }
+    if (!isPartitioned)
         return tags;
 
     tags.push_back({hdqio::NUM_REF_PARTITIONS_TAG, form.refPartitions.size()});

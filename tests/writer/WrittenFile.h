@@ -1,7 +1,10 @@
 #pragma once
 
 #include "addons/hdqfs/DataFile.h"
+#include "tools/vnxinfo/Check.h"
 #include "varnox/hdqfswriter/FileWriter.h"
+
+#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -40,13 +43,16 @@ private:
     std::filesystem::path m_path;
 };
 
-/// A file of a data set, in a folder of its own.
+/// A file of a data set, in a folder of its own. Whatever is written must be found without a fault.
 class WrittenFile
 {
 public:
     explicit WrittenFile(DataSet const& dataSet, Options const& options = {})
         : m_path(m_folder.file("test.hdqfs")), summary(writeFile(m_path, dataSet, options))
     {
+        tools::Faults const faults = tools::findFaults(m_path);
+        for (tools::Fault const& fault : faults.kept())
+            ADD_FAILURE() << "vnxinfo --check: " << fault.place << ": " << fault.text;
     }
 
     std::string const& path() const { return m_path; }

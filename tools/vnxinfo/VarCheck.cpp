@@ -272,7 +272,8 @@ std::uint64_t numPlainValues(CheckedFile const& file, ZoneMetadata const& zone, 
 
 bool isSame(MinMax const& a, MinMax const& b)
 {
-    return a.min == b.min && a.max == b.max;
+    // Without a value the bounds lie the wrong way round, how far depends on the type.
+    return (a.min == b.min && a.max == b.max) || (a.min > a.max && b.min > b.max);
 }
 
 std::string textOf(MinMax const& range)

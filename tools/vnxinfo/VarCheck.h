@@ -42,6 +42,8 @@ public:
     }
     void add(hdqio::MinMax const& range)
     {
+        if (range.min > range.max)
+            return; // of no value
         add(range.min);
         add(range.max);
     }
@@ -53,7 +55,7 @@ private:
                           -std::numeric_limits<double>::infinity()};
 };
 
-/// Whether two ranges are the same.
+/// Whether two ranges are the same, also in that they hold nothing.
 bool isSame(hdqio::MinMax const& a, hdqio::MinMax const& b);
 std::string textOf(hdqio::MinMax const& range);
 
