@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <stdexcept>
+#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -45,13 +47,26 @@ RawArray<T> viewOf(std::vector<T>& values)
     return {nullptr, values.data(), values.size(), values.size()};
 }
 
+/// What an add-on says to have put into an array must have had room there: else memory that isn't
+/// the array's would go to the client. Throws std::length_error.
+template <typename T>
+void requireRoom(RawArray<T> const& array)
+{
+    if (array.size > array.capacity)
+        throw std::length_error("The add-on reports " + std::to_string(array.size) +
+                                " elements in an array with room for " +
+                                std::to_string(array.capacity) + ".");
+}
+
 namespace hdqlib {
 
-/// Sends an array of 64-bit words as one uint64 vector. Throws IOException.
+/// Sends an array of 64-bit words as one uint64 vector. Throws IOException, or std::length_error
+/// for more elements than the array has room for.
 template <typename T>
 void send64BitTypeRawArray(socketutil::SocketInterface& socket, RawArray<T> const& array)
 {
     static_assert(sizeof(T) == sizeof(std::uint64_t) && std::is_trivially_copyable_v<T>);
+    requireRoom(array);
     std::vector<unsigned long> words(static_cast<std::size_t>(array.size));
     if (!words.empty())
         std::memcpy(words.data(), array.data, words.size() * sizeof(T));

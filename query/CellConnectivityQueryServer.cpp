@@ -101,6 +101,7 @@ public:
             std::uint64_t const capacity = cell.view().capacity;
             queryInterface.nodeAddresses(Address(subzone, static_cast<std::uint8_t>(c)),
                                          cell.view());
+            requireRoom(cell.view());
             // Deliberate: more elements are cut, and of fewer the rest keeps what stood there.
             // Test: CellConnectivityQueryServer.FewerNodeAddressesLeaveOldContents
             if (cell.view().capacity < nodeCount)
@@ -177,7 +178,7 @@ public:
     void cornerNodeAddresses()
     {
         Address const cell = receiveItemAddress(socket);
-        std::array<Address, MAX_CORNER_NODES> nodes;
+        std::array<Address, MAX_CORNER_NODES> nodes{}; // zeros for what the add-on leaves out
         RawArray<Address> result{nullptr, nodes.data(), nodes.size(), 0};
         queryInterface.cornerNodeAddresses(cell, result);
         sendNodes(result, nodes.size());
@@ -186,7 +187,7 @@ public:
     void nodeAddresses()
     {
         Address const cell = receiveItemAddress(socket);
-        std::array<Address, MAX_NODES> nodes;
+        std::array<Address, MAX_NODES> nodes{}; // as above
         RawArray<Address> result{nullptr, nodes.data(), nodes.size(), 0};
         queryInterface.nodeAddresses(cell, result);
         sendNodes(result, nodes.size());

@@ -67,6 +67,7 @@ void NodeConnectivityQueryServer::cacheSubzoneConnectivity(SubzoneAddress const&
     unsigned short const size = m_queryInterface.size(subzone);
     OwnedArray<SubzoneAddress> referenced;
     m_queryInterface.referencedCellSubzones(subzone, referenced.view());
+    requireRoom(referenced.view());
     hdqlib::SubzoneNodeConnectivity(size, {referenced.begin(), referenced.end()}).addToCache(cache);
 }
 

@@ -75,6 +75,7 @@ void VarSubzoneQueryServer::nodeSubzoneMinMaxes()
 /// Test: VarSubzoneQueryServer.FailedSendIsASocketException
 void VarSubzoneQueryServer::send(RawArray<double> const& values)
 {
+    requireRoom(values);
     m_socket.sendDoubleVector({values.data, values.data + values.size});
 }
 

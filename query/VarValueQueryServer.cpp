@@ -10,7 +10,9 @@
 #include "varnox/hdq/VarValueQueryInterface.h"
 #include "varnox/socketutil/WriteCache.h"
 
+#include <algorithm>
 #include <stdexcept>
+#include <string>
 
 namespace varnox::hdqremote {
 
@@ -56,10 +58,13 @@ public:
         WriteCache cache;
         OwnedArray<ItemAddress<long>> items(subzoneMaxSize);
         OwnedArray<double> values(subzoneMaxSize);
+        // What the add-on leaves out of a subzone is 0, or a value of the subzone before.
+        std::fill_n(values.view().data, subzoneMaxSize, 0.0);
         for (SubzoneAddress const& subzone : subzones) {
             addressItems(subzone, items.view());
             values.view().size = 0;
             queryInterface->fieldValues(items.view(), values.view());
+            requireRoom(values.view());
             addValues(values.view(), cache);
         }
         socket.sendCache(cache);

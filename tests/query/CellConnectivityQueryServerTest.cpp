@@ -305,6 +305,41 @@ TEST(CellConnectivityQueryServer, CountBeyondTheFixedRoomIsRefused)
         "The add-on reports 9 nodes for a cell of zone 7, more than the 8 there is room for.");
 }
 
+TEST(CellConnectivityQueryServer, NodesThatTheAddonLeavesOutAreZeros)
+{
+    /// An add-on that says to have filled what it has left as it was.
+    class Lazy : public FakeCells
+    {
+        void cornerNodeAddresses(Item const&, RawArray<Item>& result) override { result.size = 8; }
+        void nodeAddresses(Item const&, RawArray<Item>& result) override { result.size = 125; }
+    } lazy;
+    RecordingSocket socket(text("cornerNodeAddresses") + item + text("nodeAddresses") + item);
+    CellConnectivityQueryServer server(lazy, 0, socket, 7);
+    server.handleMethod();
+    EXPECT_EQ(socket.takeSent(), vec(std::vector<std::string>(8, u64(0))));
+    server.handleMethod();
+    EXPECT_EQ(socket.takeSent(), vec(std::vector<std::string>(125, u64(0))));
+}
+
+TEST(CellConnectivityQueryServer, MoreNodeAddressesThanThereIsRoomForAreRefused)
+{
+    class Liar : public FakeCells
+    {
+        void nodeAddresses(Item const&, RawArray<Item>& result) override
+        {
+            reserve(result, 2);
+            result.size = 3;
+        }
+    } liar;
+    liar.subzoneSize = 1;
+    liar.nodes = 3;
+    RecordingSocket socket(text("checkout") + u8(1) + vec({subzone}));
+    CellConnectivityQueryServer server(liar, 0, socket, 7);
+    EXPECT_EQ(messageOf<std::length_error>([&] { server.handleMethod(); }),
+              "The add-on reports 3 elements in an array with room for 2.");
+    EXPECT_TRUE(socket.sent().empty());
+}
+
 TEST(CellConnectivityQueryServer, IndexAboveTheSignedRangeArrivesAsANegativeInt)
 {
     CellSession session;

@@ -1,6 +1,7 @@
 #include "query/NodeConnectivityQueryServer.h"
 
 #include "tests/query/MethodCase.h"
+#include "tests/support/Messages.h"
 
 namespace varnox::hdqremote {
 namespace {
@@ -79,6 +80,25 @@ TEST(NodeConnectivityQueryServer, SubzoneThatTouchesNoCellsHasItsSizeAndAnEmptyV
     session.socket.appendScript(text("checkout") + vec({subzone}));
     session.server.handleMethod();
     EXPECT_EQ(session.socket.sent(), hex("03 00") + vec({}));
+}
+
+TEST(NodeConnectivityQueryServer, MoreReferencesThanThereIsRoomForAreRefused)
+{
+    struct Liar : FakeNodes
+    {
+        void referencedCellSubzones(Subzone const&, RawArray<Subzone>& result) override
+        {
+            result.size = 1;
+        }
+    } liar;
+    for (std::string const& request :
+         {text("checkout") + vec({subzone}), text("referencedCellSubzones") + subzone}) {
+        RecordingSocket socket(request);
+        NodeConnectivityQueryServer server(liar, socket, 7);
+        EXPECT_EQ(messageOf<std::length_error>([&] { server.handleMethod(); }),
+                  "The add-on reports 1 elements in an array with room for 0.");
+        EXPECT_TRUE(socket.sent().empty());
+    }
 }
 
 TEST(NodeConnectivityQueryServer, EmptyListOfReferencesIsAnEmptyVector)

@@ -54,6 +54,19 @@ TEST(VarSubzoneQueryServer, FailedSendIsASocketException)
               "failed on purpose");
 }
 
+TEST(VarSubzoneQueryServer, MoreRangesThanThereIsRoomForAreRefused)
+{
+    struct Liar : FakeVarSubzones
+    {
+        void partitionMinMaxes(RawArray<double>& result) override { result.size = 2; }
+    } liar;
+    RecordingSocket socket(text("partitionMinMaxes"));
+    VarSubzoneQueryServer server(liar, socket);
+    EXPECT_EQ(messageOf<std::length_error>([&] { server.handleMethod(); }),
+              "The add-on reports 2 elements in an array with room for 0.");
+    EXPECT_TRUE(socket.sent().empty());
+}
+
 TEST(VarSubzoneQueryServer, NoRangesAreAnEmptyVector)
 {
     VarSubzoneSession session;

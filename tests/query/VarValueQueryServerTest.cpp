@@ -167,6 +167,46 @@ TEST(VarValueQueryServer, SubzoneAboveTheLimitIsRefused)
     EXPECT_TRUE(session.socket.sent().empty());
 }
 
+TEST(VarValueQueryServer, ValuesThatTheAddonLeavesOutAreZeros)
+{
+    /// An add-on that says to have filled what it has left as it was.
+    struct Lazy : FakeVarValues
+    {
+        void fieldValues(RawArray<Item> const& items, RawArray<double>& values) override
+        {
+            values.size = items.size;
+        }
+    } lazy;
+    FakeNodes nodes;
+    nodes.sizeOf = [](Subzone) { return static_cast<unsigned short>(200); };
+    RecordingSocket socket(text("checkout") + vec({u64(0x20)}));
+    VarValueQueryServer server(&lazy, &nodes, socket, 200, 7, FieldDataType_Double);
+    {
+        // What is freed here may be the memory that the server takes.
+        std::vector<std::vector<double>> const used(3, std::vector<double>(200, 1.5));
+        ASSERT_EQ(used.back().back(), 1.5);
+    }
+    server.handleMethod();
+    EXPECT_EQ(socket.sent(), vec(std::vector<std::string>(200, f64(0))));
+}
+
+TEST(VarValueQueryServer, MoreValuesThanThereIsRoomForAreRefused)
+{
+    struct Liar : FakeVarValues
+    {
+        void fieldValues(RawArray<Item> const&, RawArray<double>& values) override
+        {
+            values.size = 5;
+        }
+    } liar;
+    FakeNodes nodes;
+    RecordingSocket socket(text("checkout") + vec({u64(0x20)}));
+    VarValueQueryServer server(&liar, &nodes, socket, 4, 7, FieldDataType_Double);
+    EXPECT_EQ(messageOf<std::length_error>([&] { server.handleMethod(); }),
+              "The add-on reports 5 elements in an array with room for 4.");
+    EXPECT_TRUE(socket.sent().empty());
+}
+
 TEST(VarValueQueryServer, NodalServerAsksTheNodesForSizes)
 {
     NodalSession session;
