@@ -304,6 +304,17 @@ void ensureLoaderServer(std::unique_ptr<LoaderServer>& loaderServer,
         loaderServer = std::make_unique<LoaderServer>(registrationServer);
 }
 
+/// A zone's place in the tables. The announcement delivers what was batched before; if the client
+/// loads another data set in the course of it, the tables are those of that one.
+template <typename Impl>
+void prepareZone(Impl& impl, DataSetRegistrationServer& registrationServer, int zone)
+{
+    impl.checkZone(zone);
+    impl.ensureCapacityForZoneService(zone);
+    ensureLoaderServer(impl.loaderServer, registrationServer);
+    impl.ensureCapacityForZoneService(zone);
+}
+
 void announceZone(CommandCache& commandCache, std::string const& command, int zone)
 {
     WriteCache cache;
@@ -317,9 +328,7 @@ void announceZone(CommandCache& commandCache, std::string const& command, int zo
 void DataSetRegistrationServer::registerZoneConnectivityQueryServices(
     hdq::CellConnectivityQueryInterface* cell, hdq::NodeConnectivityQueryInterface* node, int zone)
 {
-    m_impl->checkZone(zone);
-    m_impl->ensureCapacityForZoneService(zone);
-    ensureLoaderServer(m_impl->loaderServer, *this);
+    prepareZone(*m_impl, *this, zone);
     auto const z = static_cast<std::size_t>(zone);
     m_impl->cellConnectivityQueryServers[z] =
         std::make_shared<CellConnectivityQueryServer>(*cell, char{0}, m_impl->socket, zone);
@@ -332,9 +341,7 @@ void DataSetRegistrationServer::registerZoneConnectivityQueryServices(
     hdq::CellConnectivityQueryInterface* cell, hdq::NodeConnectivityQueryInterface* node,
     hdq::OrderedSubzoneQueryInterface* ordered, int zone)
 {
-    m_impl->checkZone(zone);
-    m_impl->ensureCapacityForZoneService(zone);
-    ensureLoaderServer(m_impl->loaderServer, *this);
+    prepareZone(*m_impl, *this, zone);
     auto const z = static_cast<std::size_t>(zone);
     m_impl->cellConnectivityQueryServers[z] =
         std::make_shared<CellConnectivityQueryServer>(*cell, char{1}, m_impl->socket, zone);
@@ -348,9 +355,7 @@ void DataSetRegistrationServer::registerZoneConnectivityQueryServices(
 void DataSetRegistrationServer::registerZoneVarIDQueryServices(
     hdq::ZoneVarIDQueryInterface* zoneVarID, int zone)
 {
-    m_impl->checkZone(zone);
-    m_impl->ensureCapacityForZoneService(zone);
-    ensureLoaderServer(m_impl->loaderServer, *this);
+    prepareZone(*m_impl, *this, zone);
     m_impl->zoneVarIDQueryServers[static_cast<std::size_t>(zone)] =
         std::make_shared<ZoneVarIDQueryServer>(*zoneVarID, zone, m_impl->socket, *this);
     announceZone(m_impl->commandCache, REGISTER_ZONE_VARID_QUERY_SERVICES, zone);
@@ -477,9 +482,11 @@ VarSubzoneQueryServer* DataSetRegistrationServer::varSubzoneQueryServer(int zone
 
 void DataSetRegistrationServer::handleLoaderMetadataRequest()
 {
-    FileSetMetadata const& first = m_impl->firstFileSet();
+    m_impl->firstFileSet();
     if (m_impl->commandCache.isCachingCommands())
         m_impl->commandCache.flushCachedCommands(); // what was batched before arrives first
+    // Not from before the flush: the client may have loaded another data set in it.
+    FileSetMetadata const& first = m_impl->firstFileSet();
     hdqio::IJK const limit = first.subzoneMaxIJK();
     WriteCache cache;
     cache.addString(REGISTER_LOADER_QUERY_SERVICE);

@@ -421,6 +421,47 @@ TEST_F(DataSetRegistration, NextDataSetStartsAfresh)
     EXPECT_EQ(failure([&] { server.cellConnectivityQueryServer(1); }), "Zone 1 does not exist.");
 }
 
+TEST_F(DataSetRegistration, DataSetLoadedDuringTheAnnouncementIsTheOneAnnounced)
+{
+    std::string const expected = announcementOf({FULL});
+    std::vector<std::function<void(RegistrationSession&)>> const registrations = {
+        [](RegistrationSession& s) { s.server.registerZoneVarIDQueryServices(&s.addon.zoneVarID, 0); },
+        [](RegistrationSession& s) {
+            s.server.registerZoneConnectivityQueryServices(&s.addon.cells, &s.addon.nodes, 0);
+        },
+        [](RegistrationSession& s) {
+            s.server.registerZoneConnectivityQueryServices(&s.addon.cells, &s.addon.nodes,
+                                                           &s.addon.ordered, 0);
+        },
+        [](RegistrationSession& s) { s.registerVar(s.addon, 0, 0); },
+    };
+    for (auto const& registerFirst : registrations) {
+        RegistrationSession session;
+        session.server.setFilePaths({GRID, SOLUTION, LATER});
+        session.cache.beginCachingCommands();
+        session.cache.addReceiveRoutine([&] {
+            session.server.setFilePaths({FULL});
+            return true;
+        });
+        registerFirst(session);
+        EXPECT_EQ(session.socket.sent(), expected);
+    }
+}
+
+TEST_F(DataSetRegistration, ZoneThatADataSetLoadedMeanwhileLacksGetsASlot)
+{
+    server.setFilePaths({GRID, SOLUTION, LATER});
+    cache.beginCachingCommands();
+    cache.addReceiveRoutine([&] {
+        server.setFilePaths({});
+        server.setFilePaths({FULL});
+        return true;
+    });
+    server.registerZoneConnectivityQueryServices(&addon.cells, &addon.nodes, 1);
+    EXPECT_EQ(server.cellConnectivityQueryServer(0), nullptr);
+    EXPECT_NE(server.cellConnectivityQueryServer(1), nullptr);
+}
+
 TEST_F(DataSetRegistration, CalculatedVariableGivesAllZonesASlot)
 {
     server.setFilePaths({GRID, SOLUTION, LATER});
