@@ -35,6 +35,26 @@ constexpr int LOAD_NUMBER_SHIFT = 48;
 std::unique_ptr<LoadedData> loaded;
 long loadNumber = 0;
 
+/// A load that goes on. Its host can ask for another one while it waits, which would take the data
+/// set away from the first.
+class Load
+{
+public:
+    Load()
+    {
+        if (isUnderWay)
+            throw std::runtime_error(
+                "A data set can't be loaded while another one is being loaded.");
+        isUnderWay = true;
+    }
+    Load(Load const&) = delete;
+    Load& operator=(Load const&) = delete;
+    ~Load() { isUnderWay = false; }
+
+private:
+    inline static bool isUnderWay = false;
+};
+
 /// The index that goes with a client datum.
 std::uint64_t indexOf(long clientData)
 {
@@ -121,6 +141,7 @@ std::vector<std::string> pathsOf(StringList_s* instructions)
 
 char load(StringList_s* instructions, unsigned long)
 {
+    Load const thisOne;
     auto data = std::make_unique<LoadedData>(pathsOf(instructions));
     // Objects of the data set before stay until here: its host has let go of them.
     loaded = std::move(data);

@@ -231,6 +231,38 @@ TEST_F(Loader, RefusedDataSetEndsTheLoadWithAFalse)
     EXPECT_EQ(sent.substr(sent.size() - finished(false).size()), finished(false));
 }
 
+TEST_F(Loader, LoadWithinALoadIsRefusedAndEndsBoth)
+{
+    // While the data set is created, and while a zone is added, with nothing or something registered.
+    for (bool const isCreated : {false, true}) {
+        socket.takeSent();
+        socket.appendScript(cached([&](WriteCache& c) {
+            c.addString("load dataset");
+            c.addString(sample("tjunction_grid"));
+            if (isCreated) {
+                addFinished(c, true);
+                for (std::uint64_t v = 0; v < 3; ++v)
+                    c.addUInt64(v); // unique ids
+            }
+            c.addString("load dataset");
+            c.addString(sample("tankbox_partitions"));
+        }));
+        EXPECT_THROW(proxy->serviceCommandsUntil("close data server"), AddonProxy::Error);
+        EXPECT_TRUE(socket.allWasRead());
+        std::string const refusal =
+            dialog("A data set can't be loaded while another one is being loaded.") +
+            finished(false);
+        std::string const& sent = socket.sent();
+        ASSERT_GT(sent.size(), 2 * refusal.size());
+        EXPECT_EQ(sent.substr(sent.size() - 2 * refusal.size()), refusal + refusal);
+        EXPECT_EQ(sent.find("VnxUtilDataLoadStart"), sent.rfind("VnxUtilDataLoadStart"));
+    }
+    // The refusal isn't what keeps later loads out.
+    socket.takeSent();
+    play([](WriteCache& c) { addLoad(c, sample("tjunction_grid"), 3, {3}, {1, 1, 1}); });
+    EXPECT_EQ(socket.sent().substr(socket.sent().size() - finished(true).size()), finished(true));
+}
+
 TEST_F(Loader, FilesThatDontBelongTogetherAreNamedBeforeTheLoadStarts)
 {
     socket.appendScript(cached([](WriteCache& c) {
