@@ -292,15 +292,20 @@ Zone const& Engine::zoneOf(int number) const
 }
 
 /// Where a variable's values really lie.
+Error Engine::noSuchVariable(Zone const& zone, int var) const
+{
+    return Error("There is no variable " + std::to_string(var) + " in zone " +
+                 std::to_string(zone.number) + "; the data set has " +
+                 std::to_string(dataSet().variables.size()) + ".");
+}
+
 Engine::Source Engine::sourceOf(int zone, int var) const
 {
     Zone const* owner = &zoneOf(zone);
     for (std::size_t step = 0; step <= dataSet().zones.size(); ++step) {
         ZoneVariable const* const variable = DataSet::variable(*owner, var);
         if (variable == nullptr)
-            throw Error("There is no variable " + std::to_string(var) + " in zone " +
-                        std::to_string(owner->number) + "; the data set has " +
-                        std::to_string(dataSet().variables.size()) + ".");
+            throw noSuchVariable(*owner, var);
         if (variable->isAbsent)
             throw Error("The " + nameOfVariable(dataSet(), var, zone) +
                         " doesn't exist: it was calculated for another zone.");

@@ -5,6 +5,7 @@
 #include "client/DataSet.h"
 #include "client/DataSetBuilder.h"
 #include "client/EngineSocket.h"
+#include "client/Errors.h"
 #include "client/Values.h"
 #include "varnox/ItemAddress.h"
 
@@ -166,7 +167,8 @@ public:
     /// number.
     std::vector<SubzoneAddress> subzonesOf(int zone, ValueLocation_e kind);
 
-    /// Whether the server knows a variable of the data set in a zone.
+    /// Whether the server knows a variable of the data set in a zone. It goes by the variable's unique
+    /// id, which calculated variables of one name have in common.
     bool hasVariable(int zone, int var);
     /// The node or cell subzones that may hold all of these values: in which each lies in the range
     /// of its variable. Without values these are all subzones. In the order of partition, section
@@ -206,6 +208,7 @@ private:
     void reportLoading();
     void report(char const* action, std::uint64_t done, std::uint64_t total);
     Zone const& zoneOf(int number) const;
+    Error noSuchVariable(Zone const& zone, int var) const;
     Source sourceOf(int zone, int var) const;
     ZoneShape receiveShape(Zone const& zone);
     void requireSubzone(Zone const& zone, ValueLocation_e location, SubzoneAddress address);

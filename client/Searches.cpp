@@ -103,11 +103,12 @@ void Engine::sendZoneQuery(std::string const& service, Zone const& zone, std::st
 
 bool Engine::hasVariable(int zone, int var)
 {
-    Source const source = sourceOf(zone, var);
     Zone const& asked = zoneOf(zone);
+    if (DataSet::variable(asked, var) == nullptr)
+        throw noSuchVariable(asked, var);
     if (!asked.hasIdentityQueries)
         throw Error("Zone " + std::to_string(zone) + " can't be asked for its variables.");
-    long const id = dataSet().variables[static_cast<std::size_t>(source.var - 1)].uniqueId;
+    long const id = dataSet().variables[static_cast<std::size_t>(var - 1)].uniqueId;
     return converse("asking for a variable of zone " + std::to_string(zone), [&] {
         sendZoneQuery(ZONE_VARID_QUERY, asked, VAR_EXISTS);
         m_socket.sendUInt64(static_cast<std::uint64_t>(id));

@@ -106,6 +106,23 @@ TEST_F(CalcVars, VariableStandsAtTheEndAndTheOthersHaveAPlaceForIt)
                 HasSubstr("it was calculated for another zone"));
 }
 
+TEST_F(CalcVars, OtherZoneCanBeAskedForTheVariable)
+{
+    load();
+    sayAnswer(3);
+    engine.createCalcVar(1, "speed", "u+v");
+    peer.say(u8(0));
+    EXPECT_FALSE(engine.hasVariable(2, 4));
+    peer.say(u8(1));
+    EXPECT_TRUE(engine.hasVariable(1, 4));
+    EXPECT_THAT(peer.heard(),
+                EndsWith(text("ZoneVarIDQuery") + i32(1) + text("varExists") + u64(7) +
+                         text("ZoneVarIDQuery") + i32(0) + text("varExists") + u64(7)));
+    EXPECT_EQ(messageOf<Error>([&] { engine.hasVariable(2, 5); }),
+              "There is no variable 5 in zone 2; the data set has 4.");
+    EXPECT_EQ(peer.heard(), "");
+}
+
 TEST_F(CalcVars, ValuesStandAtCellsIfAnyOfTheFormulaDoes)
 {
     load();
