@@ -80,6 +80,10 @@ class Wire:
         data = struct.pack(f"<Q{len(words)}Q", len(words), *words)
         self._send(data, f"uint64 vector {words}" + (f"  {what}" if what else ""))
 
+    def send_doubles(self, values, what=""):
+        data = struct.pack(f"<Q{len(values)}d", len(values), *values)
+        self._send(data, f"double vector {values}" + (f"  {what}" if what else ""))
+
     def _read(self, count):
         data = self.process.stdout.read(count)
         if len(data) != count:
@@ -281,6 +285,36 @@ class Client:
         self.wire.send("uint32", 0, "partition")
         return self.wire.receive_vector("d", "double", "smallest and largest, subzone after subzone")
 
+    def find_subzones(self, method, zone, wanted):
+        """wanted: values by our names of the variables."""
+        self.wire.title("Cell subzones that may hold a value" if method == "findCellSubzones"
+                        else "Node subzones that may hold a value")
+        self.wire.send_string("ZoneVarIDQuery")
+        self.wire.send("int", zone, "zone, from 0")
+        self.wire.send_string(method)
+        self.wire.send_doubles(list(wanted.values()))
+        self.wire.send_words(list(wanted), "our names of the variables, one for each value")
+        return self.wire.receive_vector("Q", "uint64", "subzone addresses")
+
+    def find_plane(self, zone, axis, index):
+        self.wire.title("Node subzones on a plane")
+        self.wire.send_string("OrderedSubzoneQuery")
+        self.wire.send("int", zone, "zone, from 0")
+        self.wire.send_string("findIJKPlaneNodeSubzones")
+        self.wire.send("int32", axis, "of constant " + "IJK"[axis])
+        self.wire.send("int64", index, "which, from 0")
+        return self.wire.receive_vector("Q", "uint64", "subzone addresses")
+
+    def duplicate(self, zone):
+        self.wire.title("Duplicating a zone")
+        self.wire.send_string("ZoneVarIDQuery")
+        self.wire.send("int", zone, "zone, from 0")
+        self.wire.send_string("duplicate")
+        copy = self.wire.receive("int", "the new zone, from 0")
+        for var in range(self.num_vars):
+            self.types[copy, var] = self.types[zone, var]
+        return copy
+
     def zone_metadata(self):
         w = self.wire
         w.title("Metadata of a zone")
@@ -334,6 +368,16 @@ def play(program, addon, path):
             raise RuntimeError("wrong cell-centred values")
         if client.ranges(0, 1) != [-7.0, 300.0]:
             raise RuntimeError("wrong ranges")
+        if client.find_subzones("findNodeSubzones", 0, {101: 2.25}) != [0]:
+            raise RuntimeError("a value between two nodes was not found")
+        if client.find_subzones("findCellSubzones", 0, {102: 301.0}) != []:
+            raise RuntimeError("a value that is nowhere was found")
+        if client.find_plane(0, 0, 2) != [0]:
+            raise RuntimeError("the last plane was not found")
+        if client.duplicate(0) != 1:
+            raise RuntimeError("the duplicate is not the next zone")
+        if client.checkout("CellCenteredVarQuery", 1, 1, [0]) != [[-7, 300]]:
+            raise RuntimeError("the duplicate has other values")
         client.zone_metadata()
         if client.load_field_data(1, 2) != 1 or client.values != {(1, 2, 1): -7, (1, 2, 2): 300}:
             raise RuntimeError("wrong values on demand")
