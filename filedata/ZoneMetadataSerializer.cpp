@@ -22,6 +22,8 @@ using socketutil::WriteCache;
 
 namespace {
 
+constexpr std::int32_t MAX_VARS_WITHOUT_PARTITIONS = 1'000'000;
+
 void require(bool allocated)
 {
     if (!allocated)
@@ -128,6 +130,10 @@ void receiveTrees(SocketInterface& socket, ZoneMetadata& zone)
     std::uint32_t const numPartitions = zone.numPartitions;
     if (numPartitions > MinMaxTree::MAX_ENTRIES)
         throw std::bad_alloc();
+    // None follow then that would show the number to be true.
+    if (numPartitions == 0 && numVars > MAX_VARS_WITHOUT_PARTITIONS)
+        throw IOException("Received zone metadata of " + std::to_string(numVars) +
+                          " variables with ranges and no partition.");
     // Memory is taken as the pairs arrive, and the table when all have.
     std::vector<MinMaxTree> trees;
     for (std::int32_t v = 0; v < numVars; ++v) {

@@ -257,6 +257,29 @@ TEST(ZoneMetadataSerializer, NumberOfPartitionsAloneTakesNoMemory)
     EXPECT_THROW(ZoneMetadataSerializer::deserialize(socket), IOException);
 }
 
+TEST(ZoneMetadataSerializer, NumberOfVariablesAloneTakesNoMemory)
+{
+    auto const record = [](std::int32_t numVars) {
+        return cached([&](WriteCache& cache) {
+            cache.addInt32(7);
+            cache.addBool(true);
+            for (int axis = 0; axis < 3; ++axis)
+                cache.addInt64(0);
+            cache.addUInt32(0);
+            cache.addInt64Vector({});
+            cache.addInt64Vector({});
+            cache.addUInt32Vector({});
+            cache.addUInt32Vector({});
+            cache.addInt32(numVars);
+        });
+    };
+    EXPECT_EQ(rebuilt(record(1000))->varMinMaxTrees.size(), 1000U);
+    RecordingSocket socket(record(0x7FFFFFFF));
+    EXPECT_EQ(
+        tests::messageOf<IOException>([&] { ZoneMetadataSerializer::deserialize(socket); }),
+        "Received zone metadata of 2147483647 variables with ranges and no partition.");
+}
+
 TEST(ZoneMetadataSerializer, FailureOfTheConnectionIsAnIOExceptionWithItsText)
 {
     for (std::string const& whole : {mixedGolden, orderedGolden}) {
