@@ -30,6 +30,12 @@ namespace {
 /// A zone or variable number this far beyond the data set is taken for a mistake of the add-on.
 constexpr std::size_t MAX_GAP = 1'000'000;
 
+/// Every zone gets a slot for every variable that any zone has. Beyond this many, all slots together
+/// mustn't be more than a multiple of those that zones have already: a file of many zones and one of
+/// many variables, each of them small, would cost memory out of proportion to both.
+constexpr std::size_t FEW_SLOTS = 16'000'000;
+constexpr std::size_t MAX_SLOTS_PER_SLOT = 32;
+
 std::string zoneMessage(int zone)
 {
     return "Zone " + std::to_string(zone) + " does not exist.";
@@ -82,6 +88,7 @@ public:
         nodalVarQueryServers.clear();
         cellCenteredVarQueryServers.clear();
         varSubzoneQueryServers.clear();
+        numSlotsOfEveryZone = 0;
         fileSetFirstZones.clear();
         fileSets.clear();
     }
@@ -150,6 +157,7 @@ public:
             return;
         if (wanted > std::max(zoneFileSets.size(), cellConnectivityQueryServers.size()) + MAX_GAP)
             throw Error(zoneMessage(zone));
+        numSlotsOfEveryZone = 0; // the new ones have none
         zoneVarIDQueryServers.resize(wanted);
         cellConnectivityQueryServers.resize(wanted);
         nodeConnectivityQueryServers.resize(wanted);
@@ -168,8 +176,9 @@ public:
     {
         ensureCapacityForZoneService(zone);
         auto const wanted = static_cast<std::size_t>(std::int64_t{var} + 1);
-        if (wanted > MAX_GAP && wanted > widestZone() + MAX_GAP)
-            throw Error("Variable " + std::to_string(var) + " does not exist.");
+        if (wanted <= numSlotsOfEveryZone)
+            return;
+        checkSlots(wanted);
         for (std::size_t z = 0; z < cellCenteredVarQueryServers.size(); ++z) {
             if (cellCenteredVarQueryServers[z].size() >= wanted)
                 continue;
@@ -178,14 +187,25 @@ public:
             cellCenteredVarQueryServers[z].resize(wanted);
             varSubzoneQueryServers[z].resize(wanted);
         }
+        numSlotsOfEveryZone = wanted;
     }
 
-    std::size_t widestZone() const
+    void checkSlots(std::size_t wanted) const
     {
         std::size_t widest = 0;
-        for (auto const& shares : varZoneShareVar)
+        std::size_t total = 0;
+        for (auto const& shares : varZoneShareVar) {
             widest = std::max(widest, shares.size());
-        return widest;
+            total += shares.size();
+        }
+        if (wanted > widest + MAX_GAP)
+            throw Error("Variable " + std::to_string(wanted - 1) + " does not exist.");
+        std::size_t const slots = wanted * cellCenteredVarQueryServers.size();
+        if (slots > FEW_SLOTS && slots / MAX_SLOTS_PER_SLOT > total)
+            throw Error("The data set would have " + std::to_string(wanted) +
+                        " variables for each of " +
+                        std::to_string(cellCenteredVarQueryServers.size()) +
+                        " zones, of which most have far fewer.");
     }
 
     void checkZone(int zone) const
@@ -278,6 +298,7 @@ public:
     std::vector<std::int32_t> fileSetFirstZones;
     std::vector<std::unique_ptr<FileSetMetadata>> fileSets;
     std::unique_ptr<LoaderServer> loaderServer;
+    std::size_t numSlotsOfEveryZone = 0; ///< At least; saves looking at all zones for each variable.
 };
 
 DataSetRegistrationServer::Error::Error(std::string const& message) : ExceptionBase(message, false)

@@ -343,6 +343,39 @@ TEST_F(DataSetRegistration, NumbersThatCannotBeTakeNoMemory)
     EXPECT_EQ(failure([&] { registerVar(addon, 0, -1); }), "Zone 0 does not exist for var -1.");
 }
 
+TEST_F(DataSetRegistration, ManyVariablesOfOneOfManyZonesTakeNoMemory)
+{
+    server.setFilePaths({FULL});
+    server.registerZoneConnectivityQueryServices(&addon.cells, &addon.nodes, 0);
+    registerVar(addon, 0, 900'000);
+    EXPECT_TRUE(deliver({1})); // so many of one zone are few
+    EXPECT_EQ(server.nodalVarQueryServer(0, 899'999), nullptr);
+    server.registerZoneConnectivityQueryServices(&addon.cells, &addon.nodes, 999);
+    registerVar(addon, 999, 0);
+    EXPECT_EQ(failure([&] { deliver({1}); }), "nothing was thrown");
+    registerVar(addon, 999, 900'001);
+    EXPECT_EQ(failure([&] { deliver({1}); }),
+              "The data set would have 900002 variables for each of 1000 zones, of which most have "
+              "far fewer.");
+    EXPECT_EQ(failure([&] { server.nodalVarQueryServer(999, 900'001); }),
+              "Zone 999 does not exist for var 900001.");
+}
+
+TEST_F(DataSetRegistration, ZoneBehindTheOthersGetsTheSlotsOfAll)
+{
+    server.setFilePaths({FULL});
+    server.registerZoneConnectivityQueryServices(&addon.cells, &addon.nodes, 1);
+    registerVar(addon, 1, 2);
+    EXPECT_TRUE(deliver({1}));
+    EXPECT_NE(server.nodalVarQueryServer(1, 2), nullptr);
+    EXPECT_EQ(failure([&] { server.nodalVarQueryServer(1, 3); }),
+              "Zone 1 does not exist for var 3.");
+    registerVar(addon, 0, 9);
+    server.registerZoneConnectivityQueryServices(&addon.cells, &addon.nodes, 0);
+    EXPECT_TRUE(deliver({1}));
+    EXPECT_EQ(server.nodalVarQueryServer(1, 9), nullptr);
+}
+
 TEST_F(DataSetRegistration, RegistrationAgainReplacesTheServer)
 {
     FakeCells others;
