@@ -167,8 +167,8 @@ public:
     /// number.
     std::vector<SubzoneAddress> subzonesOf(int zone, ValueLocation_e kind);
 
-    /// Whether the server knows a variable of the data set in a zone. It goes by the variable's unique
-    /// id, which calculated variables of one name have in common.
+    /// Whether the server knows a variable of the data set in a zone. It goes by the variable's
+    /// unique id, which calculated variables of one name have in common.
     bool hasVariable(int zone, int var);
     /// The node or cell subzones that may hold all of these values: in which each lies in the range
     /// of its variable. Without values these are all subzones. In the order of partition, section

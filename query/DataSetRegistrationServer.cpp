@@ -30,9 +30,9 @@ namespace {
 /// A zone or variable number this far beyond the data set is taken for a mistake of the add-on.
 constexpr std::size_t MAX_GAP = 1'000'000;
 
-/// Every zone gets a slot for every variable that any zone has. Beyond this many, all slots together
-/// mustn't be more than a multiple of those that zones have already: a file of many zones and one of
-/// many variables, each of them small, would cost memory out of proportion to both.
+/// Every zone gets a slot for every variable that any zone has. Beyond this many, all slots
+/// together mustn't be more than a multiple of those that zones have already: a file of many zones
+/// and one of many variables, each of them small, would cost memory out of proportion to both.
 constexpr std::size_t FEW_SLOTS = 16'000'000;
 constexpr std::size_t MAX_SLOTS_PER_SLOT = 32;
 
@@ -298,7 +298,8 @@ public:
     std::vector<std::int32_t> fileSetFirstZones;
     std::vector<std::unique_ptr<FileSetMetadata>> fileSets;
     std::unique_ptr<LoaderServer> loaderServer;
-    std::size_t numSlotsOfEveryZone = 0; ///< At least; saves looking at all zones for each variable.
+    /// At least; saves looking at all zones for each variable.
+    std::size_t numSlotsOfEveryZone = 0;
 };
 
 DataSetRegistrationServer::Error::Error(std::string const& message) : ExceptionBase(message, false)

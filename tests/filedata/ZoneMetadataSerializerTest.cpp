@@ -275,9 +275,8 @@ TEST(ZoneMetadataSerializer, NumberOfVariablesAloneTakesNoMemory)
     };
     EXPECT_EQ(rebuilt(record(1000))->varMinMaxTrees.size(), 1000U);
     RecordingSocket socket(record(0x7FFFFFFF));
-    EXPECT_EQ(
-        tests::messageOf<IOException>([&] { ZoneMetadataSerializer::deserialize(socket); }),
-        "Received zone metadata of 2147483647 variables with ranges and no partition.");
+    EXPECT_EQ(tests::messageOf<IOException>([&] { ZoneMetadataSerializer::deserialize(socket); }),
+              "Received zone metadata of 2147483647 variables with ranges and no partition.");
 }
 
 TEST(ZoneMetadataSerializer, FailureOfTheConnectionIsAnIOExceptionWithItsText)

@@ -233,7 +233,7 @@ TEST_F(Loader, RefusedDataSetEndsTheLoadWithAFalse)
 
 TEST_F(Loader, LoadWithinALoadIsRefusedAndEndsBoth)
 {
-    // While the data set is created, and while a zone is added, with nothing or something registered.
+    // While the data set is created, and while a zone is added.
     for (bool const isCreated : {false, true}) {
         socket.takeSent();
         socket.appendScript(cached([&](WriteCache& c) {

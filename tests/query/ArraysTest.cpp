@@ -62,11 +62,10 @@ TEST(AddressArrays, MoreElementsThanThereIsRoomForAreRefused)
     std::vector<long> numbers{1, 2, 3};
     for (RawArray<long> const& array :
          {RawArray<long>{nullptr, numbers.data(), 2, 3}, RawArray<long>{nullptr, nullptr, 0, 1}})
-        EXPECT_EQ(messageOf<std::length_error>(
-                      [&] { hdqlib::send64BitTypeRawArray(socket, array); }),
-                  "The add-on reports " + std::to_string(array.size) +
-                      " elements in an array with room for " + std::to_string(array.capacity) +
-                      ".");
+        EXPECT_EQ(
+            messageOf<std::length_error>([&] { hdqlib::send64BitTypeRawArray(socket, array); }),
+            "The add-on reports " + std::to_string(array.size) +
+                " elements in an array with room for " + std::to_string(array.capacity) + ".");
     EXPECT_EQ(socket.numOperations(), 0U);
 }
 

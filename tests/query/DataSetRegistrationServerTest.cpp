@@ -458,7 +458,9 @@ TEST_F(DataSetRegistration, DataSetLoadedDuringTheAnnouncementIsTheOneAnnounced)
 {
     std::string const expected = announcementOf({FULL});
     std::vector<std::function<void(RegistrationSession&)>> const registrations = {
-        [](RegistrationSession& s) { s.server.registerZoneVarIDQueryServices(&s.addon.zoneVarID, 0); },
+        [](RegistrationSession& s) {
+            s.server.registerZoneVarIDQueryServices(&s.addon.zoneVarID, 0);
+        },
         [](RegistrationSession& s) {
             s.server.registerZoneConnectivityQueryServices(&s.addon.cells, &s.addon.nodes, 0);
         },
