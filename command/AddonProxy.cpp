@@ -24,6 +24,7 @@
 #include <boost/lexical_cast.hpp>
 
 #include <exception>
+#include <functional>
 #include <iostream>
 #include <unordered_map>
 #include <vector>
@@ -108,6 +109,8 @@ public:
 
     bool isBetweenCommands() const { return numCommandsUnderWay == 0; }
 
+    void restrictPaths(std::function<bool(std::string const&)> const& allowed) { maySee = allowed; }
+
     void serviceUntil(std::string const& endCommand)
     {
         hdqremote::serviceCommandsUntil(
@@ -171,9 +174,19 @@ private:
     void handleListFiles()
     {
         WriteCache reply;
-        addFileListing(reply, socket.receiveString());
+        addFileListing(reply, socket.receiveString(), maySee);
         reply.addString(COMMAND_FINISHED);
         socket.sendCache(reply);
+    }
+
+    void refuseHiddenPaths(std::vector<std::string> const& filePaths) const
+    {
+        constexpr std::size_t ENOUGH = 200;
+        for (std::string const& path : filePaths)
+            if (maySee && !maySee(path))
+                throw Error("'" + path.substr(0, ENOUGH) + (path.size() > ENOUGH ? "..." : "") +
+                            "' can't be loaded: it is in none of the directories that this data "
+                            "server shares.");
     }
 
     /// Receives the paths, runs the loader and shows what went wrong in a dialog.
@@ -193,6 +206,7 @@ private:
         ScopedExitAction const dealloc([&] { VnxUtilStringListDealloc(&instructions); });
         if (pathsWereRead && appendInstructions(instructions, filePaths)) {
             try {
+                refuseHiddenPaths(filePaths);
                 registrationServer.setFilePaths(filePaths);
                 VnxLoaderCallback const callback = proxy.loaderCallback();
                 loaded = callback(instructions, proxy.loaderClientData()) != 0;
@@ -295,6 +309,7 @@ private:
     VnxUtilProxy proxy;
     std::unordered_map<std::string, Handler> commandHandlers;
     int numCommandsUnderWay = 0;
+    std::function<bool(std::string const&)> maySee; ///< empty: everything
 };
 
 AddonProxy::Error::Error(std::string const& message) : ExceptionBase(message, false)
@@ -319,6 +334,11 @@ AddonProxy::~AddonProxy() = default;
 bool AddonProxy::isBetweenCommands() const
 {
     return m_impl->isBetweenCommands();
+}
+
+void AddonProxy::restrictPaths(std::function<bool(std::string const&)> const& maySee)
+{
+    m_impl->restrictPaths(maySee);
 }
 
 void AddonProxy::serviceCommandsUntil(std::string const& endCommand)

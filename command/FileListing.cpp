@@ -75,9 +75,12 @@ bool isHidden(std::string const& name)
     return !name.empty() && name.front() == '.' && name != "." && name != "..";
 }
 
-std::vector<FileEntry> entriesOf(std::string const& directory)
+std::vector<FileEntry> entriesOf(std::string const& directory,
+                                 std::function<bool(std::string const&)> const& maySee)
 {
     std::vector<FileEntry> result;
+    if (maySee && !maySee(directory))
+        return result;
     boost::system::error_code error;
     fs::directory_iterator found(directory, error);
     if (error)
@@ -88,6 +91,9 @@ std::vector<FileEntry> entriesOf(std::string const& directory)
         if (isHidden(entry.name))
             continue;
         try {
+            if (maySee && found->symlink_status().type() == fs::symlink_file &&
+                !maySee(found->path().string()))
+                continue;
             classify(entry, *found);
         } catch (fs::filesystem_error const&) {
             continue; // it may be gone by now, or not be ours to look at
@@ -130,11 +136,12 @@ std::string getCanonicalPath(std::string path)
     return result;
 }
 
-void addFileListing(socketutil::WriteCache& reply, std::string const& directory)
+void addFileListing(socketutil::WriteCache& reply, std::string const& directory,
+                    std::function<bool(std::string const&)> const& maySee)
 {
     fs::path const absolute = fs::absolute(directory, fs::current_path());
     reply.addString(getCanonicalPath(absolute.string()));
-    std::vector<FileEntry> const entries = entriesOf(directory);
+    std::vector<FileEntry> const entries = entriesOf(directory, maySee);
     reply.addInt(static_cast<int>(entries.size()));
     for (FileEntry const& entry : entries) {
         reply.addString(entry.name);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace varnox::socketutil {
@@ -18,6 +19,10 @@ std::string getCanonicalPath(std::string path);
 /// boost::filesystem::filesystem_error.
 ///
 /// Behind a name stand a zero byte and the entry's permission bits, the high byte first.
-void addFileListing(socketutil::WriteCache& reply, std::string const& directory);
+///
+/// Of a directory that may not be seen nothing is listed, and neither is a link to what may not; an
+/// empty function allows everything.
+void addFileListing(socketutil::WriteCache& reply, std::string const& directory,
+                    std::function<bool(std::string const&)> const& maySee = {});
 
 }

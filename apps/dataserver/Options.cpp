@@ -128,6 +128,13 @@ std::optional<Options> parseOptions(int argc, char const* const* argv, int& exit
                    "The first line of FILE is the token that a client must show. Others must not "
                    "be able to read FILE. Needed for tcp: beyond this machine")
         ->type_name("FILE");
+    app.add_option(
+           "--root", options.sharedFolders,
+           "A directory in which clients may browse and load, after links are resolved; may "
+           "be given again for more. Default: all that this user may read")
+        ->type_name("DIR")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     app.add_flag("--once", options.servesOnce,
                  "Serves one session, then ends with its exit status");
     app.add_option("--max-sessions", options.maxSessions,

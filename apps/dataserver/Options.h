@@ -7,6 +7,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace varnox::dataserver {
 
@@ -35,6 +36,7 @@ struct Options
     std::size_t maxItemBytes = std::size_t{1} << 30;
     std::chrono::milliseconds greetingTimeout{10'000};
     std::chrono::milliseconds idleTimeout{0}; ///< 0: none
+    std::vector<std::string> sharedFolders;   ///< empty: all
     std::string logLevel = "info";
 };
 

@@ -2,6 +2,7 @@
 
 #include "apps/dataserver/AddressFile.h"
 #include "apps/dataserver/Greeting.h"
+#include "apps/dataserver/SharedFolders.h"
 
 #include "socket/Token.h"
 
@@ -119,6 +120,10 @@ Server::Server(Options const& options) : m_options(options)
         m_options.addonPath = installedAddon();
     if (!m_options.tokenFile.empty())
         m_token = socketutil::readTokenFile(m_options.tokenFile);
+    m_options.sharedFolders = SharedFolders(m_options.sharedFolders).paths();
+    if (!m_options.sharedFolders.empty() && fenceSupport() == Fence::NotSupported)
+        spdlog::warn("this kernel can't hold a session to directories, so a link that is changed "
+                     "while a file is opened can lead out of --root");
     if (m_options.source.kind != Source::Kind::Listening)
         m_options.servesOnce = true;
 }
@@ -160,6 +165,7 @@ void Server::tryAddon()
     order.addonPath = m_options.addonPath;
     order.maxItemBytes = m_options.maxItemBytes;
     order.logLevel = m_options.logLevel;
+    order.sharedFolders = m_options.sharedFolders;
     pid_t const trial = fork(order, nullptr, -1);
     if (trial < 0)
         throw std::runtime_error(std::string("Can't start a process: ") + std::strerror(errno) +
@@ -333,6 +339,7 @@ void Server::startWorker(Ends ends, Peer const& peer, bool greets)
     order.greetingTimeout = m_options.greetingTimeout;
     order.idleTimeout = m_options.idleTimeout;
     order.logLevel = m_options.logLevel;
+    order.sharedFolders = m_options.sharedFolders;
 
     int control[2];
     if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, control) != 0) {

@@ -51,10 +51,12 @@ struct End
 };
 
 End serveCommands(std::optional<AddonProxy>& proxy, std::string const& addonPath,
-                  SessionSocket& socket)
+                  SessionSocket& socket, SharedFolders const& folders)
 {
     try {
         proxy.emplace(addonPath, socket);
+        if (!folders.areAll())
+            proxy->restrictPaths([&](std::string const& path) { return folders.hold(path); });
         proxy->serviceCommandsUntil(hdqremote::CLOSE_DATA_SERVER);
         return {true, "The client closed the session."};
     } catch (AddonProxy::CommunicationError const& error) {
@@ -83,7 +85,7 @@ int serveSession(SessionSettings const& settings, int readEnd, int writeEnd)
     std::optional<AddonProxy> proxy;
     try {
         ClientWatch& watch = ClientWatch::start(readEnd, writeEnd, name);
-        End end = serveCommands(proxy, settings.addonPath, socket);
+        End end = serveCommands(proxy, settings.addonPath, socket, settings.sharedFolders);
         if (socket.hasIdled()) // whatever followed from it
             end = {false, "The client neither sent nor took anything for " +
                               seconds(settings.idleTimeout) +
@@ -110,7 +112,7 @@ int tryAddon(std::string const& addonPath)
     SessionSocket socket(ends[0], ends[1]);
     std::optional<AddonProxy> proxy;
     ::shutdown(ends[1], SHUT_WR); // the trial's client hangs up at once
-    End const end = serveCommands(proxy, addonPath, socket);
+    End const end = serveCommands(proxy, addonPath, socket, {});
     if (!end.isOrderly)
         spdlog::error("{}", textOf(end));
     return end.isOrderly ? 0 : 1;

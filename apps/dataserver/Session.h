@@ -1,5 +1,7 @@
 #pragma once
 
+#include "apps/dataserver/SharedFolders.h"
+
 #include <chrono>
 #include <cstddef>
 #include <string>
@@ -12,6 +14,7 @@ struct SessionSettings
     std::string name; ///< in the log
     std::size_t maxItemBytes;
     std::chrono::milliseconds idleTimeout; ///< 0: none
+    SharedFolders sharedFolders;
 };
 
 /// Serves the commands of an accepted client over the two ends of its connection, which it closes.

@@ -3,10 +3,12 @@
 #include "apps/dataserver/Greeting.h"
 #include "apps/dataserver/Log.h"
 #include "apps/dataserver/Session.h"
+#include "apps/dataserver/SharedFolders.h"
 #include "socket/Descriptor.h"
 
 #include <spdlog/spdlog.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -107,7 +109,8 @@ int serve(WorkerOrder const& order)
     }
     control::send(serverSocket.get(), control::SERVING);
     serverSocket.reset();
-    return serveSession({order.addonPath, order.name, order.maxItemBytes, order.idleTimeout},
+    return serveSession({order.addonPath, order.name, order.maxItemBytes, order.idleTimeout,
+                         SharedFolders(order.sharedFolders)},
                         WorkerOrder::READ_END, WorkerOrder::WRITE_END);
 }
 
@@ -115,26 +118,34 @@ int serve(WorkerOrder const& order)
 
 std::vector<std::string> WorkerOrder::arguments() const
 {
-    return {OPTION,
-            "task=" + std::to_string(static_cast<int>(task)),
-            "name=" + name,
-            "addon=" + addonPath,
-            "max-item-bytes=" + std::to_string(maxItemBytes),
-            "greeting-timeout=" + std::to_string(greetingTimeout.count()),
-            "idle-timeout=" + std::to_string(idleTimeout.count()),
-            "log-level=" + logLevel,
-            "server=" + std::to_string(server)};
+    std::vector<std::string> result = {
+        OPTION,
+        "task=" + std::to_string(static_cast<int>(task)),
+        "name=" + name,
+        "addon=" + addonPath,
+        "max-item-bytes=" + std::to_string(maxItemBytes),
+        "greeting-timeout=" + std::to_string(greetingTimeout.count()),
+        "idle-timeout=" + std::to_string(idleTimeout.count()),
+        "log-level=" + logLevel,
+        "server=" + std::to_string(server),
+    };
+    for (std::string const& folder : sharedFolders)
+        result.push_back("root=" + folder);
+    return result;
 }
 
 WorkerOrder WorkerOrder::parse(std::vector<std::string> const& arguments)
 {
+    WorkerOrder order;
     std::map<std::string, std::string> said;
     for (std::string const& argument : arguments) {
-        std::size_t const end = argument.find('=');
-        if (end != std::string::npos)
-            said[argument.substr(0, end)] = argument.substr(end + 1);
+        std::size_t const end = std::min(argument.find('='), argument.size() - 1);
+        std::string const key = argument.substr(0, end);
+        if (key == "root")
+            order.sharedFolders.push_back(argument.substr(end + 1));
+        else
+            said[key] = argument.substr(end + 1);
     }
-    WorkerOrder order;
     order.task = static_cast<WorkerTask>(std::stoi(said["task"]));
     order.name = said["name"];
     order.addonPath = said["addon"];
@@ -154,6 +165,8 @@ int runWorker(WorkerOrder const& order)
     for (int const end : {WorkerOrder::READ_END, WorkerOrder::WRITE_END, WorkerOrder::CONTROL})
         ::fcntl(end, F_SETFD, FD_CLOEXEC); // what an add-on starts doesn't hold the connection open
     startLog(order.logLevel);
+    // The trial too, so that an add-on that needs more is found at the start.
+    fenceReading(SharedFolders(order.sharedFolders), order.addonPath);
     return order.task == WorkerTask::TryAddon ? tryAddon(order.addonPath) : serve(order);
 }
 

@@ -29,6 +29,7 @@ struct WorkerOrder
     std::chrono::milliseconds greetingTimeout{};
     std::chrono::milliseconds idleTimeout{};
     std::string logLevel;
+    std::vector<std::string> sharedFolders;
     pid_t server = 0; ///< the process that the worker must not outlive
 
     /// The arguments behind the program's name, and back. parse throws std::invalid_argument.

@@ -218,6 +218,56 @@ TEST_F(AddonProxySession, ListedFileIsItsGoldenBytes)
               }));
 }
 
+TEST_F(AddonProxySession, DirectoryThatMayNotBeSeenIsListedAsOneThatCannotBeRead)
+{
+    fileNamed("a.hdqfs");
+    std::vector<std::string> asked;
+    proxy->restrictPaths([&](std::string const& path) {
+        asked.push_back(path);
+        return false;
+    });
+    script([&](WriteCache& c) {
+        c.addString("list files");
+        c.addString(folder.string() + "/.");
+        c.addString("close data server");
+    });
+    proxy->serviceCommandsUntil(CLOSE_DATA_SERVER);
+    EXPECT_EQ(socket.sent(), cached([&](WriteCache& c) {
+                  c.addString(folder.string());
+                  c.addInt(0);
+                  c.addString("command finished");
+              }));
+    EXPECT_EQ(asked, std::vector<std::string>{folder.string() + "/."});
+}
+
+TEST_F(AddonProxySession, LoadOfWhatMayNotBeSeenFailsBeforeTheLoaderIsCalled)
+{
+    std::string const seen = fileNamed("a.hdqfs");
+    std::string const hidden = fileNamed("throws.hdqfs");
+    proxy->restrictPaths([&](std::string const& path) { return path == seen; });
+    std::string const reason = "'" + hidden +
+                               "' can't be loaded: it is in none of the directories that this "
+                               "data server shares.";
+    EXPECT_EQ(failureOfLoading(seen + "\n" + hidden), reason);
+    EXPECT_EQ(socket.sent(), dialog(reason) + finished(false));
+}
+
+TEST_F(AddonProxySession, LoadOfWhatMayBeSeenGoesOn)
+{
+    std::string const hidden = fileNamed("throws.hdqfs");
+    proxy->restrictPaths([&](std::string const&) { return true; });
+    EXPECT_EQ(failureOfLoading(hidden), "the loader has failed");
+}
+
+TEST_F(AddonProxySession, LongPathThatMayNotBeSeenIsCutInTheMessage)
+{
+    proxy->restrictPaths([](std::string const&) { return false; });
+    EXPECT_EQ(failureOfLoading(std::string(100'000, 'x')),
+              "'" + std::string(200, 'x') +
+                  "...' can't be loaded: it is in none of the directories that this data server "
+                  "shares.");
+}
+
 TEST_F(AddonProxySession, ServesAgainAfterAnEndCommand)
 {
     for (int round = 0; round < 2; ++round) {

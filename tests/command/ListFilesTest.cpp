@@ -121,6 +121,23 @@ TEST_F(ListFiles, HiddenFilesAreLeftOutAndLaterFullStopsAreNot)
     EXPECT_EQ(listing.entries.size(), 1U);
 }
 
+TEST_F(ListFiles, LinkToWhatMayNotBeSeenIsLeftOutAndAFileIsNotAskedFor)
+{
+    write("a", "123");
+    boost::filesystem::create_symlink(folder / "a", folder / "shown");
+    boost::filesystem::create_symlink(folder / "a", folder / "left out");
+    std::vector<std::string> asked;
+    std::string const sent = tests::cached([&](socketutil::WriteCache& cache) {
+        addFileListing(cache, folder.string(), [&](std::string const& path) {
+            asked.push_back(path);
+            return !path.ends_with("left out");
+        });
+    });
+    EXPECT_EQ(sent.find("left out"), std::string::npos);
+    EXPECT_NE(sent.find("shown"), std::string::npos);
+    EXPECT_EQ(asked.size(), 3U); // the folder and the links
+}
+
 TEST_F(ListFiles, LinkShowsAsWhatItPointsToAndADanglingOneIsLeftOut)
 {
     write("a", "123");

@@ -87,8 +87,8 @@ TEST(CommandLine, HelpNamesEveryOption)
     for (char const* option :
          {"--addon PATH", "--listen ADDRESS", "--address-file FILE", "--token-file FILE", "--once",
           "--max-sessions N=64", "--max-item-bytes N=1073741824", "--greeting-timeout SECONDS=10",
-          "--max-sessions-per-source N", "--max-greetings N=32", "--idle-timeout SECONDS",
-          "--log-level LEVEL=info", "--version"})
+          "--root DIR", "--max-sessions-per-source N", "--max-greetings N=32",
+          "--idle-timeout SECONDS", "--log-level LEVEL=info", "--version"})
         EXPECT_NE(help.find(option), std::string::npos) << option;
 }
 

@@ -50,6 +50,7 @@ TEST(Exports, HostsAndAddonsFindTheOperationsOfTheirClasses)
              "varnox::hdqremote::AddonProxy::~AddonProxy",
              "varnox::hdqremote::AddonProxy::serviceCommandsUntil",
              "varnox::hdqremote::AddonProxy::isBetweenCommands",
+             "varnox::hdqremote::AddonProxy::restrictPaths",
              "varnox::hdqremote::DataSetRegistrationServer::registerZoneVarIDQueryServices",
              "varnox::hdqremote::DataSetRegistrationServer::registerVarQueryServices",
              "varnox::hdqremote::DataSetRegistrationServer::registerZoneConnectivityQueryServices",

@@ -3,6 +3,7 @@
 #include "varnox/Export.h"
 #include "varnox/ExceptionBase.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -55,6 +56,13 @@ public:
     /// False while a command is being handled, and for good once one has failed: tells a hosting
     /// program whether a client hung up between two commands or in the middle of one.
     bool isBetweenCommands() const;
+
+    /// From now on the client may list and load only what the function is true for. It is asked
+    /// with each path as it was received: relative ones are meant from the working directory, and
+    /// neither links nor ".." are resolved. What may not be seen is listed like a directory that
+    /// can't be read, and its load fails before the loader is called. Files that the add-on opens
+    /// without being told by the client are its own affair.
+    void restrictPaths(std::function<bool(std::string const& path)> const& maySee);
 
 private:
     class Impl;

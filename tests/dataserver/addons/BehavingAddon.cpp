@@ -4,6 +4,7 @@
 #include "varnox/Export.h"
 #include "varnox/hostapi/VnxUtil.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -22,6 +23,20 @@ void reportBeginning(std::string const& path)
         report << ' ' << entry.path().filename().string();
     report.close();
     std::filesystem::rename(path + ".part", path + ".begun");
+}
+
+/// Waits for PATH.go, then writes what opening PATH gave into PATH.opened: 0, or the error's number.
+/// PATH.go and PATH.opened lie where the path of the data set leads at first.
+void openLater(std::string const& path)
+{
+    std::filesystem::path const folder = std::filesystem::canonical(path).parent_path();
+    while (!std::filesystem::exists(folder / "go"))
+        ::usleep(1000);
+    std::FILE* const file = std::fopen(path.c_str(), "rb");
+    std::ofstream(folder / "opened.part") << (file != nullptr ? 0 : errno);
+    if (file != nullptr)
+        std::fclose(file);
+    std::filesystem::rename(folder / "opened.part", folder / "opened");
 }
 
 [[noreturn]] void spin()
@@ -44,6 +59,8 @@ char load(StringList_s* instructions, unsigned long)
         spin();
     if (word == "asks.hdqfs")
         VnxUtilDataSetGetNumZones();
+    if (word == "opens.hdqfs")
+        openLater(path);
     if (word == "floods.hdqfs")
         VnxUtilDialogErrMsg(std::string(64 << 20, 'x').c_str());
     if (word == "prints.hdqfs")
