@@ -17,6 +17,7 @@ if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
 endif()
 
 option(VNX_SANITIZE "Address and undefined-behaviour sanitizers" OFF)
+option(VNX_FUZZ "Link the fuzz targets with libFuzzer and watch coverage; needs clang" OFF)
 option(VNX_WERROR "Warnings are errors" ${PROJECT_IS_TOP_LEVEL})
 
 find_program(VNX_CCACHE ccache)
@@ -41,4 +42,7 @@ if(VNX_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=all
                         -fno-omit-frame-pointer -g1 -O1)
     add_link_options(-fsanitize=address,undefined)
+endif()
+if(VNX_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
 endif()

@@ -1,0 +1,332 @@
+// Writes the seeds of the corpus into a folder: vnx_fuzz_seeds fuzz/corpus
+
+#include "expressions/ExpressionSerializer.h"
+#include "filedata/DataFileHeader.h"
+#include "filedata/DataSetHeader.h"
+#include "filedata/FileSetMetadata.h"
+#include "filedata/FileStreamReader.h"
+#include "filedata/Messages.h"
+#include "filedata/ZoneMetadataSerializer.h"
+#include "formula/Formula.h"
+#include "fuzz/support/Entry.h"
+#include "fuzz/support/InputFile.h"
+#include "fuzz/support/ZoneInput.h"
+#include "query/SubzoneCellConnectivity.h"
+#include "query/SubzoneNodeConnectivity.h"
+#include "tests/filedata/FileBuilder.h"
+#include "tests/filedata/GroupBuilder.h"
+#include "tests/support/RecordingSocket.h"
+#include "tests/support/Wire.h"
+#include "tests/writer/DataSets.h"
+#include "varnox/hdqfswriter/FileWriter.h"
+#include "varnox/socketutil/WriteCache.h"
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
+
+namespace {
+
+using namespace varnox;
+namespace fs = std::filesystem;
+namespace writing = hdqfswriter;
+using hdqio::tests::FileBuilder;
+using tests::cached;
+
+fs::path folder;
+
+void save(std::string const& target, std::string const& name, std::string const& bytes)
+{
+    fs::create_directories(folder / target);
+    std::ofstream file(folder / target / ("seed-" + name), std::ios::binary);
+    file << bytes;
+    fuzz::expect(file.good(), "a seed can't be written");
+}
+
+// Whole files.
+
+std::string written(writing::DataSet const& dataSet, writing::Options const& options)
+{
+    fs::path const path = folder / "being-written.hdqfs";
+    writing::writeFile(path.string(), dataSet, options);
+    std::ifstream file(path, std::ios::binary);
+    std::string result{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    fs::remove(path);
+    return result;
+}
+
+/// Three variables, of two types, at nodes and at cells.
+std::vector<writing::ZoneVariable> fewVariables()
+{
+    auto all = writing::tests::variablesOfAllTypes();
+    return {all[0], all[1], all.back()};
+}
+
+writing::DataSet dataSetOf(std::vector<writing::Zone> zones)
+{
+    writing::DataSet result;
+    result.title = "seed";
+    result.variableNames = writing::tests::namesOf(zones.front().variables.size());
+    result.zones = std::move(zones);
+    for (std::size_t z = 0; z < result.zones.size(); ++z)
+        result.zones[z].name = "z" + std::to_string(z + 1);
+    return result;
+}
+
+writing::Zone mesh(writing::ZoneType type, std::array<std::uint64_t, 3> const& blocks,
+                   std::uint32_t numPartitions, bool isInSubzones = true)
+{
+    writing::tests::MeshSpec spec;
+    spec.type = type;
+    spec.numBlocks = blocks;
+    spec.numPartitions = numPartitions;
+    spec.isInSubzones = isInSubzones;
+    return writing::tests::meshZone(spec, fewVariables());
+}
+
+struct FileSeed
+{
+    char const* name;
+    writing::DataSet dataSet;
+    std::optional<std::uint32_t> oldest{};
+};
+
+std::vector<FileSeed> fileSeeds()
+{
+    using writing::ZoneType;
+    using writing::tests::orderedZone;
+    auto const plain = [](writing::Zone zone) {
+        zone.isInSubzones = false;
+        return zone;
+    };
+    std::vector<FileSeed> result;
+    result.push_back({"ordered", dataSetOf({orderedZone({5, 4, 3}, fewVariables()),
+                                            orderedZone({8, 2, 2}, fewVariables())})});
+    result.push_back(
+        {"allTypes", dataSetOf({orderedZone({3, 2, 2}, writing::tests::variablesOfAllTypes())})});
+    result.push_back(
+        {"boxes", dataSetOf({orderedZone({7, 4, 3}, fewVariables(), {{{3}, {2}, {}}})})});
+    result.push_back({"plainOrdered", dataSetOf({plain(orderedZone({4, 3, 2}, fewVariables()))})});
+    result.push_back({"bricks", dataSetOf({mesh(ZoneType::Brick, {2, 2, 1}, 1)})});
+    result.push_back({"brickPartitions", dataSetOf({mesh(ZoneType::Brick, {4, 1, 1}, 2)})});
+    result.push_back({"tetrahedra", dataSetOf({mesh(ZoneType::Tetrahedron, {2, 1, 1}, 1)})});
+    result.push_back({"mixed", dataSetOf({mesh(ZoneType::Mixed, {2, 2, 2}, 1)}), 106});
+    result.push_back({"mixedPartitions", dataSetOf({mesh(ZoneType::Mixed, {3, 1, 2}, 3)}), 106});
+    result.push_back({"plainBricks", dataSetOf({mesh(ZoneType::Brick, {2, 1, 1}, 1, false)})});
+    return result;
+}
+
+// The headers and records of a file's zones, as inputs of their own.
+
+void saveBlocks(std::string const& name, std::string const& bytes)
+{
+    using namespace hdqio;
+    fuzz::InputFile file;
+    file.set(bytes);
+    FileStreamReader reader(file.path());
+    reader.open();
+    FileDescription description;
+    std::uint64_t byteOrder = 0;
+    std::uint64_t loc = 0;
+    TagMap tags;
+    std::string title;
+    ZoneVarMetadata table;
+    LightweightVector<std::uint64_t> headerLocs;
+    fuzz::expect(readDataFileHeader(reader, description, byteOrder, loc) &&
+                     reader.seekToFileLoc(loc) &&
+                     readDataSetHeaderTags(reader, description, tags) &&
+                     readDataSetHeader(reader, description, tags, title, table, headerLocs),
+                 "a seed can't be read");
+    FileSetMetadata set({file.path()});
+    for (std::size_t z = 0; z < table.numZones; ++z) {
+        fuzz::ZoneInput input;
+        input.version = static_cast<std::uint8_t>(std::find(std::begin(fuzz::ZoneInput::VERSIONS),
+                                                            std::end(fuzz::ZoneInput::VERSIONS),
+                                                            description.getFileVersion()) -
+                                                  std::begin(fuzz::ZoneInput::VERSIONS));
+        input.flags = description.isAscii() ? 1 : 0;
+        input.zoneType = static_cast<std::uint8_t>(
+            std::strchr(fuzz::ZoneInput::ZONE_LETTERS, table.zoneTypes[z]) -
+            fuzz::ZoneInput::ZONE_LETTERS);
+        if (table.numVars > fuzz::ZoneInput::MOST_VARS)
+            return;
+        input.variables = static_cast<std::uint8_t>(table.numVars);
+        for (std::size_t v = 0; v < table.numVars; ++v)
+            input.varTypes[v] = table.fieldDataTypes[v][z];
+        input.sections = table.numSections[z];
+        for (std::size_t s = 0; s < table.numSections[z]; ++s) {
+            input.shapes[s] = table.cellShapePerSection[z][s];
+            input.orders[s] = table.gridOrderPerSection[z][s];
+            input.cells[s] = static_cast<std::uint32_t>(table.numElemsPerSection[z][s]);
+        }
+        input.size[0] = table.iMaxOrNumNodes[z];
+        input.size[1] = table.jMaxOrNumCells[z];
+        input.size[2] = table.kMaxOrNumFaces[z];
+        input.fileLoc = static_cast<std::uint32_t>(headerLocs[z]);
+        save("zoneHeader", name + std::to_string(z), input.bytes() + bytes);
+
+        ZoneMetadata& zone = set.zoneMetadata(0, static_cast<int>(z));
+        if (zone.isHdqZone) {
+            save("zoneMetadata", name + std::to_string(z), cached([&](auto& cache) {
+                     hdqlib::ZoneMetadataSerializer(zone).addToCache(cache);
+                 }));
+        }
+        if (!zone.isHdqZone || zone.numPartitions < 2)
+            continue;
+        input.size[0] = static_cast<std::uint64_t>(zone.numNodesPerPtn[1]);
+        for (std::size_t s = 0; s < zone.numCellsPerSecPtn.size(); ++s)
+            input.cells[s] = static_cast<std::uint32_t>(zone.numCellsPerSecPtn[s][1]);
+        input.fileLoc = static_cast<std::uint32_t>(zone.ptnFileLocs[1]);
+        save("connectivity", name + std::to_string(z), input.bytes() + bytes);
+    }
+}
+
+void saveFiles()
+{
+    for (FileSeed const& seed : fileSeeds())
+        for (std::uint32_t const version : {104U, 105U, 106U, 232U})
+            for (bool const isText : {false, true}) {
+                // Text files are long; of one version they are enough.
+                if (version < seed.oldest.value_or(104) || (isText && version != 232))
+                    continue;
+                writing::Options options;
+                options.version = version;
+                options.isText = isText;
+                std::string const name =
+                    seed.name + std::to_string(version) + (isText ? "text" : "");
+                std::string const bytes = written(seed.dataSet, options);
+                if (version == 104 || version == 232)
+                    save("check", name, bytes);
+                saveBlocks(name, bytes);
+            }
+}
+
+/// Headers alone, of files with groups, with all letters, and with what only old ones have.
+void saveHeaders()
+{
+    using namespace hdqio::tests;
+    for (std::string const version : {"104", "105", "232"})
+        for (bool const isText : {false, true}) {
+            FileSpec spec;
+            spec.version = version;
+            spec.isAscii = isText;
+            spec.title = "a title";
+            for (char const letter : std::string("oqTM")) {
+                ZoneSpec zone;
+                zone.letter = letter;
+                if (letter == 'M')
+                    zone.sections = {{3, 4}, {4, 5}};
+                spec.zones.push_back(zone);
+            }
+            save("dataSetHeader", version + (isText ? "text" : ""), build(spec));
+        }
+    for (bool const isText : {false, true}) {
+        FileBuilder file(isText ? "105TF" : "105BF");
+        auto const aux =
+            addGroup(file, AUX, 1, [](FileBuilder& f) { addAuxData(f, 1, 2, "n", "v"); });
+        auto const text =
+            addGroup(file, TEXT, 1, [](FileBuilder& f) { addText(f, "text", "cmd"); });
+        auto const labels = addGroup(file, LABELS, 1, [](FileBuilder& f) {
+            f.value<std::uint32_t>("numLabels", 2);
+            f.strings("customLabelSet", {"Mon", "Tue"});
+        });
+        auto const geoms = addGroup(file, GEOMETRY, 2, [](FileBuilder& f) {
+            addGeom(f, 3, 0, "");
+            f.value<double>("radius", 2);
+            addGeom(f, 0, 0, "cmd");
+            f.value<std::uint32_t>("numSegments", 1);
+            addSegment(f, {1, 2}, {3, 4}, {});
+        });
+        auto const loc = file.tagList({{1, "numberOfZones", 0},
+                                       {2, "numberOfVars", 0},
+                                       {3, "subzoneMaxISize", 6},
+                                       {4, "subzoneMaxJSize", 6},
+                                       {5, "subzoneMaxKSize", 6},
+                                       {6, "subzoneMaxFESize", 256},
+                                       {7, "auxDataFileLoc", aux},
+                                       {8, "geometry", geoms},
+                                       {9, "customLabels", labels},
+                                       {10, "text", text}});
+        save("dataSetHeader", isText ? "groupsText" : "groups", file.file(loc));
+    }
+}
+
+// Messages.
+
+char const* const formulas[] = {"aa + bb * 2 - cc / 3",
+                                "-(aa ^ 2) ^ bb",
+                                "sqrt(abs(aa)) >= 1e-3",
+                                "atan2(aa, bb) + min(aa, bb)",
+                                "plane({x y}, bb, cc, 1, 2, 3, 4)",
+                                "round(aa) != trunc(bb)",
+                                "((((aa))))\n< 3"};
+
+void saveFormulas()
+{
+    int number = 0;
+    for (char const* const formula : formulas) {
+        std::string const name = std::to_string(++number);
+        save("formula", name, formula);
+        try {
+            auto const expression = formula::parseFormula(formula, 7, [](std::string const& n) {
+                return std::optional<unsigned long>(n.size());
+            });
+            save("expression", name, cached([&](auto& cache) {
+                     hdqlib::ExpressionSerializer(expression).addToCache(cache);
+                 }));
+        } catch (std::exception const&) {
+            // A formula in error is a seed of the formula's target alone.
+        }
+    }
+}
+
+void savePayloads()
+{
+    using namespace tests::wire;
+    save("payloads", "floats", u8(0) + vec({f32(1), f32(2)}));
+    save("payloads", "doubles", u8(1) + vec({f64(1), f64(2)}));
+    save("payloads", "ints", u8(2) + vec({i32(1), i32(-2)}));
+    save("payloads", "shorts", u8(3) + vec({u16(1), u16(2)}));
+    save("payloads", "bytes", u8(4) + vec({u8(1), u8(2)}));
+    ItemAddress<long>::SubzoneAddress const subzone(1, 0, 3);
+    save("payloads", "cells",
+         u8(5) + cached([&](auto& cache) {
+             std::vector<ItemAddress<long>> nodes(8, ItemAddress<long>(0));
+             for (std::size_t i = 0; i < nodes.size(); ++i)
+                 nodes[i].assign(subzone, static_cast<std::uint8_t>(i));
+             hdqlib::SubzoneCellConnectivity(2, 4, 4, 4, nodes).addToCache(cache);
+         }));
+    save("payloads", "nodes", u8(6) + cached([&](auto& cache) {
+                                  hdqlib::SubzoneNodeConnectivity(2, {subzone}).addToCache(cache);
+                              }));
+    save("payloads", "addresses", u8(7) + u64(1) + u64(2) + vec({u64(3), u64(4)}));
+    save("payloads", "vectors",
+         u8(8) + vec({u8(1)}) + vec({u16(1)}) + vec({u32(3)}) + vec({text("a"), text("bc")}) +
+             vec({f32(1)}) + text("d"));
+    std::string const everyOperation = [] {
+        std::string result(24, '\0');
+        for (std::size_t i = 0; i < result.size(); ++i)
+            result[i] = static_cast<char>(i);
+        return result;
+    }();
+    save("scanner", "everyOperation",
+         u8(24) + everyOperation + "ab 12 -3.5e2, \"x\"\r\nab\n1 2 3 4 5");
+}
+
+}
+
+int main(int argc, char** argv)
+{
+    if (argc != 2)
+        return 2;
+    folder = argv[1];
+    hdqio::MessageCapture const quiet;
+    saveFiles();
+    saveHeaders();
+    saveFormulas();
+    savePayloads();
+    return 0;
+}
