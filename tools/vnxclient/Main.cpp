@@ -4,7 +4,7 @@
 #include "tools/vnxclient/CellReport.h"
 #include "tools/vnxclient/Connection.h"
 #include "tools/support/Output.h"
-#include "tools/vnxclient/ProgressBar.h"
+#include "tools/support/ProgressBar.h"
 #include "tools/vnxclient/Reports.h"
 #include "tools/vnxclient/Search.h"
 #include "tools/vnxclient/ValueReport.h"
@@ -232,7 +232,9 @@ void run(Commands const& commands, Options const& options, ProgressBar& bar)
     Connection connection(options.connection);
     client::Engine& engine = connection.engine();
     if (bar.isWatched())
-        engine.setProgress([&bar](client::Progress const& progress) { bar.update(progress); });
+        engine.setProgress([&bar](client::Progress const& progress) {
+            bar.update(progress.action, progress.done, progress.total);
+        });
     std::unique_ptr<Output> output;
     auto const open = [&] {
         output = options.outputPath.empty() ? std::make_unique<Output>()

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "client/Engine.h"
-
 #include <chrono>
+#include <cstdint>
 
 namespace varnox::tools {
 
@@ -17,7 +16,8 @@ public:
 
     /// False if there is no terminal, and nothing will ever be drawn.
     bool isWatched() const { return m_isWatched; }
-    void update(client::Progress const& progress);
+    /// How far an action has come; total is 0 where nobody knows.
+    void update(char const* action, std::uint64_t done, std::uint64_t total);
     /// Wipes the bar from its line.
     void clear();
 

@@ -1,4 +1,4 @@
-#include "tools/vnxclient/ProgressBar.h"
+#include "tools/support/ProgressBar.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -20,20 +20,19 @@ ProgressBar::ProgressBar() : m_isWatched(::isatty(2) == 1), m_nextDrawing(Clock:
 {
 }
 
-void ProgressBar::update(client::Progress const& progress)
+void ProgressBar::update(char const* action, std::uint64_t done, std::uint64_t total)
 {
     if (!m_isWatched || Clock::now() < m_nextDrawing)
         return;
     m_nextDrawing = Clock::now() + BETWEEN_DRAWINGS;
     m_isDrawn = true;
-    if (progress.total == 0) {
-        std::fprintf(stderr, "\r%s: %lu\033[K", progress.action, progress.done);
+    if (total == 0) {
+        std::fprintf(stderr, "\r%s: %lu\033[K", action, done);
     } else {
-        double const part =
-            std::min(1.0, static_cast<double>(progress.done) / static_cast<double>(progress.total));
+        double const part = std::min(1.0, static_cast<double>(done) / static_cast<double>(total));
         auto const filled = static_cast<std::size_t>(part * static_cast<double>(WIDTH));
         std::string const bar = std::string(filled, '#') + std::string(WIDTH - filled, '.');
-        std::fprintf(stderr, "\r%s [%s] %3d %%\033[K", progress.action, bar.c_str(),
+        std::fprintf(stderr, "\r%s [%s] %3d %%\033[K", action, bar.c_str(),
                      static_cast<int>(part * 100));
     }
     std::fflush(stderr);
