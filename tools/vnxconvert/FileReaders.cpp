@@ -1,0 +1,67 @@
+#include "tools/vnxconvert/FileReaders.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+#include <string_view>
+
+#include <unistd.h>
+
+namespace varnox::convert {
+
+namespace {
+
+constexpr std::array<std::string_view, 12> VTK_EXTENSIONS{".vtu",  ".vts",  ".vti",  ".vtr",
+                                                          ".vtp",  ".pvtu", ".pvts", ".pvti",
+                                                          ".pvtr", ".pvtp", ".vtm",  ".vtk"};
+
+bool isVtk(std::string const& extension)
+{
+    return std::find(VTK_EXTENSIONS.begin(), VTK_EXTENSIONS.end(), extension) !=
+           VTK_EXTENSIONS.end();
+}
+
+}
+
+std::string extensionOf(std::string const& path)
+{
+    std::string result = std::filesystem::path(path).extension().string();
+    for (char& c : result)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return result;
+}
+
+bool isReadable(std::string const& path)
+{
+    std::string const extension = extensionOf(path);
+    return isVtk(extension) || extension == ".cgns";
+}
+
+void failReading(std::string const& path, std::string const& reason, std::string const& advice)
+{
+    throw std::runtime_error("Cannot read " + path + ": " + reason + "\n" + advice);
+}
+
+std::vector<Grid> readFile(std::string const& path, ReadOptions const& options)
+{
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error))
+        failReading(path, "it is a folder.", "Name the files in it.");
+    if (::access(path.c_str(), R_OK) != 0)
+        failReading(path, std::string(std::strerror(errno)) + ".",
+                    "Check the name, and that you may read the file.");
+    std::string const extension = extensionOf(path);
+    if (isVtk(extension))
+        return readVtkFile(path, options);
+    if (extension == ".cgns")
+        return readCgnsFile(path, options);
+    failReading(path, "files with the extension '" + extension + "' are of no known format.",
+                "Known are .vtu .vts .vti .vtr .vtp, their parallel forms .pvtu .pvts .pvti .pvtr "
+                ".pvtp, .vtm, .vtk, .cgns, and series .pvd .series.");
+}
+
+}
