@@ -67,6 +67,11 @@ public:
 
     /// Bytes as they are, for an array in a binary file that is written in pieces.
     void raw(void const* bytes, std::size_t numBytes) { m_file.fwrite(bytes, 1, numBytes); }
+    /// Bytes at a place that has been written before.
+    void overwrite(std::uint64_t fileLoc, void const* bytes, std::size_t numBytes)
+    {
+        m_file.overwrite(fileLoc, bytes, numBytes);
+    }
     /// Fills up to a location with bytes that nobody reads.
     void padTo(std::uint64_t fileLoc);
 

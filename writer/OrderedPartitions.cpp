@@ -99,37 +99,51 @@ struct BoxOfValues
     }
 };
 
-/// The ranges of the values in a box for each brick. Lines are gathered over their whole length for
-/// a row of bricks at a time, which the compiler turns into vector instructions, and cut then.
+/// The ranges of the values in a box for each brick, a row of bricks at a time: lines are gathered
+/// over their whole length, which the compiler turns into vector instructions, and cut then.
 template <typename T, typename BoxOfBrick>
-std::vector<Range<T>> rangesOf(Bricks const& bricks, BoxOfValues<T> const& values,
-                               BoxOfBrick const& boxOfBrick)
+class BrickRanges
 {
-    std::vector<Range<T>> result(static_cast<std::size_t>(bricks.count()), emptyRange<T>());
-    std::uint64_t const first = values.box.begin[0];
-    auto const length = static_cast<std::size_t>(values.box.extent(0));
-    std::vector<T> low(length);
-    std::vector<T> high(length);
-    auto range = result.begin();
-    for (std::uint64_t k = 0; k < bricks.countAlong(2); ++k) {
-        for (std::uint64_t j = 0; j < bricks.countAlong(1); ++j) {
-            std::fill(low.begin(), low.end(), emptyRange<T>().first);
-            std::fill(high.begin(), high.end(), emptyRange<T>().second);
-            Box row = boxOfBrick(bricks.brick(0, j, k));
-            row.begin[0] = first;
-            row.end[0] = values.box.end[0];
-            values.eachLine(row, [&](T const* line, std::size_t) {
-                extendEach(low.data(), high.data(), line, length);
-            });
-            for (std::uint64_t i = 0; i < bricks.countAlong(0); ++i, ++range) {
-                Box const box = boxOfBrick(bricks.brick(i, j, k));
-                for (std::uint64_t at = box.begin[0] - first; at < box.end[0] - first; ++at)
-                    extend(*range, Range<T>{low[at], high[at]});
-            }
+public:
+    BrickRanges(Bricks const& bricks, BoxOfValues<T> const& values, BoxOfBrick const& boxOfBrick)
+        : m_bricks(bricks), m_values(values), m_boxOfBrick(boxOfBrick),
+          m_ranges(static_cast<std::size_t>(bricks.count()), emptyRange<T>()),
+          m_low(static_cast<std::size_t>(values.box.extent(0))), m_high(m_low.size())
+    {
+    }
+
+    /// Nothing where there is no such row.
+    void addRow(std::uint64_t j, std::uint64_t k)
+    {
+        if (j >= m_bricks.countAlong(1) || k >= m_bricks.countAlong(2))
+            return;
+        std::uint64_t const first = m_values.box.begin[0];
+        std::fill(m_low.begin(), m_low.end(), emptyRange<T>().first);
+        std::fill(m_high.begin(), m_high.end(), emptyRange<T>().second);
+        Box row = m_boxOfBrick(m_bricks.brick(0, j, k));
+        row.begin[0] = first;
+        row.end[0] = m_values.box.end[0];
+        m_values.eachLine(row, [&](T const* line, std::size_t) {
+            extendEach(m_low.data(), m_high.data(), line, m_low.size());
+        });
+        Range<T>* range = &m_ranges[(k * m_bricks.countAlong(1) + j) * m_bricks.countAlong(0)];
+        for (std::uint64_t i = 0; i < m_bricks.countAlong(0); ++i, ++range) {
+            Box const box = m_boxOfBrick(m_bricks.brick(i, j, k));
+            for (std::uint64_t at = box.begin[0] - first; at < box.end[0] - first; ++at)
+                extend(*range, Range<T>{m_low[at], m_high[at]});
         }
     }
-    return result;
-}
+
+    std::vector<Range<T>> const& ranges() const { return m_ranges; }
+
+private:
+    Bricks const& m_bricks;
+    BoxOfValues<T> const& m_values;
+    BoxOfBrick const& m_boxOfBrick;
+    std::vector<Range<T>> m_ranges;
+    std::vector<T> m_low;
+    std::vector<T> m_high;
+};
 
 /// For the few values of a line in a brick, where a call would cost more than the copy.
 template <typename T>
@@ -142,36 +156,69 @@ void copyShort(T const* from, T* to, std::size_t count)
         *to++ = *from++;
 }
 
-/// Writes the values brick after brick.
+/// Writes the values brick after brick, a row of bricks at a time.
 template <typename T>
-void writeBricks(BlockWriter& blocks, hdqio::IODescription const& label, Bricks const& bricks,
-                 BoxOfValues<T> const& values, std::uint64_t numItems)
+class BrickValues
 {
-    // A binary array is its bytes, which can go out piece by piece; text is laid out at once.
-    constexpr std::size_t PIECE = (std::size_t{1} << 20) / sizeof(T);
-    constexpr std::size_t LARGEST_BRICK = 256;
-    std::size_t const pieceSize = blocks.isAscii() ? static_cast<std::size_t>(numItems) : PIECE;
-    Buffer<T> piece(pieceSize + LARGEST_BRICK);
-    T* next = piece.data();
-    auto const numReady = [&] { return static_cast<std::size_t>(next - piece.data()); };
-    for (std::uint64_t k = 0; k < bricks.countAlong(2); ++k) {
-        for (std::uint64_t j = 0; j < bricks.countAlong(1); ++j) {
-            for (std::uint64_t i = 0; i < bricks.countAlong(0); ++i) {
-                values.eachLine(bricks.brick(i, j, k), [&](T const* line, std::size_t size) {
-                    copyShort(line, next, size);
-                    next += size;
-                });
-                if (!blocks.isAscii() && numReady() >= pieceSize) {
-                    blocks.raw(piece.data(), numReady() * sizeof(T));
-                    next = piece.data();
-                }
-            }
+public:
+    BrickValues(BlockWriter& blocks, Bricks const& bricks, BoxOfValues<T> const& values,
+                std::uint64_t numItems)
+        : m_blocks(blocks), m_bricks(bricks), m_values(values),
+          m_pieceSize(blocks.isAscii() ? static_cast<std::size_t>(numItems) : PIECE),
+          m_piece(m_pieceSize + LARGEST_BRICK), m_next(m_piece.data())
+    {
+    }
+
+    /// Nothing where there is no such row.
+    void addRow(std::uint64_t j, std::uint64_t k)
+    {
+        if (j >= m_bricks.countAlong(1) || k >= m_bricks.countAlong(2))
+            return;
+        for (std::uint64_t i = 0; i < m_bricks.countAlong(0); ++i) {
+            m_values.eachLine(m_bricks.brick(i, j, k), [&](T const* line, std::size_t size) {
+                copyShort(line, m_next, size);
+                m_next += size;
+            });
+            if (!m_blocks.isAscii() && numReady() >= m_pieceSize)
+                writePiece();
         }
     }
-    if (blocks.isAscii())
-        blocks.array<T>(label, numReady(), piece.data());
-    else
-        blocks.raw(piece.data(), numReady() * sizeof(T));
+
+    void finish(hdqio::IODescription const& label)
+    {
+        if (m_blocks.isAscii())
+            m_blocks.array<T>(label, numReady(), m_piece.data());
+        else
+            writePiece();
+    }
+
+private:
+    // A binary array is its bytes, which can go out piece by piece; text is laid out at once.
+    static constexpr std::size_t PIECE = (std::size_t{1} << 20) / sizeof(T);
+    static constexpr std::size_t LARGEST_BRICK = 256;
+
+    std::size_t numReady() { return static_cast<std::size_t>(m_next - m_piece.data()); }
+    void writePiece()
+    {
+        m_blocks.raw(m_piece.data(), numReady() * sizeof(T));
+        m_next = m_piece.data();
+    }
+
+    BlockWriter& m_blocks;
+    Bricks const& m_bricks;
+    BoxOfValues<T> const& m_values;
+    std::size_t m_pieceSize;
+    Buffer<T> m_piece;
+    T* m_next;
+};
+
+/// The rows of bricks that nodes and cells have, one behind the other.
+template <typename F>
+void eachRow(Bricks const& a, Bricks const& b, F const& f)
+{
+    for (std::uint64_t k = 0; k < std::max(a.countAlong(2), b.countAlong(2)); ++k)
+        for (std::uint64_t j = 0; j < std::max(a.countAlong(1), b.countAlong(1)); ++j)
+            f(j, k);
 }
 
 }
@@ -236,16 +283,40 @@ VariableBlock OrderedPartitions::writeValues(std::uint32_t varIndex, std::uint32
 
     Bricks const& ownBricks = isNodal ? m_nodeBricks : m_cellBricks;
     Bricks const& otherBricks = isNodal ? m_cellBricks : m_nodeBricks;
-    auto ownRanges = rangesOf(ownBricks, values, own);
-    auto otherRanges = rangesOf(otherBricks, values, neighbors);
-    Range<T> const range = joined(ownRanges);
-    checkBits(m_zone.variables[variable].type, range);
-
-    std::uint64_t const start = m_blocks.loc();
+    BrickRanges ownRanges(ownBricks, values, own);
+    BrickRanges otherRanges(otherBricks, values, neighbors);
+    BrickValues<T> ordered(m_blocks, ownBricks, values, items.numItems());
+    auto const& nodeRanges = isNodal ? ownRanges.ranges() : otherRanges.ranges();
+    auto const& cellRanges = isNodal ? otherRanges.ranges() : ownRanges.ranges();
     auto const index = static_cast<std::int32_t>(varIndex);
-    writeRanges(m_blocks, {"nszMinMaxes", index}, isNodal ? ownRanges : otherRanges);
-    writeRanges(m_blocks, {"cszMinMaxes", index}, isNodal ? otherRanges : ownRanges);
-    writeBricks(m_blocks, {"values", index}, ownBricks, values, items.numItems());
+    hdqio::IODescription const label{"values", index};
+    std::uint64_t const start = m_blocks.loc();
+    if (m_blocks.isAscii()) {
+        eachRow(ownBricks, otherBricks, [&](std::uint64_t j, std::uint64_t k) {
+            ownRanges.addRow(j, k);
+            otherRanges.addRow(j, k);
+        });
+        writeRanges(m_blocks, {"nszMinMaxes", index}, nodeRanges);
+        writeRanges(m_blocks, {"cszMinMaxes", index}, cellRanges);
+        eachRow(ownBricks, otherBricks,
+                [&](std::uint64_t j, std::uint64_t k) { ordered.addRow(j, k); });
+        ordered.finish(label);
+    } else {
+        // All that is done with a row is done while it is in the cache; the ranges ahead of the
+        // values follow when they are known.
+        std::uint64_t const numRanges = nodeRanges.size() + cellRanges.size();
+        m_blocks.padTo(start + numRanges * sizeof(Range<T>));
+        eachRow(ownBricks, otherBricks, [&](std::uint64_t j, std::uint64_t k) {
+            ownRanges.addRow(j, k);
+            otherRanges.addRow(j, k);
+            ordered.addRow(j, k);
+        });
+        ordered.finish(label);
+        overwriteRanges(m_blocks, start, nodeRanges);
+        overwriteRanges(m_blocks, start + nodeRanges.size() * sizeof(Range<T>), cellRanges);
+    }
+    Range<T> const range = joined(ownRanges.ranges());
+    checkBits(m_zone.variables[variable].type, range);
     return {start, toMinMax(range)};
 }
 

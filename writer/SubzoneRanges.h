@@ -22,10 +22,9 @@ void checkText(BlockWriter const& blocks, Range<T> const& range)
             throw std::runtime_error("The text form can't hold the 16-bit value -32768.");
 }
 
-/// Writes the ranges of subzones or partitions.
+/// The ranges in the form that files have.
 template <typename T>
-void writeRanges(BlockWriter& blocks, hdqio::IODescription const& label,
-                 std::vector<Range<T>> ranges)
+std::vector<Range<T>> inFile(BlockWriter const& blocks, std::vector<Range<T>> ranges)
 {
     if constexpr (std::is_same_v<T, std::int16_t>) {
         // The range of nothing ends there, too, but needn't.
@@ -35,7 +34,25 @@ void writeRanges(BlockWriter& blocks, hdqio::IODescription const& label,
                 range.second = std::numeric_limits<std::int16_t>::lowest() + 1;
         }
     }
-    blocks.array<Range<T>>(label, ranges);
+    return ranges;
+}
+
+/// Writes the ranges of subzones or partitions.
+template <typename T>
+void writeRanges(BlockWriter& blocks, hdqio::IODescription const& label,
+                 std::vector<Range<T>> const& ranges)
+{
+    blocks.array<Range<T>>(label, inFile(blocks, ranges));
+}
+
+/// The same, in a binary file, to a place that was kept free for them.
+template <typename T>
+void overwriteRanges(BlockWriter& blocks, std::uint64_t fileLoc,
+                     std::vector<Range<T>> const& ranges)
+{
+    static_assert(sizeof(Range<T>) == 2 * sizeof(T), "a range lies in memory as in the file");
+    std::vector<Range<T>> const bytes = inFile(blocks, ranges);
+    blocks.overwrite(fileLoc, bytes.data(), bytes.size() * sizeof(Range<T>));
 }
 
 template <typename T>
