@@ -9,6 +9,7 @@
 #include "filedata/ValueInput.h"
 #include "filedata/ZoneHeader.h"
 #include "filedata/ZoneTypes.h"
+#include "varnox/ItemAddress.h"
 
 #include <algorithm>
 #include <array>
@@ -232,6 +233,13 @@ ZoneMetadata const& DataFile::zone(std::uint32_t zone)
         if (result.ptnFileNums[p] != 0)
             throw std::runtime_error("Partitions of " + zoneName(zone) +
                                      " lie in other files, which is not supported.");
+    using Address = ItemAddress<long>;
+    if (result.isHdqZone && (result.numSections > Address::MAX_SECTION + 1 ||
+                             result.numPartitions > Address::MAX_PARTITION + 1))
+        throw std::runtime_error("There are " + std::to_string(result.numSections) +
+                                 " sections and " + std::to_string(result.numPartitions) +
+                                 " partitions in " + zoneName(zone) +
+                                 "; subzones have addresses in up to 16 and 8388608 of them.");
     return m_zones.emplace(zone, std::move(result)).first->second;
 }
 

@@ -221,6 +221,36 @@ TEST(BuiltFiles, PartitionedMixedZoneComesSectionAfterSection)
     EXPECT_EQ(engine.values<float>(), (std::vector<float>{1, 2, 3, 1, 2, 3, 4, 5, 4, 5}));
 }
 
+TEST(BuiltFiles, SectionsThatNoAddressCanNameAreRefused)
+{
+    auto const failureOfSections = [](char letter, std::size_t count) {
+        ZoneSpec zone;
+        zone.letter = letter;
+        zone.i = 16;
+        zone.j = 2 * count;
+        zone.k = 0;
+        zone.sections.assign(count, SectionSpec{2, 4});
+        PartitionSpec partition;
+        partition.numNodes = 8;
+        partition.numCells.assign(count, 1);
+        zone.partitions = {partition, partition};
+        FileSpec spec;
+        spec.version = "232";
+        spec.zones = {zone};
+        TemporaryFile const file(build(spec));
+        std::string const failure = failureOf([&] { DataFile(file.path()).zone(0); });
+        auto const path = failure.find(file.path());
+        return path == std::string::npos ? failure
+                                         : failure.substr(0, path) + "FILE" +
+                                               failure.substr(path + file.path().size());
+    };
+    EXPECT_EQ(failureOfSections('M', 17),
+              "There are 17 sections and 2 partitions in zone 1 of FILE; subzones have addresses in "
+              "up to 16 and 8388608 of them.");
+    EXPECT_EQ(failureOfSections('M', 16), "");
+    EXPECT_EQ(failureOfSections('m', 17), ""); // in one piece
+}
+
 TEST(BuiltFiles, SolutionCutIntoOtherBricksThanItsGridIsRefused)
 {
     FileSpec grid;
