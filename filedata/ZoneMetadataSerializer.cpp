@@ -53,13 +53,19 @@ void addCorner(WriteCache& cache, PlainDataVector<IJK> const& corners, std::uint
     cache.addUInt32(static_cast<std::uint32_t>(corner.k));
 }
 
+/// Received numbers may have any product.
+std::int64_t productOf(std::int64_t a, std::int64_t b)
+{
+    return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) * static_cast<std::uint64_t>(b));
+}
+
 IJK receiveCorner(SocketInterface& socket)
 {
     IJK corner{};
     corner.i = socket.receiveUInt32();
     corner.j = socket.receiveUInt32();
     corner.k = socket.receiveUInt32();
-    corner.ij = corner.i * corner.j;
+    corner.ij = productOf(corner.i, corner.j);
     return corner;
 }
 
@@ -158,8 +164,7 @@ void receiveZone(SocketInterface& socket, ZoneMetadata& zone)
     zone.ijk.i = socket.receiveInt64();
     zone.ijk.j = socket.receiveInt64();
     zone.ijk.k = socket.receiveInt64();
-    zone.ijk.ij = static_cast<std::int64_t>(static_cast<std::uint64_t>(zone.ijk.i) *
-                                            static_cast<std::uint64_t>(zone.ijk.j));
+    zone.ijk.ij = productOf(zone.ijk.i, zone.ijk.j);
     // The one section of types 1 to 5 takes its cell count from J.
     zone.setZoneType(type);
     if (!zone.isOrdered())

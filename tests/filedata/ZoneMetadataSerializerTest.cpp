@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -194,6 +195,26 @@ TEST(ZoneMetadataSerializer, OrderedZoneIsItsGoldenBytes)
     EXPECT_EQ(received->varMinMaxTrees[0].levels[4][0].min, -1);
     EXPECT_EQ(received->varMinMaxTrees[0].levels[4][0].max, 2);
     EXPECT_EQ(bytesOf(*received), orderedGolden);
+}
+
+TEST(ZoneMetadataSerializer, CornersMayHaveAnyProduct)
+{
+    auto const received = rebuilt(cached([](WriteCache& cache) {
+        cache.addInt32(0);
+        cache.addBool(true);
+        for (int axis = 0; axis < 3; ++axis)
+            cache.addInt64(std::numeric_limits<std::int64_t>::max());
+        cache.addUInt32(1);
+        cache.addInt64Vector({1});
+        cache.addInt64Vector({1});
+        for (int index = 0; index < 6; ++index)
+            cache.addUInt32(0xFFFFFFFF);
+        cache.addUInt32Vector({1});
+        cache.addUInt32Vector({1});
+        cache.addInt32(0);
+    }));
+    EXPECT_EQ(received->ijk.ij, 1); // its low 64 bits
+    EXPECT_EQ(received->ptnMaxIJK[0].ij, -0x1FFFFFFFF);
 }
 
 /// A polyhedral zone of one partition with vectors of the stated lengths.
