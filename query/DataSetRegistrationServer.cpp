@@ -18,6 +18,7 @@
 #include "varnox/socketutil/WriteCache.h"
 
 #include <algorithm>
+#include <initializer_list>
 
 namespace varnox::hdqremote {
 
@@ -337,6 +338,15 @@ void prepareZone(Impl& impl, DataSetRegistrationServer& registrationServer, int 
     impl.ensureCapacityForZoneService(zone);
 }
 
+/// What an add-on hands over for a zone.
+void requireObjects(int zone, std::initializer_list<void const*> objects)
+{
+    for (void const* const object : objects)
+        if (object == nullptr)
+            throw DataSetRegistrationServer::Error("A query object of zone " +
+                                                   std::to_string(zone) + " is missing.");
+}
+
 void announceZone(CommandCache& commandCache, std::string const& command, int zone)
 {
     WriteCache cache;
@@ -350,6 +360,7 @@ void announceZone(CommandCache& commandCache, std::string const& command, int zo
 void DataSetRegistrationServer::registerZoneConnectivityQueryServices(
     hdq::CellConnectivityQueryInterface* cell, hdq::NodeConnectivityQueryInterface* node, int zone)
 {
+    requireObjects(zone, {cell, node});
     prepareZone(*m_impl, *this, zone);
     auto const z = static_cast<std::size_t>(zone);
     m_impl->cellConnectivityQueryServers[z] =
@@ -363,6 +374,7 @@ void DataSetRegistrationServer::registerZoneConnectivityQueryServices(
     hdq::CellConnectivityQueryInterface* cell, hdq::NodeConnectivityQueryInterface* node,
     hdq::OrderedSubzoneQueryInterface* ordered, int zone)
 {
+    requireObjects(zone, {cell, node, ordered});
     prepareZone(*m_impl, *this, zone);
     auto const z = static_cast<std::size_t>(zone);
     m_impl->cellConnectivityQueryServers[z] =
@@ -377,6 +389,7 @@ void DataSetRegistrationServer::registerZoneConnectivityQueryServices(
 void DataSetRegistrationServer::registerZoneVarIDQueryServices(
     hdq::ZoneVarIDQueryInterface* zoneVarID, int zone)
 {
+    requireObjects(zone, {zoneVarID});
     prepareZone(*m_impl, *this, zone);
     m_impl->zoneVarIDQueryServers[static_cast<std::size_t>(zone)] =
         std::make_shared<ZoneVarIDQueryServer>(*zoneVarID, zone, m_impl->socket, *this);
@@ -388,6 +401,7 @@ void DataSetRegistrationServer::registerVarQueryServices(hdq::VarValueQueryInter
                                                          hdq::VarSubzoneQueryInterface* subzones,
                                                          int zone, int var)
 {
+    requireObjects(zone, {cellCentered, nodal, subzones});
     m_impl->checkZone(zone);
     if (var < 0)
         throw Error("Zone " + std::to_string(zone) + " does not exist for var " +

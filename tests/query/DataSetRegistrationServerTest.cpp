@@ -343,6 +343,26 @@ TEST_F(DataSetRegistration, NumbersThatCannotBeTakeNoMemory)
     EXPECT_EQ(failure([&] { registerVar(addon, 0, -1); }), "Zone 0 does not exist for var -1.");
 }
 
+TEST_F(DataSetRegistration, ObjectsThatAreMissingAreErrors)
+{
+    server.setFilePaths({FULL});
+    ZoneOfAddon& a = addon;
+    std::vector<std::function<void()>> const registrations = {
+        [&] { server.registerZoneConnectivityQueryServices(nullptr, &a.nodes, 0); },
+        [&] { server.registerZoneConnectivityQueryServices(&a.cells, nullptr, 0); },
+        [&] { server.registerZoneConnectivityQueryServices(nullptr, &a.nodes, &a.ordered, 0); },
+        [&] { server.registerZoneConnectivityQueryServices(&a.cells, nullptr, &a.ordered, 0); },
+        [&] { server.registerZoneConnectivityQueryServices(&a.cells, &a.nodes, nullptr, 0); },
+        [&] { server.registerZoneVarIDQueryServices(nullptr, 0); },
+        [&] { server.registerVarQueryServices(nullptr, &a.nodal, &a.subzones, 0, 0); },
+        [&] { server.registerVarQueryServices(&a.cellCentered, nullptr, &a.subzones, 0, 0); },
+        [&] { server.registerVarQueryServices(&a.cellCentered, &a.nodal, nullptr, 0, 0); },
+    };
+    for (std::function<void()> const& registerIt : registrations)
+        EXPECT_EQ(failure(registerIt), "A query object of zone 0 is missing.");
+    EXPECT_EQ(socket.numOperations(), 0U);
+}
+
 TEST_F(DataSetRegistration, ManyVariablesOfOneOfManyZonesTakeNoMemory)
 {
     server.setFilePaths({FULL});
