@@ -158,6 +158,7 @@ ZoneVariable* DataSetBuilder::zoneVariable(std::int64_t zone, std::int64_t var)
 
 void DataSetBuilder::beginLoad()
 {
+    m_isLoading = true;
     m_dataSet = DataSet();
     m_annotations.forget();
     m_idsOfCalcVars.clear();
@@ -215,8 +216,9 @@ void DataSetBuilder::getNextUniqueID()
     m_socket.sendUInt64(static_cast<std::uint64_t>(++m_lastUniqueId));
 }
 
-void DataSetBuilder::checkDataSet()
+void DataSetBuilder::endLoad()
 {
+    m_isLoading = false;
     auto const exists = [this](std::int64_t number) {
         Zone const* const zone = std::as_const(m_dataSet).zone(number);
         return number == 0 || (zone != nullptr && zone->isAdded);
@@ -237,9 +239,17 @@ void DataSetBuilder::checkDataSet()
 
 // The data set.
 
+/// Whoever uses the data set holds references into it between loads, also while it is served.
+void DataSetBuilder::requireLoad() const
+{
+    if (!m_isLoading)
+        throw ProtocolViolation("The server changed the zones while no data set was being loaded.");
+}
+
 void DataSetBuilder::createDataSet(std::string const& title,
                                    std::vector<std::string> const& varNames)
 {
+    requireLoad();
     std::vector<std::string> messages = std::move(m_dataSet.messages);
     m_dataSet = DataSet();
     m_dataSet.messages = std::move(messages);
@@ -290,6 +300,7 @@ void DataSetBuilder::dataSetCreateX()
 
 void DataSetBuilder::addZone()
 {
+    requireLoad();
     ArgList const args(m_socket, m_argKeys);
     auto const numZones = static_cast<std::int64_t>(m_dataSet.zones.size());
     std::int64_t const number = args.integer("ZONE", numZones + 1);

@@ -72,8 +72,9 @@ public:
     std::optional<LoaderAnnouncement> const& announcement() const { return m_announcement; }
     /// What keeps the data set from being used, in words; empty if nothing does.
     std::string const& problem() const { return m_problem; }
-    /// Looks at the data set as a whole: what names a zone must find it.
-    void checkDataSet();
+    /// Looks at the data set as a whole: what names a zone must find it. From then on until the next
+    /// load no zone comes or goes.
+    void endLoad();
 
     /// The unique id of a variable to be calculated: variables of one name, each of its zone, have
     /// the same.
@@ -126,6 +127,7 @@ private:
     void faceNbrAssign();
     [[noreturn]] void unwantedArray();
 
+    void requireLoad() const;
     void createDataSet(std::string const& title, std::vector<std::string> const& varNames);
     /// Each false with a note when something can't be.
     bool fillZone(Zone& zone, ArgList const& args);
@@ -151,6 +153,7 @@ private:
     bool m_faceNeighborsNameZones = false;
     std::int64_t m_lastUniqueId = 0;
     std::int64_t m_numZonesLeftOut = 0;
+    bool m_isLoading = true; ///< Also before the first load, when there is nothing to refer to.
     std::map<std::string, std::int64_t> m_idsOfCalcVars; ///< By name.
     AnnotationBuilder m_annotations;
 };

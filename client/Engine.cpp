@@ -267,7 +267,7 @@ DataSet const& Engine::load(std::vector<std::string> const& paths)
         m_socket.sendCache(command);
         return serveUntilFinished([this] { reportLoading(); });
     });
-    m_builder.checkDataSet();
+    m_builder.endLoad();
     if (loaded && m_builder.problem().empty())
         return m_builder.dataSet();
     m_isBroken = true; // a failed load ends the session

@@ -320,7 +320,7 @@ TEST_F(Annotations, KeepsAuxDataWithItsOwner)
     EXPECT_EQ(kept[1].owner, AuxData::Owner::DataSet);
     EXPECT_EQ(kept[2].owner, AuxData::Owner::Variable);
     EXPECT_EQ(kept[2].number, 2);
-    builder.checkDataSet();
+    builder.endLoad();
     EXPECT_EQ(builder.problem(), "");
 }
 
@@ -352,7 +352,7 @@ TEST_P(StrayAuxData, IsAnsweredWithTrueAndKeptAsTheProblem)
     EXPECT_EQ(answer("VnxUtilAuxDataSetItem", i32(GetParam().kind) + i32(GetParam().number) +
                                                   text("n") + i32(0) + text("v") + i32(0)),
               u32(1));
-    builder.checkDataSet();
+    builder.endLoad();
     EXPECT_EQ(builder.problem(), GetParam().problem);
 }
 

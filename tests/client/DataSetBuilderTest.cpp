@@ -184,7 +184,7 @@ TEST_F(Builder, AddsAZoneWithAllThatIsSaidOfIt)
     EXPECT_EQ(zone.variables[0].shareZone, 1);
     EXPECT_EQ(zone.variables[1].location, ValueLocation_CellCentered);
     EXPECT_TRUE(zone.variables[1].isPassive);
-    builder.checkDataSet();
+    builder.endLoad();
     EXPECT_EQ(builder.problem(), "");
 }
 
@@ -229,7 +229,7 @@ TEST_P(BadZones, AreAnsweredWithTrueAndKeptAsTheProblem)
     for (auto const& [key, value] : GetParam().integers)
         entries.push_back(integer(key, value));
     EXPECT_EQ(addZone(entries), FINISHED + TRUE32);
-    builder.checkDataSet();
+    builder.endLoad();
     EXPECT_EQ(builder.problem(), GetParam().problem);
 }
 

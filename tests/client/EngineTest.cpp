@@ -540,6 +540,36 @@ TEST_F(LoadedEngine, ShapeIsAskedForOnce)
     EXPECT_EQ(heard(), "");
 }
 
+class ZonesChangedMeanwhile : public LoadedEngine,
+                              public testing::WithParamInterface<std::function<void(WriteCache&)>>
+{
+};
+
+TEST_P(ZonesChangedMeanwhile, IsAViolation)
+{
+    say(GetParam());
+    EXPECT_THAT(messageOf<ProtocolViolation>([&] { engine.values(1, 2); }),
+                StartsWith("The server changed the zones while no data set was being loaded."));
+    EXPECT_EQ(engine.dataSet().zones.size(), 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, ZonesChangedMeanwhile,
+                         testing::Values(
+                             [](WriteCache& c) {
+                                 c.addString("VnxUtilDataSetCreate");
+                                 c.addString("");
+                                 c.addStringVector({});
+                                 c.addInt(1);
+                             },
+                             [](WriteCache& c) {
+                                 c.addString("VnxUtilDataSetCreateX");
+                                 c.addInt(0);
+                             },
+                             [](WriteCache& c) {
+                                 c.addString("VnxUtilDataSetAddZoneX");
+                                 c.addInt(0);
+                             }));
+
 TEST_F(LoadedEngine, VariableWithoutQueriesPointsToLoadingOnDemand)
 {
     EXPECT_FALSE(engine.hasSubzoneValues(1, 2));
