@@ -72,8 +72,8 @@ public:
     std::optional<LoaderAnnouncement> const& announcement() const { return m_announcement; }
     /// What keeps the data set from being used, in words; empty if nothing does.
     std::string const& problem() const { return m_problem; }
-    /// Looks at the data set as a whole: what names a zone must find it. From then on until the next
-    /// load no zone comes or goes.
+    /// Looks at the data set as a whole: what names a zone must find it. From then on until the
+    /// next load no zone comes or goes.
     void endLoad();
 
     /// The unique id of a variable to be calculated: variables of one name, each of its zone, have

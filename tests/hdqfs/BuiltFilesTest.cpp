@@ -240,13 +240,14 @@ TEST(BuiltFiles, SectionsThatNoAddressCanNameAreRefused)
         TemporaryFile const file(build(spec));
         std::string const failure = failureOf([&] { DataFile(file.path()).zone(0); });
         auto const path = failure.find(file.path());
-        return path == std::string::npos ? failure
-                                         : failure.substr(0, path) + "FILE" +
-                                               failure.substr(path + file.path().size());
+        return path == std::string::npos
+                   ? failure
+                   : failure.substr(0, path) + "FILE" + failure.substr(path + file.path().size());
     };
-    EXPECT_EQ(failureOfSections('M', 17),
-              "There are 17 sections and 2 partitions in zone 1 of FILE; subzones have addresses in "
-              "up to 16 and 8388608 of them.");
+    EXPECT_EQ(
+        failureOfSections('M', 17),
+        "There are 17 sections and 2 partitions in zone 1 of FILE; subzones have addresses in "
+        "up to 16 and 8388608 of them.");
     EXPECT_EQ(failureOfSections('M', 16), "");
     EXPECT_EQ(failureOfSections('m', 17), ""); // in one piece
 }
