@@ -69,6 +69,13 @@ IJK receiveCorner(SocketInterface& socket)
     return corner;
 }
 
+/// A tree of boxes holds only such that have an inside.
+void checkBox(IJK const& low, IJK const& high)
+{
+    if (high.i < low.i || high.j < low.j || high.k < low.k)
+        throw IOException("Received zone metadata with a partition that ends before it begins.");
+}
+
 /// A received vector must have what the record says; of a longer one the rest is ignored.
 template <typename Vector>
 Vector checked(Vector received, std::uint32_t count)
@@ -117,6 +124,7 @@ void receivePartitions(SocketInterface& socket, ZoneMetadata& zone)
         for (std::uint32_t p = 0; p < numPartitions; ++p) {
             zone.ptnMinIJK[p] = receiveCorner(socket);
             zone.ptnMaxIJK[p] = receiveCorner(socket);
+            checkBox(zone.ptnMinIJK[p], zone.ptnMaxIJK[p]);
             zone.insertPartitionBox(p);
         }
     }

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <vector>
@@ -215,6 +216,28 @@ TEST(ZoneMetadataSerializer, CornersMayHaveAnyProduct)
     }));
     EXPECT_EQ(received->ijk.ij, 1); // its low 64 bits
     EXPECT_EQ(received->ptnMaxIJK[0].ij, -0x1FFFFFFFF);
+}
+
+/// The golden zone with another number at an axis of its first corner, which is followed by the
+/// corner at the other end.
+std::string orderedZoneWith(std::size_t axis, std::uint32_t low, std::uint32_t high)
+{
+    std::string result = orderedGolden;
+    std::size_t const corner = result.find(hex("00 00 00 00 00 00 00 00 00 00 00 00 02 00 00 00"));
+    std::memcpy(result.data() + corner + 4 * axis, &low, sizeof low);
+    std::memcpy(result.data() + corner + 12 + 4 * axis, &high, sizeof high);
+    return result;
+}
+
+TEST(ZoneMetadataSerializer, PartitionThatEndsBeforeItBeginsIsRefused)
+{
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        EXPECT_EQ(rebuilt(orderedZoneWith(axis, 7, 7))->ptnRTree->size(), 2U);
+        RecordingSocket socket(orderedZoneWith(axis, 8, 7));
+        EXPECT_EQ(
+            tests::messageOf<IOException>([&] { ZoneMetadataSerializer::deserialize(socket); }),
+            "Received zone metadata with a partition that ends before it begins.");
+    }
 }
 
 /// A polyhedral zone of one partition with vectors of the stated lengths.
