@@ -200,6 +200,8 @@ void saveFiles()
                 std::string const bytes = written(seed.dataSet, options);
                 if (version == 104 || version == 232)
                     save("check", name, bytes);
+                if (version == 105 || version == 232)
+                    save("file", name, bytes);
                 saveBlocks(name, bytes);
             }
 }
@@ -306,6 +308,9 @@ void savePayloads()
     save("payloads", "vectors",
          u8(8) + vec({u8(1)}) + vec({u16(1)}) + vec({u32(3)}) + vec({text("a"), text("bc")}) +
              vec({f32(1)}) + text("d"));
+    save("greeting", "token", text("VNXDATASERVER 1") + text("token"));
+    save("greeting", "none", text("VNXDATASERVER 1") + text(""));
+    save("greeting", "otherVersion", text("VNXDATASERVER 02") + text(""));
     std::string const everyOperation = [] {
         std::string result(24, '\0');
         for (std::size_t i = 0; i < result.size(); ++i)

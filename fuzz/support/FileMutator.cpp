@@ -64,7 +64,7 @@ struct FileMutator::Map
         // The arrays come when all tags are known, as a block ends where the next begins.
         for (std::size_t done = 0; done < tags.size(); ++done)
             if (contains(locationArrayTags, tags[done].number))
-                addArray(tags[done]);
+                addArray(Map::Tag(tags[done])); // which finds further tags
     }
 
     bool isUnderstood() const { return !tags.empty(); }
