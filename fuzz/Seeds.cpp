@@ -8,17 +8,21 @@
 #include "filedata/Messages.h"
 #include "filedata/ZoneMetadataSerializer.h"
 #include "formula/Formula.h"
+#include "fuzz/support/Conversation.h"
 #include "fuzz/support/Entry.h"
 #include "fuzz/support/InputFile.h"
+#include "fuzz/support/SessionRun.h"
 #include "fuzz/support/ZoneInput.h"
 #include "query/SubzoneCellConnectivity.h"
 #include "query/SubzoneNodeConnectivity.h"
+#include "socket/StreamSocket.h"
 #include "tests/filedata/FileBuilder.h"
 #include "tests/filedata/GroupBuilder.h"
 #include "tests/support/RecordingSocket.h"
 #include "tests/support/Wire.h"
 #include "tests/writer/DataSets.h"
 #include "varnox/hdqfswriter/FileWriter.h"
+#include "varnox/hdqremote/AddonProxy.h"
 #include "varnox/socketutil/WriteCache.h"
 
 #include <cstring>
@@ -27,6 +31,10 @@
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <thread>
+
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace {
 
@@ -321,17 +329,99 @@ void savePayloads()
          u8(24) + everyOperation + "ab 12 -3.5e2, \"x\"\r\nab\n1 2 3 4 5");
 }
 
+// Whole conversations.
+
+/// Passes on what comes, and keeps it.
+std::string relay(int from, int to)
+{
+    std::string result;
+    char part[65536];
+    for (ssize_t got = 0; (got = ::read(from, part, sizeof part)) > 0;) {
+        result.append(part, static_cast<std::size_t>(got));
+        for (ssize_t done = 0; done < got;) {
+            ssize_t const sent =
+                ::send(to, part + done, static_cast<std::size_t>(got - done), MSG_NOSIGNAL);
+            if (sent <= 0)
+                return result;
+            done += sent;
+        }
+    }
+    ::shutdown(to, SHUT_WR);
+    return result;
+}
+
+struct Conversation
+{
+    std::string client;
+    std::string server;
+};
+
+Conversation held(std::string const& addon, fuzz::Opening opening, std::string const& path)
+{
+    int clientEnds[2];
+    int serverEnds[2];
+    fuzz::expect(::socketpair(AF_UNIX, SOCK_STREAM, 0, clientEnds) == 0 &&
+                     ::socketpair(AF_UNIX, SOCK_STREAM, 0, serverEnds) == 0,
+                 "no streams");
+    Conversation result;
+    std::thread toServer([&] { result.client = relay(clientEnds[1], serverEnds[1]); });
+    std::thread toClient([&] { result.server = relay(serverEnds[1], clientEnds[1]); });
+    std::thread server([&] {
+        try {
+            socketutil::StreamSocket socket(serverEnds[0], serverEnds[0]);
+            hdqremote::AddonProxy proxy(std::string(VNX_LIB_DIR) + "/" + addon, socket);
+            proxy.serviceCommandsUntil("close data server");
+        } catch (std::exception const& error) {
+            std::fprintf(stderr, "%s: %s\n", path.c_str(), error.what());
+        }
+    });
+    {
+        client::Engine engine(clientEnds[0]);
+        fuzz::converse(engine, opening, path);
+    }
+    server.join();
+    toServer.join();
+    toClient.join();
+    ::close(clientEnds[1]);
+    ::close(serverEnds[1]);
+    return result;
+}
+
+void saveConversations()
+{
+    fuzz::SampleFolder const samples;
+    fs::create_directory_symlink(samples.path(), samples.path() + "/data");
+    fs::current_path(samples.path());
+    auto const saveBoth = [](char const* target, std::string const& name, char const* addon,
+                             fuzz::Opening opening, std::string const& path) {
+        Conversation const conversation = held(addon, opening, path);
+        save(target, name, conversation.client);
+        save("client", target + name,
+             std::string(1, static_cast<char>(opening)) + conversation.server);
+    };
+    auto const loading = fuzz::Opening::Loading;
+    saveBoth("server", "browsing", "vnxenginetestaddon.so", fuzz::Opening::Browsing, "");
+    for (char const* const name : {"everything.hdqfs", "throws.hdqfs"})
+        saveBoth("server", name, "vnxenginetestaddon.so", loading, std::string("data/") + name);
+    for (char const* const name :
+         {"ordered105", "mixed232", "brickPartitions232", "plainBricks232"})
+        saveBoth("session", name, "vnxhdqfsloader.so", loading, std::string("data/") + name);
+    save("client", "accepted", std::string(1, '\0') + tests::wire::u8(1) + tests::wire::text(""));
+    save("client", "refused", std::string(1, '\0') + tests::wire::u8(0) + tests::wire::text("no"));
+}
+
 }
 
 int main(int argc, char** argv)
 {
     if (argc != 2)
         return 2;
-    folder = argv[1];
+    folder = fs::absolute(argv[1]);
     hdqio::MessageCapture const quiet;
     saveFiles();
     saveHeaders();
     saveFormulas();
     savePayloads();
+    saveConversations(); // which read files that are seeds
     return 0;
 }

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "client/Engine.h"
+
+namespace varnox::fuzz {
+
+/// What a client asks for first.
+enum class Opening { Greeting, Browsing, Loading };
+
+/// Asks a server of everything that a client can ask of it, a little of each kind, and gives up
+/// when the session has ended. The path is that of the file to load.
+void converse(client::Engine& engine, Opening opening, std::string const& path);
+
+}

@@ -1,0 +1,89 @@
+#include "fuzz/support/SessionRun.h"
+
+#include "fuzz/support/Entry.h"
+#include "tests/support/RecordingSocket.h"
+#include "varnox/hdqremote/AddonProxy.h"
+
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+
+namespace varnox::fuzz {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char PREFIX[] = "data/";
+
+class SessionSocket : public tests::RecordingSocket
+{
+public:
+    SessionSocket(std::string const& bytes, std::string folder)
+        : RecordingSocket(bytes), m_folder(std::move(folder))
+    {
+    }
+
+    std::string receiveString() override
+    {
+        std::string const text = RecordingSocket::receiveString();
+        return text.starts_with(PREFIX) ? m_folder + "/" + text.substr(sizeof PREFIX - 1) : text;
+    }
+
+private:
+    std::string m_folder;
+};
+
+/// What the library writes to standard output doesn't appear.
+class Silence
+{
+public:
+    Silence() : m_out(std::cout.rdbuf(nullptr)) {}
+    Silence(Silence const&) = delete;
+    Silence& operator=(Silence const&) = delete;
+    ~Silence()
+    {
+        std::cout.rdbuf(m_out);
+        std::cout.clear();
+    }
+
+private:
+    std::streambuf* m_out;
+};
+
+}
+
+SampleFolder::SampleFolder()
+{
+    std::string path = (fs::temp_directory_path() / "vnxfuzzXXXXXX").string();
+    expect(::mkdtemp(path.data()) != nullptr, "no folder");
+    m_path = path;
+    fs::path const seeds = fs::path(VNX_SOURCE_DIR) / "fuzz/corpus/file";
+    for (char const* const name :
+         {"ordered105", "mixed232", "brickPartitions232", "plainBricks232"})
+        fs::copy_file(seeds / (std::string("seed-") + name), m_path / fs::path(name));
+    // Their names tell an add-on of tests what to do.
+    for (char const* const name : {"everything.hdqfs", "throws.hdqfs"})
+        fs::copy_file(seeds / "seed-ordered105", m_path / fs::path(name));
+}
+
+SampleFolder::~SampleFolder()
+{
+    fs::remove_all(m_path);
+}
+
+void serve(std::string const& addon, std::uint8_t const* data, std::size_t size)
+{
+    static SampleFolder const folder;
+    Silence const silence;
+    SessionSocket socket(std::string(reinterpret_cast<char const*>(data), size), folder.path());
+    try {
+        hdqremote::AddonProxy proxy(addon, socket);
+        proxy.serviceCommandsUntil("close data server");
+    } catch (std::exception const&) {
+        // However the session ends, the process goes on.
+    }
+}
+
+}

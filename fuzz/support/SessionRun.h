@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace varnox::fuzz {
+
+/// The samples that a session may load by their names, as files of a folder of this process.
+class SampleFolder
+{
+public:
+    SampleFolder();
+    SampleFolder(SampleFolder const&) = delete;
+    SampleFolder& operator=(SampleFolder const&) = delete;
+    ~SampleFolder();
+
+    std::string const& path() const { return m_path; }
+
+private:
+    std::string m_path;
+};
+
+/// Serves all that a client says, with an add-on, until it has said everything. In what it says
+/// "data/" at the head of a string stands for the folder.
+void serve(std::string const& addon, std::uint8_t const* data, std::size_t size);
+
+}
