@@ -129,6 +129,7 @@ public:
     /// destination.
     void read(void* out, std::size_t byteCount)
     {
+        requireWhole(isReceivingTorn, "Receiving");
         auto* target = static_cast<unsigned char*>(out);
         while (byteCount > 0) {
             if (bufferBegin == bufferEnd && byteCount < BUFFER_SIZE) {
@@ -157,6 +158,7 @@ public:
     /// All the pieces, in batches of what one call takes. Changes the pieces.
     void write(iovec* pieces, std::size_t count)
     {
+        requireWhole(isSendingTorn, "Sending");
         while (count > 0) {
             if (pieces->iov_len == 0) {
                 ++pieces;
@@ -175,6 +177,19 @@ public:
                     --count;
                 }
             }
+        }
+    }
+
+    /// Receives an item of several reads. Where one fails, for want of memory too, the rest of the
+    /// item would be taken for the next one.
+    template <typename F>
+    auto receiveWhole(F&& receive)
+    {
+        try {
+            return receive(reader);
+        } catch (...) {
+            isReceivingTorn = true;
+            throw;
         }
     }
 
@@ -215,6 +230,9 @@ public:
     std::uint64_t totalReceived = 0;
     std::chrono::milliseconds idleLimit{0};
     bool hasIdled = false;
+    // Part of an item has passed, and the rest never will.
+    bool isReceivingTorn = false;
+    bool isSendingTorn = false;
 
     void setIdleTimeout(std::chrono::milliseconds limit)
     {
@@ -226,6 +244,24 @@ public:
     }
 
 private:
+    static void requireWhole(bool isTorn, char const* what)
+    {
+        if (isTorn)
+            throw SocketException(std::string(what) + " failed: the connection has failed before.");
+    }
+
+    [[noreturn]] void failToReceive(std::string const& why)
+    {
+        isReceivingTorn = true;
+        throw SocketException("Receiving failed: " + why + ".");
+    }
+
+    [[noreturn]] void failToSend(std::string const& why)
+    {
+        isSendingTorn = true;
+        throw SocketException("Sending failed: " + why + ".");
+    }
+
     [[noreturn]] void throwIdle(char const* what)
     {
         hasIdled = true;
@@ -262,12 +298,11 @@ private:
             if (got > 0)
                 return static_cast<std::size_t>(got);
             if (got == 0)
-                throw SocketException("Receiving failed: the other side closed the connection.");
+                failToReceive("the other side closed the connection");
             if (errno == EAGAIN)
                 waitForSocket(readDescriptor, POLLIN, IDLE);
             else if (errno != EINTR)
-                throw SocketException(std::string("Receiving failed: ") + std::strerror(errno) +
-                                      ".");
+                failToReceive(std::strerror(errno));
         }
     }
 
@@ -284,9 +319,9 @@ private:
             if (errno == EAGAIN)
                 waitForSocket(writeDescriptor, POLLOUT, IDLE);
             else if (errno == EPIPE)
-                throw SocketException("Sending failed: the other side closed the connection.");
+                failToSend("the other side closed the connection");
             else if (errno != EINTR)
-                throw SocketException(std::string("Sending failed: ") + std::strerror(errno) + ".");
+                failToSend(std::strerror(errno));
         }
     }
 
@@ -333,7 +368,7 @@ void StreamSocket::sendIntVector(std::vector<int> const& values)
 
 std::vector<int> StreamSocket::receiveIntVector()
 {
-    return m_impl->reader.vector<int>();
+    return m_impl->receiveWhole([](auto& reader) { return reader.template vector<int>(); });
 }
 
 void StreamSocket::sendBool(bool value)
@@ -355,7 +390,7 @@ void StreamSocket::sendBoolVector(std::vector<bool> const& values)
 
 std::vector<bool> StreamSocket::receiveBoolVector()
 {
-    return m_impl->reader.booleans();
+    return m_impl->receiveWhole([](auto& reader) { return reader.booleans(); });
 }
 
 void StreamSocket::sendUInt8(std::uint8_t value)
@@ -375,7 +410,8 @@ void StreamSocket::sendUInt8Vector(std::vector<unsigned char> const& values)
 
 std::vector<unsigned char> StreamSocket::receiveUInt8Vector()
 {
-    return m_impl->reader.vector<unsigned char>();
+    return m_impl->receiveWhole(
+        [](auto& reader) { return reader.template vector<unsigned char>(); });
 }
 
 void StreamSocket::sendInt16(std::int16_t value)
@@ -395,7 +431,7 @@ void StreamSocket::sendInt16Vector(std::vector<short> const& values)
 
 std::vector<short> StreamSocket::receiveInt16Vector()
 {
-    return m_impl->reader.vector<short>();
+    return m_impl->receiveWhole([](auto& reader) { return reader.template vector<short>(); });
 }
 
 void StreamSocket::sendUInt16(std::uint16_t value)
@@ -415,7 +451,8 @@ void StreamSocket::sendUInt16Vector(std::vector<unsigned short> const& values)
 
 std::vector<unsigned short> StreamSocket::receiveUInt16Vector()
 {
-    return m_impl->reader.vector<unsigned short>();
+    return m_impl->receiveWhole(
+        [](auto& reader) { return reader.template vector<unsigned short>(); });
 }
 
 void StreamSocket::sendInt32(std::int32_t value)
@@ -435,7 +472,7 @@ void StreamSocket::sendInt32Vector(std::vector<int> const& values)
 
 std::vector<int> StreamSocket::receiveInt32Vector()
 {
-    return m_impl->reader.vector<int>();
+    return m_impl->receiveWhole([](auto& reader) { return reader.template vector<int>(); });
 }
 
 void StreamSocket::sendUInt32(std::uint32_t value)
@@ -455,7 +492,8 @@ void StreamSocket::sendUInt32Vector(std::vector<unsigned int> const& values)
 
 std::vector<unsigned int> StreamSocket::receiveUInt32Vector()
 {
-    return m_impl->reader.vector<unsigned int>();
+    return m_impl->receiveWhole(
+        [](auto& reader) { return reader.template vector<unsigned int>(); });
 }
 
 void StreamSocket::sendUInt64(std::uint64_t value)
@@ -475,7 +513,8 @@ void StreamSocket::sendUInt64Vector(std::vector<unsigned long> const& values)
 
 std::vector<unsigned long> StreamSocket::receiveUInt64Vector()
 {
-    return m_impl->reader.vector<unsigned long>();
+    return m_impl->receiveWhole(
+        [](auto& reader) { return reader.template vector<unsigned long>(); });
 }
 
 void StreamSocket::sendInt64(std::int64_t value)
@@ -495,7 +534,7 @@ void StreamSocket::sendInt64Vector(std::vector<long> const& values)
 
 std::vector<long> StreamSocket::receiveInt64Vector()
 {
-    return m_impl->reader.vector<long>();
+    return m_impl->receiveWhole([](auto& reader) { return reader.template vector<long>(); });
 }
 
 void StreamSocket::sendDouble(double value)
@@ -515,7 +554,7 @@ void StreamSocket::sendDoubleVector(std::vector<double> const& values)
 
 std::vector<double> StreamSocket::receiveDoubleVector()
 {
-    return m_impl->reader.vector<double>();
+    return m_impl->receiveWhole([](auto& reader) { return reader.template vector<double>(); });
 }
 
 void StreamSocket::sendFloat(float value)
@@ -535,7 +574,7 @@ void StreamSocket::sendFloatVector(std::vector<float> const& values)
 
 std::vector<float> StreamSocket::receiveFloatVector()
 {
-    return m_impl->reader.vector<float>();
+    return m_impl->receiveWhole([](auto& reader) { return reader.template vector<float>(); });
 }
 
 void StreamSocket::sendString(std::string const& value)
@@ -545,7 +584,7 @@ void StreamSocket::sendString(std::string const& value)
 
 std::string StreamSocket::receiveString()
 {
-    return m_impl->reader.string();
+    return m_impl->receiveWhole([](auto& reader) { return reader.string(); });
 }
 
 void StreamSocket::sendStringVector(std::vector<std::string> const& values)
@@ -557,7 +596,7 @@ void StreamSocket::sendStringVector(std::vector<std::string> const& values)
 
 std::vector<std::string> StreamSocket::receiveStringVector()
 {
-    return m_impl->reader.strings();
+    return m_impl->receiveWhole([](auto& reader) { return reader.strings(); });
 }
 
 void StreamSocket::sendCache(WriteCache& cache)

@@ -10,7 +10,9 @@ namespace varnox::socketutil {
 
 /// The connection over file descriptors: a connected Unix or TCP stream, or a pair of pipes. Sends
 /// resume after interruptions and short writes, large vectors go out without a copy, and a closed
-/// peer is a SocketException and never a signal. Received bytes are buffered.
+/// peer is a SocketException and never a signal. Received bytes are buffered. Once a send or a
+/// receive has failed, in the middle of an item for all that is known, every further one in that
+/// direction is a SocketException: what would follow isn't what the other side takes it for.
 class StreamSocket : public SocketInterface
 {
 public:

@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <utility>
 
 namespace varnox::socketutil {
@@ -277,8 +278,23 @@ void WriteCache::appendCache(WriteCache const& other)
 {
     // The list is taken once and the number of bytes with it, so that a cache can be appended to
     // itself.
-    for (Piece const& piece : other.pieces())
-        addBytes(piece.data, piece.size);
+    std::vector<Piece> const added = other.pieces();
+    std::size_t const numChunks = m_chunks.size();
+    std::size_t const lastUsed = m_chunks.empty() ? 0 : m_chunks.back().used;
+    std::size_t const inlineUsed = m_inlineUsed;
+    std::size_t const size = m_size;
+    try {
+        for (Piece const& piece : added)
+            addBytes(piece.data, piece.size);
+    } catch (std::bad_alloc const&) {
+        // The first half of a command would swallow the beginning of the next one.
+        m_chunks.erase(m_chunks.begin() + static_cast<std::ptrdiff_t>(numChunks), m_chunks.end());
+        if (!m_chunks.empty())
+            m_chunks.back().used = lastUsed;
+        m_inlineUsed = inlineUsed;
+        m_size = size;
+        throw;
+    }
 }
 
 std::size_t WriteCache::size() const

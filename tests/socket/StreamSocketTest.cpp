@@ -335,8 +335,14 @@ TEST(StreamSocket, CountAboveTheLimitIsRefusedUnread)
     pair.a->sendUInt64(126); // doubles: 1008 bytes
     EXPECT_EQ(messageOf([&] { pair.b->receiveDoubleVector(); }),
               "Received a vector of 126 elements, more than the limit of 1000 bytes for one item.");
-    pair.a->sendUInt64(0xFFFFFFFFFFFFFFFF);
-    EXPECT_NE(messageOf([&] { pair.b->receiveString(); }), "");
+    pair.a->sendUInt64(5);
+    EXPECT_EQ(messageOf([&] { pair.b->receiveUInt64(); }),
+              "Receiving failed: the connection has failed before.");
+    Pair other(false, 1000);
+    other.a->sendUInt64(0xFFFFFFFFFFFFFFFF);
+    EXPECT_EQ(messageOf([&] { other.b->receiveString(); }),
+              "Received a string of 18446744073709551615 elements, more than the limit of 1000 "
+              "bytes for one item.");
 }
 
 TEST(StreamSocket, ItemOfExactlyTheLimitPasses)

@@ -56,7 +56,8 @@ public:
     void addFloatVector(std::vector<float> const& values);
     void addStringVector(std::vector<std::string> const& values);
 
-    /// Appends all that the other cache holds. Appending a cache to itself doubles it.
+    /// Appends all that the other cache holds, or, if memory is short, nothing. Appending a cache to
+    /// itself doubles it.
     void appendCache(WriteCache const& other);
 
     /// Adds byteCount bytes that the caller writes before anything else is added; any alignment.
