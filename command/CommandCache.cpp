@@ -70,6 +70,14 @@ public:
         return true;
     }
 
+    /// A command without the routine that reads its reply would leave the two sides out of step, so
+    /// what the routine takes is there before the command is.
+    void makeRoomForRoutine()
+    {
+        if (receiveRoutines.size() == receiveRoutines.capacity())
+            receiveRoutines.reserve(2 * receiveRoutines.size() + 8);
+    }
+
     std::size_t flushThreshold = 15000;
     SocketInterface& socket;
     std::function<void(std::string const&)> commandHandler;
@@ -99,6 +107,7 @@ void CommandCache::appendCache(WriteCache& cache)
 {
     if (!m_impl->cache)
         m_impl->cache = std::make_unique<WriteCache>();
+    m_impl->makeRoomForRoutine();
     m_impl->cache->appendCache(cache);
 }
 

@@ -416,11 +416,12 @@ void DataSetRegistrationServer::registerVarQueryServices(hdq::VarValueQueryInter
     cache.addInt(var);
     for (double const value : ranges)
         cache.addDouble(value);
+    std::function<bool()> routine = [impl = m_impl.get(), cellCentered, nodal, subzones, zone,
+                                     var] {
+        return impl->registerVarQueryServices(cellCentered, nodal, subzones, zone, var);
+    };
     m_impl->commandCache.appendCache(cache);
-    m_impl->commandCache.addReceiveRoutine(
-        [impl = m_impl.get(), cellCentered, nodal, subzones, zone, var] {
-            return impl->registerVarQueryServices(cellCentered, nodal, subzones, zone, var);
-        });
+    m_impl->commandCache.addReceiveRoutine(std::move(routine));
 }
 
 void DataSetRegistrationServer::setFilePaths(std::vector<std::string> const& paths)
