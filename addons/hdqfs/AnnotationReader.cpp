@@ -36,9 +36,9 @@ struct OpenReader
 
 /// Reads one group by its two functions. A file without it has no entries.
 template <typename Entry, typename ReadCount, typename ReadEntries>
-void readGroup(DataFile const& file, std::uint16_t tag, char const* what, ReadCount const& readCount,
-               ReadEntries const& readEntries, LightweightVector<Entry>& out,
-               std::vector<std::string>& complaints)
+void readGroup(DataFile const& file, std::uint16_t tag, char const* what,
+               ReadCount const& readCount, ReadEntries const& readEntries,
+               LightweightVector<Entry>& out, std::vector<std::string>& complaints)
 {
     TagMap const& tags = file.tags();
     if (!isLocation(hdqio::valueOrZero(tags, tag)))
@@ -55,14 +55,25 @@ void readGroup(DataFile const& file, std::uint16_t tag, char const* what, ReadCo
                          (messages.text().empty() ? "memory is short." : messages.text()));
 }
 
-/// Where a zone's face neighbours stand, or 0.
-std::uint64_t faceNeighborsLoc(FileStreamReader& reader, DataFile const& file, std::uint32_t zone)
+[[noreturn]] void throwUnread(DataFile const& file, std::uint32_t zone,
+                              hdqio::MessageCapture const& messages)
+{
+    throw std::runtime_error("Cannot read the face neighbours of zone " + std::to_string(zone + 1) +
+                             " of " + file.path() +
+                             (messages.text().empty() ? "." : ": " + messages.text()));
+}
+
+/// Where a zone's face neighbours stand, or 0. The messages are those of the reader.
+std::uint64_t faceNeighborsLoc(FileStreamReader& reader, DataFile const& file, std::uint32_t zone,
+                               hdqio::MessageCapture const& messages)
 {
     std::uint64_t const header = file.zoneHeaderFileLoc(zone);
-    TagMap tags;
-    if (!isLocation(header) || !reader.seekToFileLoc(header) ||
-        !hdqio::readZoneHeaderTags(reader, static_cast<int>(zone), tags))
+    if (!isLocation(header))
         return 0;
+    TagMap tags;
+    if (!reader.seekToFileLoc(header) ||
+        !hdqio::readZoneHeaderTags(reader, static_cast<int>(zone), tags))
+        throwUnread(file, zone, messages);
     std::uint64_t const loc = hdqio::valueOrZero(tags, hdqio::USER_FACE_NBR_FILE_LOC_TAG);
     return isLocation(loc) ? loc : 0;
 }
@@ -106,8 +117,11 @@ std::vector<bool> zonesWithFaceNeighbors(DataFile const& file)
     hdqio::MessageCapture const messages;
     std::vector<bool> result(file.numZones());
     OpenReader opened(file);
-    for (std::uint32_t zone = 0; opened.isOpen && zone < file.numZones(); ++zone)
-        result[zone] = faceNeighborsLoc(opened.reader, file, zone) != 0;
+    for (std::uint32_t zone = 0; zone < file.numZones(); ++zone) {
+        if (!opened.isOpen)
+            throwUnread(file, zone, messages);
+        result[zone] = faceNeighborsLoc(opened.reader, file, zone, messages) != 0;
+    }
     return result;
 }
 
@@ -117,12 +131,11 @@ std::vector<int> readFaceNeighbors(DataFile const& file, std::uint32_t zone)
     OpenReader opened(file);
     std::uint64_t count = 0;
     LightweightVector<int> neighbors;
-    std::uint64_t const loc = opened.isOpen ? faceNeighborsLoc(opened.reader, file, zone) : 0;
+    std::uint64_t const loc =
+        opened.isOpen ? faceNeighborsLoc(opened.reader, file, zone, messages) : 0;
     if (loc == 0 || !opened.reader.seekToFileLoc(loc) ||
         !hdqio::readFaceNeighbors(opened.reader, static_cast<int>(zone), count, neighbors))
-        throw std::runtime_error(
-            "Cannot read the face neighbours of zone " + std::to_string(zone + 1) + " of " +
-            file.path() + (messages.text().empty() ? "." : ": " + messages.text()));
+        throwUnread(file, zone, messages);
     return {neighbors.begin(), neighbors.end()};
 }
 

@@ -1,6 +1,7 @@
 #include "addons/hdqfs/Annotations.h"
 
 #include "addons/hdqfs/AnnotationReader.h"
+#include "addons/hdqfs/HostObjects.h"
 
 #include "varnox/hostapi/VnxUtil.h"
 
@@ -61,10 +62,7 @@ public:
     }
 
 private:
-    void complain(std::string const& text)
-    {
-        m_leftOut += (m_leftOut.empty() ? "" : "\n") + text;
-    }
+    void complain(std::string const& text) { m_leftOut += (m_leftOut.empty() ? "" : "\n") + text; }
 
     void leaveOut(std::size_t count, char const* what)
     {
@@ -104,19 +102,17 @@ private:
 
     static void sendLabels(hdqio::CustomLabelSet const& labels)
     {
-        StringList_s* list = VnxUtilStringListAlloc();
+        StringList const list(VnxUtilStringListAlloc());
         for (std::string const& label : labels)
-            VnxUtilStringListAppendString(list, label.c_str());
-        VnxUtilCustomLabelsAppend(list);
-        VnxUtilStringListDealloc(&list);
+            VnxUtilStringListAppendString(list.get(), label.c_str());
+        VnxUtilCustomLabelsAppend(list.get());
     }
 
     void sendText(Text const& text) const
     {
-        long const id = VnxUtilTextCreate(as<CoordSys_e>(text.textPositionCoordSys),
-                                          text.xOrThetaPos, text.yOrRPos,
-                                          as<Units_e>(text.textSizeUnits), text.textHeight,
-                                          text.textString.c_str());
+        long const id = VnxUtilTextCreate(
+            as<CoordSys_e>(text.textPositionCoordSys), text.xOrThetaPos, text.yOrRPos,
+            as<Units_e>(text.textSizeUnits), text.textHeight, text.textString.c_str());
         VnxUtilTextSetColor(id, text.textColor);
         VnxUtilTextBoxSetColor(id, text.textBoxColor);
         VnxUtilTextBoxSetFillColor(id, text.textBoxFillColor);
@@ -167,10 +163,9 @@ private:
             sizes.push_back(static_cast<long>(segment.size()));
         auto const count = static_cast<int>(sizes.size());
         bool const isInSpace = geometry.posCoordMode == IN_SPACE;
-        long const id =
-            isInSpace ? VnxUtilGeom3DMPolyCreate(count, sizes.data())
-                      : VnxUtilGeom2DMPolyCreate(as<CoordSys_e>(geometry.posCoordMode), count,
-                                                 sizes.data());
+        long const id = isInSpace ? VnxUtilGeom3DMPolyCreate(count, sizes.data())
+                                  : VnxUtilGeom2DMPolyCreate(as<CoordSys_e>(geometry.posCoordMode),
+                                                             count, sizes.data());
         int polyline = 0;
         for (auto const& segment : geometry.segments) {
             ++polyline;

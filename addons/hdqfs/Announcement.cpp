@@ -1,24 +1,18 @@
 #include "addons/hdqfs/Announcement.h"
 
 #include "addons/hdqfs/AnnotationReader.h"
+#include "addons/hdqfs/HostObjects.h"
 
 #include "varnox/hostapi/VnxUtil.h"
 
 #include <map>
-#include <memory>
+#include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace varnox::hdqfsloader {
 
 namespace {
-
-struct Dealloc
-{
-    void operator()(StringList_s* list) const { VnxUtilStringListDealloc(&list); }
-    void operator()(_ArgList_s* list) const { VnxUtilArgListDealloc(&list); }
-};
-
-using ArgList = std::unique_ptr<_ArgList_s, Dealloc>;
 
 int numberOf(std::int32_t index)
 {
@@ -107,6 +101,14 @@ void addZone(DataSet const& dataSet, std::uint32_t index)
     VnxUtilDataSetAddZoneX(args.get());
 }
 
+/// The host takes a registration or has no memory for it; without it the data would be missing.
+void requireTaken(char answer, char const* what, std::uint32_t zone)
+{
+    if (answer == 0)
+        throw std::runtime_error("The host could not take how " + std::string(what) + " of zone " +
+                                 std::to_string(zone + 1) + " are loaded.");
+}
+
 void announceContents(DataSet const& dataSet, std::uint32_t zone, LoadFunctions const& functions)
 {
     auto const zoneNumber = static_cast<int>(zone) + 1;
@@ -117,14 +119,18 @@ void announceContents(DataSet const& dataSet, std::uint32_t zone, LoadFunctions 
             VnxUtilDataValueSetMinMaxByZoneVar(zoneNumber, varNumber, variable.range.min,
                                                variable.range.max);
         if (variable.hasValues())
-            VnxUtilDataValueCustomLOD(zoneNumber, varNumber, functions.loadValues,
-                                      functions.unloadValues, nullptr, nullptr, nullptr,
-                                      functions.clientData +
-                                          static_cast<long>(zone) * dataSet.numVars() + v);
+            requireTaken(
+                VnxUtilDataValueCustomLOD(zoneNumber, varNumber, functions.loadValues,
+                                          functions.unloadValues, nullptr, nullptr, nullptr,
+                                          functions.clientData +
+                                              static_cast<long>(zone) * dataSet.numVars() + v),
+                "the values", zone);
     }
     if (hasNodeMap(dataSet.zone(zone)))
-        VnxUtilDataNodeCustomLOD(zoneNumber, functions.loadNodeMap, functions.unloadNodeMap,
-                                 nullptr, functions.clientData + zone);
+        requireTaken(VnxUtilDataNodeCustomLOD(zoneNumber, functions.loadNodeMap,
+                                              functions.unloadNodeMap, nullptr,
+                                              functions.clientData + zone),
+                     "the cells", zone);
 }
 
 /// Which zones have face neighbours; those that share their connectivity share them, too.
@@ -151,7 +157,7 @@ private:
 
 bool createDataSet(DataSet const& dataSet)
 {
-    std::unique_ptr<StringList_s, Dealloc> const names(VnxUtilStringListAlloc());
+    StringList const names(VnxUtilStringListAlloc());
     for (std::string const& name : dataSet.varNames())
         VnxUtilStringListAppendString(names.get(), name.c_str());
     ArgList const args(VnxUtilArgListAlloc());
@@ -177,9 +183,10 @@ bool announce(DataSet const& dataSet, LoadFunctions const& functions,
         addZone(dataSet, zone);
         announceContents(dataSet, zone, functions);
         if (faceNeighbors.has(zone))
-            VnxUtilDataFaceNbrCustomLOD(static_cast<int>(zone) + 1, 0, functions.loadFaceNeighbors,
-                                        functions.unloadFaceNeighbors, nullptr,
-                                        functions.clientData + zone);
+            requireTaken(VnxUtilDataFaceNbrCustomLOD(
+                             static_cast<int>(zone) + 1, 0, functions.loadFaceNeighbors,
+                             functions.unloadFaceNeighbors, nullptr, functions.clientData + zone),
+                         "the face neighbours", zone);
     }
     return true;
 }

@@ -3,6 +3,7 @@
 #include "addons/hdqfs/Announcement.h"
 #include "addons/hdqfs/Annotations.h"
 #include "addons/hdqfs/DataSet.h"
+#include "addons/hdqfs/HostObjects.h"
 #include "addons/hdqfs/Loading.h"
 #include "addons/hdqfs/QueryObjects.h"
 
@@ -59,7 +60,8 @@ private:
 std::uint64_t indexOf(long clientData)
 {
     if (loaded == nullptr || clientData >> LOAD_NUMBER_SHIFT != loadNumber)
-        throw std::runtime_error("The data set that these values belong to was replaced by another.");
+        throw std::runtime_error(
+            "The data set that these values belong to was replaced by another.");
     return static_cast<std::uint64_t>(clientData) & ((std::uint64_t{1} << LOAD_NUMBER_SHIFT) - 1);
 }
 
@@ -128,15 +130,17 @@ std::vector<std::string> pathsOf(StringList_s* instructions)
     for (long i = 1; i <= count; ++i)
         words.emplace_back(VnxUtilStringListGetRawStringPtr(instructions, i));
     auto const startsWith = [&](std::vector<std::string> const& start) {
-        return words.size() >= start.size() && std::equal(start.begin(), start.end(), words.begin());
+        return words.size() >= start.size() &&
+               std::equal(start.begin(), start.end(), words.begin());
     };
     if (startsWith({"STANDARDSYNTAX", "1.0", "FILENAME_FILE"}) && words.size() == 4)
         return {words[3]};
     if (startsWith({"STANDARDSYNTAX", "1.0", "FILELIST_DATAFILES"}) && words.size() >= 4 &&
         words[3] == std::to_string(words.size() - 4))
         return {words.begin() + 4, words.end()};
-    throw std::runtime_error("The HDQFS loader doesn't understand its instructions: it takes one file "
-                             "or a list of files.");
+    throw std::runtime_error(
+        "The HDQFS loader doesn't understand its instructions: it takes one file "
+        "or a list of files.");
 }
 
 char load(StringList_s* instructions, unsigned long)
@@ -161,8 +165,7 @@ char load(StringList_s* instructions, unsigned long)
     for (std::string const& text : {notShown, unsupported})
         if (!text.empty())
             VnxUtilDialogErrMsg(text.c_str());
-    std::unique_ptr<_ArgList_s, void (*)(_ArgList_s*)> const none(
-        VnxUtilArgListAlloc(), [](_ArgList_s* list) { VnxUtilArgListDealloc(&list); });
+    ArgList const none(VnxUtilArgListAlloc());
     char const wasFinished = VnxUtilDataLoadFinishX(none.get(), nullptr);
     return static_cast<char>(wasAccepted && wasFinished != 0);
 }
@@ -175,13 +178,12 @@ extern "C" VNX_EXPORT void InitVnxAddOn113()
 {
     VnxUtilLockOn();
     VnxUtilAddOnRegister(113, "HDQFS loader", "2026", "Varnox");
-    _ArgList_s* args = VnxUtilArgListAlloc();
-    VnxUtilArgListAppendFunction(args, "LoaderCallback",
+    varnox::hdqfsloader::ArgList const args(VnxUtilArgListAlloc());
+    VnxUtilArgListAppendFunction(args.get(), "LoaderCallback",
                                  reinterpret_cast<void const*>(varnox::hdqfsloader::load));
-    VnxUtilArgListAppendArbParam(args, "ClientData", 0);
-    VnxUtilArgListAppendString(args, "LoaderName", "HDQFS");
-    VnxUtilArgListAppendString(args, "FileNameExtensions", "hdqfs");
-    VnxUtilImportAddLoaderX(args);
-    VnxUtilArgListDealloc(&args);
+    VnxUtilArgListAppendArbParam(args.get(), "ClientData", 0);
+    VnxUtilArgListAppendString(args.get(), "LoaderName", "HDQFS");
+    VnxUtilArgListAppendString(args.get(), "FileNameExtensions", "hdqfs");
+    VnxUtilImportAddLoaderX(args.get());
     VnxUtilLockOff();
 }
