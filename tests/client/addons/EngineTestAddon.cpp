@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -21,6 +23,15 @@ void require(bool holds, char const* what)
     if (!holds)
         throw std::runtime_error(std::string("the engine failed at: ") + what);
 }
+
+struct Dealloc
+{
+    void operator()(StringList_s* list) const { VnxUtilStringListDealloc(&list); }
+    void operator()(_ArgList_s* list) const { VnxUtilArgListDealloc(&list); }
+    void operator()(Set_s* set) const { VnxUtilSetDealloc(&set); }
+};
+using ArgList = std::unique_ptr<_ArgList_s, Dealloc>;
+using StringList = std::unique_ptr<StringList_s, Dealloc>;
 
 int const TYPES[] = {1, 2, 3, 4, 5};
 int const LOCATIONS[] = {1, 0, 1, 1, 1};
@@ -115,43 +126,39 @@ char unloadFaceNeighbors(FaceNeighbor_s*)
 
 void addZone(char const* name, int const* shares)
 {
-    _ArgList_s* zone = VnxUtilArgListAlloc();
-    VnxUtilArgListAppendString(zone, "Name", name);
-    VnxUtilArgListAppendInt(zone, "ZoneType", 0);
-    VnxUtilArgListAppendInt(zone, "IMax", 3);
-    VnxUtilArgListAppendInt(zone, "JMax", 2);
-    VnxUtilArgListAppendInt(zone, "KMax", 2);
-    VnxUtilArgListAppendDouble(zone, "SolutionTime", 1.25);
-    VnxUtilArgListAppendInt(zone, "StrandID", 4);
-    VnxUtilArgListAppendArray(zone, "VarDataType", TYPES);
-    VnxUtilArgListAppendArray(zone, "ValueLocation", LOCATIONS);
-    VnxUtilArgListAppendArray(zone, "ShareVarFromZone", shares);
-    VnxUtilArgListAppendArray(zone, "IsPassiveVar", PASSIVE);
-    require(VnxUtilDataSetAddZoneX(zone) == 1, "adding a zone");
-    VnxUtilArgListDealloc(&zone);
+    ArgList const zone(VnxUtilArgListAlloc());
+    VnxUtilArgListAppendString(zone.get(), "Name", name);
+    VnxUtilArgListAppendInt(zone.get(), "ZoneType", 0);
+    VnxUtilArgListAppendInt(zone.get(), "IMax", 3);
+    VnxUtilArgListAppendInt(zone.get(), "JMax", 2);
+    VnxUtilArgListAppendInt(zone.get(), "KMax", 2);
+    VnxUtilArgListAppendDouble(zone.get(), "SolutionTime", 1.25);
+    VnxUtilArgListAppendInt(zone.get(), "StrandID", 4);
+    VnxUtilArgListAppendArray(zone.get(), "VarDataType", TYPES);
+    VnxUtilArgListAppendArray(zone.get(), "ValueLocation", LOCATIONS);
+    VnxUtilArgListAppendArray(zone.get(), "ShareVarFromZone", shares);
+    VnxUtilArgListAppendArray(zone.get(), "IsPassiveVar", PASSIVE);
+    require(VnxUtilDataSetAddZoneX(zone.get()) == 1, "adding a zone");
 }
 
 void addFaceNeighborZone()
 {
-    _ArgList_s* zone = VnxUtilArgListAlloc();
-    VnxUtilArgListAppendString(zone, "Name", "third");
-    VnxUtilArgListAppendInt(zone, "ConnectShareZone",
+    ArgList const zone(VnxUtilArgListAlloc());
+    VnxUtilArgListAppendString(zone.get(), "Name", "third");
+    VnxUtilArgListAppendInt(zone.get(), "ConnectShareZone",
                             2); // not batched: its neighbours aren't loaded
-    require(VnxUtilDataSetAddZoneX(zone) == 1, "adding a zone at once");
-    VnxUtilArgListDealloc(&zone);
+    require(VnxUtilDataSetAddZoneX(zone.get()) == 1, "adding a zone at once");
 }
 
 void createDataSet()
 {
-    StringList_s* names = VnxUtilStringListAlloc();
+    StringList const names(VnxUtilStringListAlloc());
     for (char const* const name : NAMES)
-        VnxUtilStringListAppendString(names, name);
-    _ArgList_s* args = VnxUtilArgListAlloc();
-    VnxUtilArgListAppendString(args, "Title", "everything");
-    VnxUtilArgListAppendStringList(args, "VarNames", names);
-    require(VnxUtilDataSetCreateX(args) == 1, "creating the data set");
-    VnxUtilArgListDealloc(&args);
-    VnxUtilStringListDealloc(&names);
+        VnxUtilStringListAppendString(names.get(), name);
+    ArgList const args(VnxUtilArgListAlloc());
+    VnxUtilArgListAppendString(args.get(), "Title", "everything");
+    VnxUtilArgListAppendStringList(args.get(), "VarNames", names.get());
+    require(VnxUtilDataSetCreateX(args.get()) == 1, "creating the data set");
 }
 
 void registerValues(int zone)
@@ -177,17 +184,16 @@ void askQuestions()
     VnxUtilDataSetGetUniqueIDsForZones(zones, 2, ids);
     require(ids[0] > 0 && ids[1] > 0 && ids[0] != ids[1], "the ids of zones");
     char* name = nullptr;
-    require(VnxUtilVarGetName(2, &name) == 1 && std::string(name) == "double", "a name");
+    require(VnxUtilVarGetName(2, &name) == 1 && std::strcmp(name, "double") == 0, "a name");
     VnxUtilStringDealloc(&name);
     require(VnxUtilVarGetName(6, &name) == 0, "a name that there is not");
     int sections = -1;
     require(VnxUtilZoneGetNumSections(1, 1, &sections) == 1 && sections == 0, "sections");
     require(VnxUtilDialogMessageBox("shall it go on?", MessageBoxType_Information) == 1, "a box");
     require(VnxUtilImportSetLoaderInstr("name", nullptr) == 1, "the loader's instructions");
-    Set_s* set = VnxUtilSetAlloc(0);
-    VnxUtilSetAddMember(set, 2, 0);
-    VnxUtilStateChanged(StateChange_Announced, reinterpret_cast<long>(set));
-    VnxUtilSetDealloc(&set);
+    std::unique_ptr<Set_s, Dealloc> const set(VnxUtilSetAlloc(0));
+    VnxUtilSetAddMember(set.get(), 2, 0);
+    VnxUtilStateChanged(StateChange_Announced, reinterpret_cast<long>(set.get()));
 }
 
 /// An enumeration's value.
@@ -255,11 +261,10 @@ void addGeometries()
 
 void addLabelsAndAuxData()
 {
-    StringList_s* labels = VnxUtilStringListAlloc();
-    VnxUtilStringListAppendString(labels, "low");
-    VnxUtilStringListAppendString(labels, "high");
-    require(VnxUtilCustomLabelsAppend(labels) == 1, "labels");
-    VnxUtilStringListDealloc(&labels);
+    StringList const labels(VnxUtilStringListAlloc());
+    VnxUtilStringListAppendString(labels.get(), "low");
+    VnxUtilStringListAppendString(labels.get(), "high");
+    require(VnxUtilCustomLabelsAppend(labels.get()) == 1, "labels");
 
     auto const set = [](AuxData_s* ref, char const* name, char const* value) {
         require(VnxUtilAuxDataSetItem(ref, name, reinterpret_cast<long>(value),
@@ -289,14 +294,13 @@ void buildEverything()
     addText();
     addGeometries();
     addLabelsAndAuxData();
-    _ArgList_s* none = VnxUtilArgListAlloc();
+    ArgList const none(VnxUtilArgListAlloc());
     int const zones[] = {1, 2, 3};
     long ids[] = {0, 0, 0};
     long expected[] = {1, 1, 1};
     VnxUtilDataSetGetUniqueIDsForZones(zones, 3, expected);
-    require(VnxUtilDataLoadFinishX(none, ids) == 1 && std::equal(ids, ids + 3, expected),
+    require(VnxUtilDataLoadFinishX(none.get(), ids) == 1 && std::equal(ids, ids + 3, expected),
             "finishing the load");
-    VnxUtilArgListDealloc(&none);
 }
 
 /// A batch with far more answers than a socket holds.
@@ -307,9 +311,8 @@ void buildManyZones()
         addZone("one of many", NONE);
     for (int zone = 1; zone <= 3000; ++zone)
         registerValues(zone);
-    _ArgList_s* none = VnxUtilArgListAlloc();
-    require(VnxUtilDataLoadFinishX(none, nullptr) == 1, "finishing a long load");
-    VnxUtilArgListDealloc(&none);
+    ArgList const none(VnxUtilArgListAlloc());
+    require(VnxUtilDataLoadFinishX(none.get(), nullptr) == 1, "finishing a long load");
 }
 
 char loadDataSet(StringList_s* instructions, unsigned long)
@@ -338,11 +341,10 @@ char loadDataSet(StringList_s* instructions, unsigned long)
 
 extern "C" VNX_EXPORT void InitVnxAddOn113()
 {
-    _ArgList_s* args = VnxUtilArgListAlloc();
-    VnxUtilArgListAppendFunction(args, "LoaderCallback",
+    ArgList const args(VnxUtilArgListAlloc());
+    VnxUtilArgListAppendFunction(args.get(), "LoaderCallback",
                                  reinterpret_cast<void const*>(loadDataSet));
-    VnxUtilArgListAppendString(args, "LoaderName", "Engine test");
-    VnxUtilArgListAppendString(args, "FileNameExtensions", "hdqfs");
-    VnxUtilImportAddLoaderX(args);
-    VnxUtilArgListDealloc(&args);
+    VnxUtilArgListAppendString(args.get(), "LoaderName", "Engine test");
+    VnxUtilArgListAppendString(args.get(), "FileNameExtensions", "hdqfs");
+    VnxUtilImportAddLoaderX(args.get());
 }

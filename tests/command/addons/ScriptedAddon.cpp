@@ -130,14 +130,13 @@ extern "C" VNX_EXPORT void InitVnxAddOn113()
 {
     VnxUtilLockOn();
     VnxUtilAddOnRegister(113, "Scripted loader", "2026", "Tests");
-    _ArgList_s* args = VnxUtilArgListAlloc();
-    VnxUtilArgListAppendFunction(args, "LoaderCallback", reinterpret_cast<void const*>(load));
-    VnxUtilArgListAppendArbParam(args, "ClientData", 42);
-    VnxUtilArgListAppendString(args, "LoaderName", "Scripted");
-    VnxUtilArgListAppendString(args, "FileNameExtensions", "hdqfs");
+    std::unique_ptr<_ArgList_s, Dealloc> const args(VnxUtilArgListAlloc());
+    VnxUtilArgListAppendFunction(args.get(), "LoaderCallback", reinterpret_cast<void const*>(load));
+    VnxUtilArgListAppendArbParam(args.get(), "ClientData", 42);
+    VnxUtilArgListAppendString(args.get(), "LoaderName", "Scripted");
+    VnxUtilArgListAppendString(args.get(), "FileNameExtensions", "hdqfs");
 #ifndef VNX_REGISTERS_NO_LOADER
-    VnxUtilImportAddLoaderX(args);
+    VnxUtilImportAddLoaderX(args.get());
 #endif
-    VnxUtilArgListDealloc(&args);
     VnxUtilLockOff();
 }
