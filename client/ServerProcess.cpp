@@ -24,6 +24,7 @@ using socketutil::Descriptor;
 namespace {
 
 constexpr char SERVER_NAME[] = "vnxdataserver";
+constexpr char ALLOW_ROOT[] = "--allow-root";
 constexpr std::size_t LAST_WORDS_BYTES = 4096;
 
 /// The number that a server of our own inherits its stream under.
@@ -109,6 +110,8 @@ std::unique_ptr<ServerProcess> ServerProcess::startLocal(std::string const& prog
                                        "fd:" + std::to_string(INHERITED_DESCRIPTOR)};
     if (!addon.empty())
         arguments.insert(arguments.end(), {"--addon", addon});
+    if (::geteuid() == 0)
+        arguments.emplace_back(ALLOW_ROOT);
     std::unique_ptr<ServerProcess> server(new ServerProcess);
     // A group of its own can be killed with all its workers. ssh stays in ours: it may have to ask
     // the terminal for a password.
@@ -118,7 +121,7 @@ std::unique_ptr<ServerProcess> ServerProcess::startLocal(std::string const& prog
 }
 
 std::unique_ptr<ServerProcess> ServerProcess::startSsh(std::string const& host,
-                                                       std::string const& addon)
+                                                       std::string const& addon, bool allowsRoot)
 {
     if (host.empty() || host.front() == '-' || host.find_first_of(" \t\n") != std::string::npos)
         throw Error("'" + printable(host) +
@@ -126,6 +129,8 @@ std::unique_ptr<ServerProcess> ServerProcess::startSsh(std::string const& host,
     std::vector<std::string> arguments{"ssh", host, SERVER_NAME, "--listen", "stdio"};
     if (!addon.empty())
         arguments.insert(arguments.end(), {"--addon", shellWord(addon)});
+    if (allowsRoot)
+        arguments.emplace_back(ALLOW_ROOT);
     std::unique_ptr<ServerProcess> server(new ServerProcess);
     server->start(std::move(arguments), Stream::StandardIO);
     return server;

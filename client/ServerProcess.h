@@ -17,13 +17,14 @@ class ServerProcess
 {
 public:
     /// A server of our own for local files: one session over an inherited socket. The program is
-    /// found by findServerProgram; an empty add-on is the server's own choice.
+    /// found by findServerProgram; an empty add-on is the server's own choice. Where we run as root
+    /// the server may, too: it gains nothing by it.
     static std::unique_ptr<ServerProcess> startLocal(std::string const& program,
                                                      std::string const& addon);
     /// The system's ssh, which runs the server of another machine over its standard input and
-    /// output. host is HOST or USER@HOST.
-    static std::unique_ptr<ServerProcess> startSsh(std::string const& host,
-                                                   std::string const& addon);
+    /// output. host is HOST or USER@HOST. allowsRoot for a server that is meant to run as root.
+    static std::unique_ptr<ServerProcess>
+    startSsh(std::string const& host, std::string const& addon, bool allowsRoot = false);
 
     ServerProcess(ServerProcess const&) = delete;
     ServerProcess& operator=(ServerProcess const&) = delete;

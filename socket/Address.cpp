@@ -258,10 +258,10 @@ Descriptor connectTo(Address const& address)
     throwWithReason(what, error);
 }
 
-Listener::Listener(Address const& address)
+Listener::Listener(Address const& address, mode_t mode)
 {
     if (address.kind == Address::Kind::Unix)
-        listenOnUnix(address.path);
+        listenOnUnix(address.path, mode);
     else
         listenOnTcp(address);
 }
@@ -283,9 +283,8 @@ void Listener::close()
     m_descriptor.reset();
 }
 
-void Listener::listenOnUnix(std::string const& path)
+void Listener::listenOnUnix(std::string const& path, mode_t mode)
 {
-    constexpr mode_t OWNER_ONLY = 0600;
     std::string const what = "Can't listen on unix:" + path;
     sockaddr_un const address = unixAddress(path);
     Descriptor const lock = lockFolderOf(path);
@@ -293,9 +292,13 @@ void Listener::listenOnUnix(std::string const& path)
     Descriptor result = newSocket(AF_UNIX, SOCK_NONBLOCK);
     // The file takes the mode of the socket, so that there is no moment at which others may come
     // in.
-    if (::fchmod(result.get(), OWNER_ONLY) != 0 ||
-        ::bind(result.get(), generic(address), sizeof(address)) != 0)
-        throwWithReason(what, errno);
+    mode_t const mask = ::umask(0);
+    bool const isBound = ::fchmod(result.get(), mode) == 0 &&
+                         ::bind(result.get(), generic(address), sizeof(address)) == 0;
+    int const bindError = errno;
+    ::umask(mask);
+    if (!isBound)
+        throwWithReason(what, bindError);
     struct stat status = {};
     if (::listen(result.get(), SOMAXCONN) != 0 || ::lstat(path.c_str(), &status) != 0) {
         int const error = errno;

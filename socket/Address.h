@@ -36,13 +36,16 @@ bool isLoopback(Address const& address);
 /// inherited by programs that the process starts. Throws SocketException.
 Descriptor connectTo(Address const& address);
 
-/// An open listening socket. A Unix socket has mode 0600 and lies in the file system as long as the
+/// An open listening socket. A Unix socket lies in the file system as long as the
 /// object lives; one that a dead server left is replaced.
 class Listener
 {
 public:
-    /// Throws SocketException: the address is in use, may not be used, or isn't of this machine.
-    explicit Listener(Address const& address);
+    static constexpr mode_t OWNER_ONLY = 0600;
+
+    /// mode is that of a Unix socket's file. Throws SocketException: the address is in use, may not
+    /// be used, or isn't of this machine.
+    explicit Listener(Address const& address, mode_t mode = OWNER_ONLY);
     Listener(Listener const&) = delete;
     Listener& operator=(Listener const&) = delete;
     ~Listener();
@@ -55,7 +58,7 @@ public:
     void close();
 
 private:
-    void listenOnUnix(std::string const& path);
+    void listenOnUnix(std::string const& path, mode_t mode);
     void listenOnTcp(Address const& address);
 
     Descriptor m_descriptor;

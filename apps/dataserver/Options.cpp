@@ -103,6 +103,10 @@ std::optional<Options> parseOptions(int argc, char const* const* argv, int& exit
 {
     constexpr double MAX_TIMEOUT_SECONDS = 86'400;
     constexpr double MAX_IDLE_SECONDS = 20 * MAX_TIMEOUT_SECONDS;
+    constexpr std::uint64_t MIN_MEMORY = 16 * 1024 * 1024;
+    constexpr std::uint64_t MIN_OPEN_FILES = 16;
+    constexpr std::uint64_t MAX_OPEN_FILES = 1'000'000'000;
+    constexpr std::uint64_t MAX_PROCESSOR_SECONDS = 1'000'000'000;
     Options options;
     std::string listen;
     double greetingTimeout = 10;
@@ -133,6 +137,36 @@ std::optional<Options> parseOptions(int argc, char const* const* argv, int& exit
            "A directory in which clients may browse and load, after links are resolved; may "
            "be given again for more. Default: all that this user may read")
         ->type_name("DIR")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    app.add_option("--allow-uid", options.allowedUsers,
+                   "A user, by number, who may come in over a Unix socket; may be given again for "
+                   "more. Default: the user that runs this program")
+        ->type_name("UID")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    app.add_flag("--allow-root", options.allowsRoot,
+                 "Lets this program run as root, which it refuses otherwise");
+    app.add_option("--max-memory", options.limits.maxMemory,
+                   "Bytes of memory of one session. Default: no limit of its own, as with the "
+                   "next two")
+        ->type_name("BYTES")
+        ->check(CLI::Range(MIN_MEMORY, ANY_SIZE).description(""));
+    app.add_option("--max-open-files", options.limits.maxOpenFiles,
+                   "Open files and connections of one session")
+        ->type_name("N")
+        ->check(CLI::Range(MIN_OPEN_FILES, MAX_OPEN_FILES).description(""));
+    app.add_option("--max-time", options.limits.maxSeconds, "Processor time of one session")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(std::uint64_t{1}, MAX_PROCESSOR_SECONDS).description(""));
+    app.add_flag(
+        "--core-dumps", options.limits.dumpsCore,
+        "A session that crashes may leave an image of its memory, if the system's settings "
+        "say so");
+    app.add_option("--keep-env", options.keptVariables,
+                   "A variable of the environment that sessions get besides the ordinary ones; may "
+                   "be given again for more")
+        ->type_name("NAME")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     app.add_flag("--once", options.servesOnce,

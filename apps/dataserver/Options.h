@@ -1,5 +1,6 @@
 #pragma once
 
+#include "apps/dataserver/ResourceLimits.h"
 #include "socket/Address.h"
 
 #include <chrono>
@@ -36,7 +37,11 @@ struct Options
     std::size_t maxItemBytes = std::size_t{1} << 30;
     std::chrono::milliseconds greetingTimeout{10'000};
     std::chrono::milliseconds idleTimeout{0}; ///< 0: none
-    std::vector<std::string> sharedFolders;   ///< empty: all
+    std::vector<unsigned> allowedUsers;       ///< on Unix sockets; empty: our own
+    bool allowsRoot = false;                  ///< to run the program
+    ResourceLimits limits;
+    std::vector<std::string> keptVariables; ///< of the environment, besides the ordinary ones
+    std::vector<std::string> sharedFolders; ///< empty: all
     std::string logLevel = "info";
 };
 

@@ -17,9 +17,9 @@ Peer peerOnThisMachine(int connection)
     ucred credentials = {};
     socklen_t size = sizeof(credentials);
     if (::getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &credentials, &size) != 0)
-        return {"a client that has left", ""};
+        return {"a client that has left", "", {}};
     std::string const user = "user " + std::to_string(credentials.uid);
-    return {"process " + std::to_string(credentials.pid) + " of " + user, user};
+    return {"process " + std::to_string(credentials.pid) + " of " + user, user, credentials.uid};
 }
 
 std::string sourceOf(sockaddr_storage const& peer)
@@ -43,7 +43,7 @@ Peer peerOf(int connection)
     sockaddr_storage peer = {};
     socklen_t size = sizeof(peer);
     if (::getpeername(connection, reinterpret_cast<sockaddr*>(&peer), &size) != 0)
-        return {"a client that has left", ""};
+        return {"a client that has left", "", {}};
     if (peer.ss_family == AF_UNIX)
         return peerOnThisMachine(connection);
     char host[NI_MAXHOST];
@@ -51,12 +51,12 @@ Peer peerOf(int connection)
     if ((peer.ss_family != AF_INET && peer.ss_family != AF_INET6) ||
         ::getnameinfo(reinterpret_cast<sockaddr*>(&peer), size, host, sizeof(host), port,
                       sizeof(port), NI_NUMERICHOST | NI_NUMERICSERV) != 0)
-        return {"a client of unknown address", ""};
+        return {"a client of unknown address", "", {}};
     Address address;
     address.kind = Address::Kind::Tcp;
     address.host = host;
     address.port = static_cast<std::uint16_t>(std::stoi(port));
-    return {textOf(address), sourceOf(peer)};
+    return {textOf(address), sourceOf(peer), {}};
 }
 
 }

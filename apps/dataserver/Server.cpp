@@ -36,6 +36,7 @@ namespace {
 constexpr auto GRACE = 5s;        // for running sessions, from the signal to end on
 constexpr auto LAST_GRACE = 1s;   // from a worker's SIGTERM to its SIGKILL
 constexpr auto TRIAL_LIMIT = 60s; // for an add-on to come up
+constexpr char WRONG_USER[] = "this data server serves other users of this machine";
 constexpr auto ACCEPT_PAUSE = 200ms;
 
 /// Lets the system find out when a client's machine has vanished without a word.
@@ -70,7 +71,8 @@ void closeAllBut(std::array<int, 3> kept)
 }
 
 /// Becomes a worker. Runs between fork and exec: only what is allowed there.
-[[noreturn]] void becomeWorker(char* const* arguments, int readEnd, int writeEnd, int control)
+[[noreturn]] void becomeWorker(char* const* arguments, char* const* environment, int readEnd,
+                               int writeEnd, int control)
 {
     constexpr int OUT_OF_THE_WAY = WorkerOrder::CONTROL + 1;
     constexpr int EXEC_FAILED = 127;
@@ -92,8 +94,40 @@ void closeAllBut(std::array<int, 3> kept)
     sigset_t none;
     sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
-    ::execv("/proc/self/exe", arguments);
+    ::execve("/proc/self/exe", arguments, environment);
     ::_exit(EXEC_FAILED);
+}
+
+/// What of the environment is passed on: nothing that could hold a secret, or change what is
+/// loaded, by accident.
+bool isOrdinary(std::string const& name)
+{
+    constexpr char const* NAMES[] = {"PATH", "HOME", "USER",   "USERNAME", "LOGNAME",
+                                     "LANG", "TZ",   "TMPDIR", "LANGUAGE", "LD_LIBRARY_PATH"};
+    return name.starts_with("LC_") || name.starts_with("OMP_") ||
+           std::find(std::begin(NAMES), std::end(NAMES), name) != std::end(NAMES);
+}
+
+std::vector<std::string> environmentOf(std::vector<std::string> const& keptBesides)
+{
+    std::vector<std::string> result;
+    for (char* const* entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+        std::string const text = *entry;
+        std::string const name = text.substr(0, text.find('='));
+        if (isOrdinary(name) ||
+            std::find(keptBesides.begin(), keptBesides.end(), name) != keptBesides.end())
+            result.push_back(text);
+    }
+    return result;
+}
+
+std::vector<char*> pointersTo(std::vector<std::string>& words)
+{
+    std::vector<char*> result;
+    for (std::string& word : words)
+        result.push_back(word.data());
+    result.push_back(nullptr);
+    return result;
 }
 
 std::string describe(int status)
@@ -115,7 +149,15 @@ double secondsSince(std::chrono::steady_clock::time_point start)
 Server::Server(Options const& options) : m_options(options)
 {
     std::signal(SIGPIPE, SIG_IGN);
+    refuseToRunAsRoot();
     refuseToBeOpenToAll();
+    if (m_options.allowedUsers.empty())
+        m_options.allowedUsers.push_back(::geteuid());
+    else
+        m_checksInheritedPeer = true;
+    ResourceLimits noDump;
+    noDump.dumpsCore = m_options.limits.dumpsCore;
+    applyLimits(noDump); // ours would hold the token
     if (m_options.addonPath.empty())
         m_options.addonPath = installedAddon();
     if (!m_options.tokenFile.empty())
@@ -147,6 +189,14 @@ int Server::run()
     return m_exitStatus;
 }
 
+void Server::refuseToRunAsRoot() const
+{
+    if (!m_options.allowsRoot && (::geteuid() == 0 || ::getuid() == 0))
+        throw UsageError("Running as root is refused: clients and add-ons would reach every file "
+                         "of this machine. Start the program as an ordinary user, or give "
+                         "--allow-root, as in a container that has no other user.");
+}
+
 void Server::refuseToBeOpenToAll() const
 {
     if (m_options.source.kind == Source::Kind::Listening && m_options.tokenFile.empty() &&
@@ -166,6 +216,7 @@ void Server::tryAddon()
     order.maxItemBytes = m_options.maxItemBytes;
     order.logLevel = m_options.logLevel;
     order.sharedFolders = m_options.sharedFolders;
+    order.limits = m_options.limits;
     pid_t const trial = fork(order, nullptr, -1);
     if (trial < 0)
         throw std::runtime_error(std::string("Can't start a process: ") + std::strerror(errno) +
@@ -198,7 +249,14 @@ void Server::tryAddon()
 
 void Server::startListening()
 {
-    m_listener = std::make_unique<Listener>(m_options.source.address);
+    // Where others are asked in by name, the file can't keep them out: each connection is looked
+    // at.
+    constexpr mode_t EVERYONE = 0666;
+    bool const isOwnersOnly =
+        std::all_of(m_options.allowedUsers.begin(), m_options.allowedUsers.end(),
+                    [](uid_t user) { return user == ::geteuid(); });
+    m_listener = std::make_unique<Listener>(m_options.source.address,
+                                            isOwnersOnly ? Listener::OWNER_ONLY : EVERYONE);
     Address const& bound = m_listener->boundAddress();
     if (m_token.empty() && !isLoopback(bound))
         throw std::runtime_error("The name service has changed its mind: " + m_options.source.text +
@@ -218,12 +276,19 @@ void Server::serveInherited()
         writeAddressFile(m_options.addressFile, m_options.source.text);
     bool const greets = m_options.source.kind == Source::Kind::StandardStreams;
     m_exitStatus = 1; // unless a session comes about
-    startWorker(std::move(ends), {m_options.source.text, ""}, greets);
+    Peer const peer = peerOf(ends.readEnd.get());
+    if (m_checksInheritedPeer && peer.user && !mayComeIn(peer)) {
+        spdlog::warn("{} is refused: it isn't among those of --allow-uid", peer.name);
+        if (greets)
+            tellRefusal(std::move(ends), WRONG_USER);
+        return;
+    }
+    startWorker(std::move(ends), {m_options.source.text, "", {}}, greets);
 }
 
 bool Server::isDone() const
 {
-    return !m_listener && m_workers.empty();
+    return !m_listener && m_workers.empty() && m_refused.empty();
 }
 
 void Server::waitForEvents()
@@ -233,12 +298,15 @@ void Server::waitForEvents()
     waiting.push_back({accepts ? m_listener->descriptor() : -1, POLLIN, 0});
     for (Worker const& worker : m_workers)
         waiting.push_back({worker.control.get(), POLLIN, 0});
+    for (Refused const& refused : m_refused)
+        waiting.push_back({refused.ends.readEnd.get(), 0, 0}); // for its end, which is always told
     if (::poll(waiting.data(), waiting.size(), millisecondsToNextDeadline()) < 0)
         return;
     auto state = waiting.begin() + 2;
     for (Worker& worker : m_workers)
         if ((state++)->revents != 0)
             handleControl(worker);
+    m_refused.remove_if([&](Refused const&) { return (state++)->revents != 0; });
     handleSignals();
     handleDeadlines();
     if (m_listener && waiting[1].revents != 0)
@@ -250,6 +318,8 @@ int Server::millisecondsToNextDeadline() const
     std::optional<Clock::time_point> next = m_killTime;
     if (m_acceptAgainTime && (!next || *m_acceptAgainTime < *next))
         next = m_acceptAgainTime;
+    if (!m_refused.empty() && (!next || m_refused.front().until < *next))
+        next = m_refused.front().until;
     if (!next)
         return -1;
     auto const left = std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now()).count();
@@ -274,6 +344,7 @@ void Server::handleDeadlines()
     auto const now = Clock::now();
     if (m_acceptAgainTime && now >= *m_acceptAgainTime)
         m_acceptAgainTime.reset();
+    m_refused.remove_if([&](Refused const& refused) { return now >= refused.until; });
     if (!m_killTime || now < *m_killTime)
         return;
     if (!m_wereWorkersAsked) {
@@ -303,6 +374,11 @@ void Server::acceptConnection()
         return;
     }
     ends.readEnd = std::move(connection);
+    if (peer.user && !mayComeIn(peer)) {
+        spdlog::warn("{} is refused: it isn't among those of --allow-uid", peer.name);
+        tellRefusal(std::move(ends), WRONG_USER);
+        return;
+    }
     if (numIn(Worker::State::Greeting) >= m_options.maxGreetings)
         makeWayForGreeting();
     startWorker(std::move(ends), peer, true);
@@ -325,6 +401,29 @@ void Server::pauseAccepting(int error)
                   std::strerror(error));
 }
 
+bool Server::mayComeIn(Peer const& peer) const
+{
+    return peer.user && std::find(m_options.allowedUsers.begin(), m_options.allowedUsers.end(),
+                                  *peer.user) != m_options.allowedUsers.end();
+}
+
+/// In the form of a greeting's answer, though there was no greeting.
+void Server::tellRefusal(Ends ends, std::string const& reason)
+{
+    constexpr auto MOMENT = 1s;
+    constexpr std::size_t ENOUGH = 64;
+    std::string const answer = greetingAnswer(false, reason);
+    ssize_t const sent =
+        ::send(ends.writeEnd.get(), answer.data(), answer.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    bool const isPipe = sent < 0 && errno == ENOTSOCK; // and fresh, with room for all of it
+    if (isPipe && ::write(ends.writeEnd.get(), answer.data(), answer.size()) < 0)
+        return;
+    ::shutdown(ends.writeEnd.get(), SHUT_WR);
+    if (m_refused.size() >= ENOUGH)
+        m_refused.pop_front();
+    m_refused.push_back({std::move(ends), Clock::now() + MOMENT});
+}
+
 void Server::startWorker(Ends ends, Peer const& peer, bool greets)
 {
     Worker worker;
@@ -340,17 +439,18 @@ void Server::startWorker(Ends ends, Peer const& peer, bool greets)
     order.idleTimeout = m_options.idleTimeout;
     order.logLevel = m_options.logLevel;
     order.sharedFolders = m_options.sharedFolders;
+    order.limits = m_options.limits;
 
     int control[2];
     if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, control) != 0) {
-        refuseWithoutWorker(ends, peer, std::strerror(errno));
+        refuseWithoutWorker(std::move(ends), peer, std::strerror(errno));
         return;
     }
     worker.control.reset(control[0]);
     Descriptor const workersControl(control[1]);
     worker.process = fork(order, &ends, workersControl.get());
     if (worker.process < 0) {
-        refuseWithoutWorker(ends, peer, std::strerror(errno));
+        refuseWithoutWorker(std::move(ends), peer, std::strerror(errno));
         return;
     }
     spdlog::debug("{}: {} has connected", worker.name, peer.name);
@@ -367,26 +467,23 @@ pid_t Server::fork(WorkerOrder const& order, Ends const* ends, int control)
     complete.server = ::getpid();
     std::vector<std::string> words = complete.arguments();
     words.insert(words.begin(), "vnxdataserver");
-    std::vector<char*> arguments;
-    for (std::string& word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
+    std::vector<std::string> variables = environmentOf(m_options.keptVariables);
+    std::vector<char*> const arguments = pointersTo(words);
+    std::vector<char*> const environment = pointersTo(variables);
     int const readEnd = ends != nullptr ? ends->readEnd.get() : -1;
     int const writeEnd = ends != nullptr ? ends->writeEnd.get() : -1;
     pid_t const process = ::fork();
     if (process == 0)
-        becomeWorker(arguments.data(), readEnd, writeEnd, control);
+        becomeWorker(arguments.data(), environment.data(), readEnd, writeEnd, control);
     return process;
 }
 
-void Server::refuseWithoutWorker(Ends const& ends, Peer const& peer, std::string const& reason)
+void Server::refuseWithoutWorker(Ends ends, Peer const& peer, std::string const& reason)
 {
     spdlog::error("{} is refused, for no process can be started for it: {}", peer.name, reason);
-    std::string const answer =
-        greetingAnswer(false, "the data server can't start a process for the session (" + reason +
-                                  "); try again later");
     if (m_options.source.kind != Source::Kind::InheritedSocket)
-        ::send(ends.writeEnd.get(), answer.data(), answer.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+        tellRefusal(std::move(ends), "the data server can't start a process for the session (" +
+                                         reason + "); try again later");
 }
 
 /// Whoever connects and says nothing can't keep others out: of the source that has the most

@@ -49,6 +49,15 @@ private:
         Clock::time_point start;
     };
 
+    /// A connection that was answered without a worker and is left open for a moment: closing it
+    /// at once could throw away the answer.
+    struct Refused
+    {
+        Ends ends;
+        Clock::time_point until;
+    };
+
+    void refuseToRunAsRoot() const;
     void refuseToBeOpenToAll() const;
     void tryAddon();
     void startListening();
@@ -62,9 +71,11 @@ private:
 
     void acceptConnection();
     void pauseAccepting(int error);
+    bool mayComeIn(Peer const& peer) const;
+    void tellRefusal(Ends ends, std::string const& reason);
     void startWorker(Ends ends, Peer const& peer, bool greets);
     pid_t fork(WorkerOrder const& order, Ends const* ends, int control);
-    void refuseWithoutWorker(Ends const& ends, Peer const& peer, std::string const& reason);
+    void refuseWithoutWorker(Ends ends, Peer const& peer, std::string const& reason);
     void makeWayForGreeting();
 
     void handleControl(Worker& worker);
@@ -82,8 +93,10 @@ private:
     SignalQueue m_signals;
     std::unique_ptr<socketutil::Listener> m_listener;
     std::list<Worker> m_workers;
+    std::list<Refused> m_refused;
     unsigned long m_numConnections = 0;
     int m_exitStatus = 0;
+    bool m_checksInheritedPeer = false;
     bool m_onceIsUsedUp = false;
     bool m_isStopping = false;
     bool m_wereWorkersAsked = false;

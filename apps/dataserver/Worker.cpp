@@ -126,6 +126,10 @@ std::vector<std::string> WorkerOrder::arguments() const
         "max-item-bytes=" + std::to_string(maxItemBytes),
         "greeting-timeout=" + std::to_string(greetingTimeout.count()),
         "idle-timeout=" + std::to_string(idleTimeout.count()),
+        "max-memory=" + std::to_string(limits.maxMemory),
+        "max-open-files=" + std::to_string(limits.maxOpenFiles),
+        "max-time=" + std::to_string(limits.maxSeconds),
+        "core-dumps=" + std::to_string(limits.dumpsCore ? 1 : 0),
         "log-level=" + logLevel,
         "server=" + std::to_string(server),
     };
@@ -152,6 +156,10 @@ WorkerOrder WorkerOrder::parse(std::vector<std::string> const& arguments)
     order.maxItemBytes = std::stoul(said["max-item-bytes"]);
     order.greetingTimeout = std::chrono::milliseconds(std::stol(said["greeting-timeout"]));
     order.idleTimeout = std::chrono::milliseconds(std::stol(said["idle-timeout"]));
+    order.limits.maxMemory = std::stoul(said["max-memory"]);
+    order.limits.maxOpenFiles = std::stoul(said["max-open-files"]);
+    order.limits.maxSeconds = std::stoul(said["max-time"]);
+    order.limits.dumpsCore = said["core-dumps"] == "1";
     order.logLevel = said["log-level"];
     order.server = std::stoi(said["server"]);
     return order;
@@ -166,6 +174,7 @@ int runWorker(WorkerOrder const& order)
         ::fcntl(end, F_SETFD, FD_CLOEXEC); // what an add-on starts doesn't hold the connection open
     startLog(order.logLevel);
     // The trial too, so that an add-on that needs more is found at the start.
+    applyLimits(order.limits);
     fenceReading(SharedFolders(order.sharedFolders), order.addonPath);
     return order.task == WorkerTask::TryAddon ? tryAddon(order.addonPath) : serve(order);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "apps/dataserver/ResourceLimits.h"
+
 #include <chrono>
 #include <cstddef>
 #include <string>
@@ -30,6 +32,7 @@ struct WorkerOrder
     std::chrono::milliseconds idleTimeout{};
     std::string logLevel;
     std::vector<std::string> sharedFolders;
+    ResourceLimits limits;
     pid_t server = 0; ///< the process that the worker must not outlive
 
     /// The arguments behind the program's name, and back. parse throws std::invalid_argument.

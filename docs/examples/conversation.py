@@ -8,6 +8,7 @@ PROGRAM is vnxdataserver, ADDON the HDQFS loader. Nothing of the project's code 
 what docs/wire.md says, in another language.
 """
 
+import os
 import pathlib
 import re
 import struct
@@ -353,7 +354,8 @@ class Client:
 
 
 def play(program, addon, path):
-    with subprocess.Popen([program, "--addon", addon, "--listen", "stdio"], cwd=FOLDER,
+    as_root = ["--allow-root"] if os.geteuid() == 0 else []
+    with subprocess.Popen([program, "--addon", addon, "--listen", "stdio", *as_root], cwd=FOLDER,
                           stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                           stderr=subprocess.DEVNULL) as process:
         wire = Wire(process)

@@ -67,7 +67,9 @@ TEST_F(Process, OfOurOwnInheritsTheStreamAndGetsTheAddon)
 {
     std::string const program = write("server", "#!/bin/sh\necho \"$@\" >&3\n", 0755);
     auto const server = ServerProcess::startLocal(program, "/a b.so");
-    EXPECT_EQ(readAll(server->takeStream().get()), "--listen fd:3 --addon /a b.so\n");
+    EXPECT_EQ(readAll(server->takeStream().get()), std::string("--listen fd:3 --addon /a b.so") +
+                                                       (::geteuid() == 0 ? " --allow-root" : "") +
+                                                       "\n");
     EXPECT_LT(server->killTarget(), -1) << "a group";
     EXPECT_TRUE(server->waitFor(std::chrono::seconds(5)));
     EXPECT_EQ(server->killTarget(), 0);
@@ -137,6 +139,14 @@ TEST_F(Ssh, QuotesForTheShellOnTheOtherSide)
     ::shutdown(stream.get(), SHUT_WR);
     EXPECT_EQ(readAll(stream.get()),
               "6:there vnxdataserver --listen stdio --addon '/it'\\''s/a b.so'\n");
+}
+
+TEST_F(Ssh, LetsTheServerRunAsRootWhereThatIsAskedFor)
+{
+    auto const server = ServerProcess::startSsh("root@there", "", true);
+    socketutil::Descriptor const stream = server->takeStream();
+    ::shutdown(stream.get(), SHUT_WR);
+    EXPECT_EQ(readAll(stream.get()), "10:root@there vnxdataserver --listen stdio --allow-root\n");
 }
 
 TEST_F(Ssh, HostThatLooksLikeAnOptionIsRefused)

@@ -53,6 +53,9 @@ UsageCase const usageCases[] = {
     {"NoTime", {"--listen", "stdio", "--greeting-timeout", "0"}, "--greeting-timeout"},
     {"NegativeIdleTime", {"--listen", "stdio", "--idle-timeout", "-1"}, "--idle-timeout"},
     {"NoGreetings", {"--listen", "stdio", "--max-greetings", "0"}, "--max-greetings"},
+    {"LittleMemory", {"--listen", "stdio", "--max-memory", "1000"}, "--max-memory"},
+    {"FewFiles", {"--listen", "stdio", "--max-open-files", "3"}, "--max-open-files"},
+    {"UserWithoutNumber", {"--listen", "stdio", "--allow-uid", "root"}, "--allow-uid"},
     {"UnknownLevel", {"--listen", "stdio", "--log-level", "loud"}, "--log-level"},
     {"TokenThatNobodyShows", {"--listen", "fd:3", "--token-file", "t"}, "has no greeting"},
     {"OpenToAll", {"--listen", "tcp:0.0.0.0:0"}, "give --token-file FILE"},
@@ -66,6 +69,17 @@ TEST_F(DataServer, OrdersForAWorkerAreNotForPeople)
     Program program({"--worker", "1", "2"}, folder / "log");
     EXPECT_EQ(program.wait(), 2);
     EXPECT_TRUE(program.logHolds("--worker is for the program's own use.")) << program.log();
+}
+
+TEST_F(DataServer, RunningAsRootIsRefused)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "the tests don't run as root";
+    Surroundings surroundings;
+    surroundings.allowsRoot = false;
+    EXPECT_EQ(statusOf({"--listen", "stdio"}, surroundings), 2);
+    EXPECT_NE(lastLog().find("Running as root is refused: "), std::string::npos) << lastLog();
+    EXPECT_NE(lastLog().find("give --allow-root"), std::string::npos);
 }
 
 /// What the program prints to standard output, in its place of a real shell.
@@ -84,11 +98,27 @@ std::string outputOf(std::string const& arguments)
 TEST(CommandLine, HelpNamesEveryOption)
 {
     std::string const help = outputOf("--help");
-    for (char const* option :
-         {"--addon PATH", "--listen ADDRESS", "--address-file FILE", "--token-file FILE", "--once",
-          "--max-sessions N=64", "--max-item-bytes N=1073741824", "--greeting-timeout SECONDS=10",
-          "--root DIR", "--max-sessions-per-source N", "--max-greetings N=32",
-          "--idle-timeout SECONDS", "--log-level LEVEL=info", "--version"})
+    for (char const* option : {"--addon PATH",
+                               "--listen ADDRESS",
+                               "--address-file FILE",
+                               "--token-file FILE",
+                               "--once",
+                               "--max-sessions N=64",
+                               "--max-item-bytes N=1073741824",
+                               "--greeting-timeout SECONDS=10",
+                               "--root DIR",
+                               "--allow-uid UID",
+                               "--allow-root",
+                               "--max-memory BYTES",
+                               "--max-open-files N",
+                               "--max-time SECONDS",
+                               "--core-dumps",
+                               "--keep-env NAME",
+                               "--max-sessions-per-source N",
+                               "--max-greetings N=32",
+                               "--idle-timeout SECONDS",
+                               "--log-level LEVEL=info",
+                               "--version"})
         EXPECT_NE(help.find(option), std::string::npos) << option;
 }
 

@@ -78,6 +78,8 @@ Program::Program(std::vector<std::string> const& arguments, fs::path const& logF
 {
     std::vector<std::string> words = arguments;
     words.insert(words.begin(), std::string(VNX_BIN_DIR) + "/vnxdataserver");
+    if (surroundings.allowsRoot && ::geteuid() == 0)
+        words.emplace_back("--allow-root");
     std::vector<char*> pointers;
     for (std::string& word : words)
         pointers.push_back(word.data());

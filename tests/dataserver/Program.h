@@ -24,6 +24,8 @@ struct Surroundings
     std::vector<std::pair<int, int>> descriptors;
     /// As under nohup.
     bool ignoresHangUp = false;
+    /// Adds --allow-root where the tests run as root.
+    bool allowsRoot = true;
 };
 
 /// A running vnxdataserver. Killed in the end, if it is still there.

@@ -85,6 +85,8 @@ void checkUsage(ConnectionOptions const& options)
     if (!options.addon.empty() && !startsServer)
         throw WrongUsage("--addon is for a server that is started here or through ssh; one that is "
                          "running has its add-on already.");
+    if (options.allowsRoot && !isSsh(options.address))
+        throw WrongUsage("--allow-root is for a server that is started through ssh.");
     if (!options.tokenFile.empty() && options.address.empty())
         throw WrongUsage("--token-file is for a server that is named with --connect.");
 }
@@ -94,7 +96,7 @@ std::unique_ptr<ServerProcess> startServer(ConnectionOptions const& options)
     return options.address.empty()
                ? ServerProcess::startLocal(client::findServerProgram(), options.addon)
                : ServerProcess::startSsh(options.address.substr(sizeof(SSH_PREFIX) - 1),
-                                         options.addon);
+                                         options.addon, options.allowsRoot);
 }
 
 }

@@ -13,7 +13,8 @@ struct ConnectionOptions
 {
     std::string address; ///< unix:, tcp: or ssh:; empty for a server of our own
     std::string tokenFile;
-    std::string addon; ///< for a server that we start, here or through ssh
+    std::string addon;       ///< for a server that we start, here or through ssh
+    bool allowsRoot = false; ///< of a server that is started through ssh
 };
 
 /// A greeted session with a data server. While it lives, a signal that ends this process ends the

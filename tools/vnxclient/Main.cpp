@@ -155,6 +155,8 @@ Commands describe(CLI::App& app, Options& options)
                    "file whose first line is the token to show; for its owner's eyes only");
     app.add_option("--addon", options.connection.addon,
                    "loader add-on of a server that is started here or through ssh");
+    app.add_flag("--allow-root", options.connection.allowsRoot,
+                 "the server that is started through ssh may run as root");
     app.add_flag("--json", options.asJson, "write JSON");
 
     Commands commands{};

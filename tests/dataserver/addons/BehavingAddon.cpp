@@ -9,8 +9,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -25,8 +28,8 @@ void reportBeginning(std::string const& path)
     std::filesystem::rename(path + ".part", path + ".begun");
 }
 
-/// Waits for PATH.go, then writes what opening PATH gave into PATH.opened: 0, or the error's number.
-/// PATH.go and PATH.opened lie where the path of the data set leads at first.
+/// Waits for PATH.go, then writes what opening PATH gave into PATH.opened: 0, or the error's
+/// number. PATH.go and PATH.opened lie where the path of the data set leads at first.
 void openLater(std::string const& path)
 {
     std::filesystem::path const folder = std::filesystem::canonical(path).parent_path();
@@ -38,6 +41,29 @@ void openLater(std::string const& path)
         std::fclose(file);
     std::filesystem::rename(folder / "opened.part", folder / "opened");
 }
+
+// What is thrown reaches the client as a text.
+
+[[noreturn]] void tellNumberOfOpenFiles()
+{
+    int last = 0;
+    for (int next = 0; (next = ::dup(STDERR_FILENO)) >= 0;)
+        last = next;
+    rlimit core = {};
+    ::getrlimit(RLIMIT_CORE, &core);
+    throw std::runtime_error("last " + std::to_string(last) + ", core " +
+                             std::to_string(core.rlim_max));
+}
+
+[[noreturn]] void tellEnvironment()
+{
+    std::string text;
+    for (char* const* entry = environ; *entry != nullptr; ++entry)
+        text += std::string(*entry) + "\n";
+    throw std::runtime_error(text);
+}
+
+std::vector<char> ballast;
 
 [[noreturn]] void spin()
 {
@@ -59,6 +85,12 @@ char load(StringList_s* instructions, unsigned long)
         spin();
     if (word == "asks.hdqfs")
         VnxUtilDataSetGetNumZones();
+    if (word == "grows.hdqfs")
+        std::vector<char>(256 << 20, 1).swap(ballast);
+    if (word == "opensMany.hdqfs")
+        tellNumberOfOpenFiles();
+    if (word == "environment.hdqfs")
+        tellEnvironment();
     if (word == "opens.hdqfs")
         openLater(path);
     if (word == "floods.hdqfs")
