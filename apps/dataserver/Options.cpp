@@ -95,6 +95,13 @@ void refuseWhatContradicts(Options const& options)
     if (options.source.kind == Source::Kind::InheritedSocket && !options.tokenFile.empty())
         throw UsageError("A session over fd:N has no greeting, so nobody would show a token; leave "
                          "--token-file away.");
+    bool const hasKey = !options.tls.key.empty();
+    if (options.tls.certificate.empty() == hasKey || (!options.tls.clientCa.empty() && !hasKey))
+        throw UsageError("TLS needs both --tls-cert and --tls-key.");
+    bool const isTcp = options.source.kind == Source::Kind::Listening &&
+                       options.source.address.kind == socketutil::Address::Kind::Tcp;
+    if (hasKey && !isTcp)
+        throw UsageError("TLS is for --listen tcp:HOST:PORT alone.");
 }
 
 }
@@ -131,6 +138,17 @@ std::optional<Options> parseOptions(int argc, char const* const* argv, int& exit
     app.add_option("--token-file", options.tokenFile,
                    "The first line of FILE is the token that a client must show. Others must not "
                    "be able to read FILE. Needed for tcp: beyond this machine")
+        ->type_name("FILE");
+    app.add_option(
+           "--tls-cert", options.tls.certificate,
+           "Encrypts tcp: with TLS. FILE has the server's certificate in PEM form, with those "
+           "that lead to its authority; it is read for each connection")
+        ->type_name("FILE");
+    app.add_option("--tls-key", options.tls.key,
+                   "The key of that certificate; others must not be able to read FILE")
+        ->type_name("FILE");
+    app.add_option("--tls-client-ca", options.tls.clientCa,
+                   "Clients must show a certificate signed by one in FILE")
         ->type_name("FILE");
     app.add_option(
            "--root", options.sharedFolders,
@@ -221,8 +239,10 @@ std::optional<Options> parseOptions(int argc, char const* const* argv, int& exit
     }
     options.greetingTimeout = milliseconds(greetingTimeout);
     options.idleTimeout = milliseconds(idleTimeout.value_or(defaultIdleSeconds(options.source)));
-    if (!options.addonPath.empty())
-        options.addonPath = std::filesystem::absolute(options.addonPath).string();
+    for (std::string* const path :
+         {&options.addonPath, &options.tls.certificate, &options.tls.key, &options.tls.clientCa})
+        if (!path->empty())
+            *path = std::filesystem::absolute(*path).string();
     return options;
 }
 

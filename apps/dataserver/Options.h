@@ -2,6 +2,7 @@
 
 #include "apps/dataserver/ResourceLimits.h"
 #include "socket/Address.h"
+#include "socket/Tls.h"
 
 #include <chrono>
 #include <cstddef>
@@ -28,8 +29,9 @@ struct Options
 {
     std::string addonPath; ///< absolute; empty means the loader that is installed with the program
     Source source;
-    std::string addressFile; ///< empty: none
-    std::string tokenFile;   ///< empty: none
+    std::string addressFile;        ///< empty: none
+    std::string tokenFile;          ///< empty: none
+    socketutil::TlsServerFiles tls; ///< absolute; no certificate: no TLS
     bool servesOnce = false;
     std::size_t maxSessions = 64;
     std::size_t maxSessionsPerSource = 0; ///< 0: no limit of its own

@@ -104,7 +104,7 @@ bool isOrdinary(std::string const& name)
 {
     constexpr char const* NAMES[] = {"PATH", "HOME", "USER",   "USERNAME", "LOGNAME",
                                      "LANG", "TZ",   "TMPDIR", "LANGUAGE", "LD_LIBRARY_PATH"};
-    return name.starts_with("LC_") || name.starts_with("OMP_") ||
+    return name.starts_with("VNX_") || name.starts_with("LC_") || name.starts_with("OMP_") ||
            std::find(std::begin(NAMES), std::end(NAMES), name) != std::end(NAMES);
 }
 
@@ -162,6 +162,8 @@ Server::Server(Options const& options) : m_options(options)
         m_options.addonPath = installedAddon();
     if (!m_options.tokenFile.empty())
         m_token = socketutil::readTokenFile(m_options.tokenFile);
+    if (!m_options.tls.certificate.empty())
+        socketutil::TlsConnection{m_options.tls}; // so that files that can't be used are told now
     m_options.sharedFolders = SharedFolders(m_options.sharedFolders).paths();
     if (!m_options.sharedFolders.empty() && fenceSupport() == Fence::NotSupported)
         spdlog::warn("this kernel can't hold a session to directories, so a link that is changed "
@@ -412,7 +414,10 @@ void Server::tellRefusal(Ends ends, std::string const& reason)
 {
     constexpr auto MOMENT = 1s;
     constexpr std::size_t ENOUGH = 64;
-    std::string const answer = greetingAnswer(false, reason);
+    constexpr char TLS_ALERT[] = "\x15\x03\x03\x00\x02\x02\x50"; // fatal, internal error
+    std::string const answer = m_options.tls.certificate.empty()
+                                   ? greetingAnswer(false, reason)
+                                   : std::string(TLS_ALERT, sizeof(TLS_ALERT) - 1);
     ssize_t const sent =
         ::send(ends.writeEnd.get(), answer.data(), answer.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
     bool const isPipe = sent < 0 && errno == ENOTSOCK; // and fresh, with room for all of it
@@ -440,6 +445,7 @@ void Server::startWorker(Ends ends, Peer const& peer, bool greets)
     order.logLevel = m_options.logLevel;
     order.sharedFolders = m_options.sharedFolders;
     order.limits = m_options.limits;
+    order.tls = m_options.tls;
 
     int control[2];
     if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, control) != 0) {

@@ -18,6 +18,7 @@
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace varnox::dataserver {
@@ -58,7 +59,7 @@ namespace {
 constexpr int NO_SESSION = 1; // the exit status of a worker that has refused its client
 
 /// A worker ends with its server, however that ends.
-void followServer(pid_t server)
+void follow(pid_t server)
 {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != server)
@@ -99,6 +100,60 @@ bool greet(WorkerOrder const& order, int serverSocket)
     return false;
 }
 
+[[noreturn]] void endAs(pid_t child)
+{
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (WIFSIGNALED(status)) {
+        std::signal(WTERMSIG(status), SIG_DFL);
+        ::raise(WTERMSIG(status));
+    }
+    ::_exit(WIFEXITED(status) ? WEXITSTATUS(status) : NO_SESSION);
+}
+
+/// Encrypts for the child until either side has closed, then ends as the child does. No code of an
+/// add-on ever runs in a process that holds the key.
+[[noreturn]] void encryptFor(pid_t child, Descriptor plain, WorkerOrder const& order)
+{
+    try {
+        Descriptor connection(WorkerOrder::READ_END);
+        ::close(WorkerOrder::WRITE_END);
+        ::close(WorkerOrder::CONTROL);
+        socketutil::TlsConnection tls(order.tls);
+        tls.shakeHands(std::move(connection), plain.get(), order.greetingTimeout);
+        std::string const failure = tls.relay(std::move(plain));
+        if (!failure.empty())
+            spdlog::warn("{}: TLS failed: {}", order.name, printable(failure));
+    } catch (std::exception const& error) {
+        spdlog::warn("{}: {}", order.name, printable(error.what()));
+    }
+    plain.reset();
+    endAs(child);
+}
+
+/// Returns in a child that has a plain socket in the place of the connection.
+void splitIntoTlsAndSession(WorkerOrder const& order)
+{
+    int ends[2];
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0)
+        throw std::runtime_error(std::string("Can't make a socket: ") + std::strerror(errno) + ".");
+    Descriptor sessionsEnd(ends[0]);
+    Descriptor encryptersEnd(ends[1]);
+    pid_t const encrypter = ::getpid();
+    pid_t const child = ::fork();
+    if (child < 0)
+        throw std::runtime_error(std::string("Can't start a process: ") + std::strerror(errno) +
+                                 ".");
+    if (child > 0) {
+        sessionsEnd.reset();
+        encryptFor(child, std::move(encryptersEnd), order);
+    }
+    follow(encrypter);
+    for (int const end : {WorkerOrder::READ_END, WorkerOrder::WRITE_END})
+        ::dup3(sessionsEnd.get(), end, O_CLOEXEC);
+}
+
 int serve(WorkerOrder const& order)
 {
     Descriptor serverSocket(WorkerOrder::CONTROL);
@@ -130,6 +185,9 @@ std::vector<std::string> WorkerOrder::arguments() const
         "max-open-files=" + std::to_string(limits.maxOpenFiles),
         "max-time=" + std::to_string(limits.maxSeconds),
         "core-dumps=" + std::to_string(limits.dumpsCore ? 1 : 0),
+        "tls-cert=" + tls.certificate,
+        "tls-key=" + tls.key,
+        "tls-client-ca=" + tls.clientCa,
         "log-level=" + logLevel,
         "server=" + std::to_string(server),
     };
@@ -160,6 +218,7 @@ WorkerOrder WorkerOrder::parse(std::vector<std::string> const& arguments)
     order.limits.maxOpenFiles = std::stoul(said["max-open-files"]);
     order.limits.maxSeconds = std::stoul(said["max-time"]);
     order.limits.dumpsCore = said["core-dumps"] == "1";
+    order.tls = {said["tls-cert"], said["tls-key"], said["tls-client-ca"]};
     order.logLevel = said["log-level"];
     order.server = std::stoi(said["server"]);
     return order;
@@ -167,12 +226,14 @@ WorkerOrder WorkerOrder::parse(std::vector<std::string> const& arguments)
 
 int runWorker(WorkerOrder const& order)
 {
-    followServer(order.server);
+    follow(order.server);
     ::prctl(PR_SET_NAME, "vnxdataserver");
     std::signal(SIGPIPE, SIG_IGN); // a log that nobody reads any more ends no session
     for (int const end : {WorkerOrder::READ_END, WorkerOrder::WRITE_END, WorkerOrder::CONTROL})
         ::fcntl(end, F_SETFD, FD_CLOEXEC); // what an add-on starts doesn't hold the connection open
     startLog(order.logLevel);
+    if (!order.tls.certificate.empty() && order.task != WorkerTask::TryAddon)
+        splitIntoTlsAndSession(order);
     // The trial too, so that an add-on that needs more is found at the start.
     applyLimits(order.limits);
     fenceReading(SharedFolders(order.sharedFolders), order.addonPath);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "apps/dataserver/ResourceLimits.h"
+#include "socket/Tls.h"
 
 #include <chrono>
 #include <cstddef>
@@ -33,7 +34,8 @@ struct WorkerOrder
     std::string logLevel;
     std::vector<std::string> sharedFolders;
     ResourceLimits limits;
-    pid_t server = 0; ///< the process that the worker must not outlive
+    socketutil::TlsServerFiles tls; ///< no certificate: no TLS
+    pid_t server = 0;               ///< the process that the worker must not outlive
 
     /// The arguments behind the program's name, and back. parse throws std::invalid_argument.
     std::vector<std::string> arguments() const;

@@ -146,7 +146,7 @@ TEST_F(Ssh, LetsTheServerRunAsRootWhereThatIsAskedFor)
     auto const server = ServerProcess::startSsh("root@there", "", true);
     socketutil::Descriptor const stream = server->takeStream();
     ::shutdown(stream.get(), SHUT_WR);
-    EXPECT_EQ(readAll(stream.get()), "10:root@there vnxdataserver --listen stdio --allow-root\n");
+    EXPECT_EQ(readAll(stream.get()), "5:root@there vnxdataserver --listen stdio --allow-root\n");
 }
 
 TEST_F(Ssh, HostThatLooksLikeAnOptionIsRefused)

@@ -127,19 +127,21 @@ TEST_F(Limits, ProcessorTimeIsBounded)
 
 TEST_F(Limits, EnvironmentIsCleaned)
 {
-    ::setenv("VNX_TEST_SECRET", "hidden", 1);
-    ::setenv("VNX_TEST_KEPT", "kept", 1);
+    ::setenv("SECRET_OF_A_TEST", "hidden", 1);
+    ::setenv("KEPT_IN_A_TEST", "kept", 1);
+    ::setenv("VNX_OF_AN_ADDON", "1", 1);
     ::setenv("LC_MESSAGES", "C", 1);
-    auto const program = listen({"--keep-env", "VNX_TEST_KEPT"});
+    auto const program = listen({"--keep-env", "KEPT_IN_A_TEST"});
     Client client(address);
     client.greet();
     std::string const text = "\n" + textOfLoad(client, fileNamed("environment.hdqfs"));
-    EXPECT_NE(text.find("\nVNX_TEST_KEPT=kept\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("\nKEPT_IN_A_TEST=kept\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("\nVNX_OF_AN_ADDON=1\n"), std::string::npos) << text;
     EXPECT_NE(text.find("\nPATH="), std::string::npos) << text;
     EXPECT_NE(text.find("\nLC_MESSAGES=C\n"), std::string::npos) << text;
-    EXPECT_EQ(text.find("VNX_TEST_SECRET"), std::string::npos) << text;
-    ::unsetenv("VNX_TEST_SECRET");
-    ::unsetenv("VNX_TEST_KEPT");
+    EXPECT_EQ(text.find("SECRET_OF_A_TEST"), std::string::npos) << text;
+    ::unsetenv("SECRET_OF_A_TEST");
+    ::unsetenv("KEPT_IN_A_TEST");
 }
 
 TEST_F(Limits, TokenStandsInNoCommandLineEnvironmentOrLog)

@@ -1,3 +1,4 @@
+#include "tests/support/Certificates.h"
 #include "tests/vnxclient/Process.h"
 
 #include <gmock/gmock.h>
@@ -683,6 +684,32 @@ TEST_F(VnxClientConnected, ShowsItsTokenOverTcp)
         run({"types", "--connect", address, "--token-file", write("open", "open sesame\n", 0644)});
     EXPECT_EQ(open.status, 1);
     EXPECT_THAT(open.error, HasSubstr("run: chmod 600 "));
+}
+
+TEST_F(VnxClientConnected, SpeaksByTlsToAServerOfTheRightName)
+{
+    Certificate const own = makeCertificate(folder.string(), "own", "127.0.0.1");
+    start({"--listen", "tcp:127.0.0.1:0", "--tls-cert", own.certificate, "--tls-key", own.key});
+    std::string const encrypted = "tls" + address.substr(address.find(':'));
+    Result const trusted = run({"types", "--connect", encrypted, "--tls-ca", own.certificate});
+    EXPECT_EQ(trusted.error, "");
+    EXPECT_EQ(trusted.output, "Loader:     HDQFS\nExtensions: hdqfs\n");
+
+    Result const stranger = run({"types", "--connect", encrypted});
+    EXPECT_EQ(stranger.status, 1);
+    EXPECT_THAT(stranger.error,
+                HasSubstr("Can't connect to " + encrypted +
+                          ": TLS failed: the certificate of the other side is refused: "));
+
+    std::string const byName = "tls:localhost" + address.substr(address.rfind(':'));
+    Result const misnamed = run({"types", "--connect", byName, "--tls-ca", own.certificate});
+    EXPECT_EQ(misnamed.status, 1);
+    EXPECT_THAT(misnamed.error, HasSubstr("hostname mismatch"));
+    EXPECT_EQ(
+        run({"types", "--connect", byName, "--tls-ca", own.certificate, "--tls-any-name"}).status,
+        0);
+    EXPECT_EQ(run({"types", "--connect", address}).status, 1) << "without TLS";
+    EXPECT_EQ(run({"types", "--connect", address, "--tls-ca", own.certificate}).status, 2);
 }
 
 TEST_F(VnxClient, SpeaksThroughSsh)

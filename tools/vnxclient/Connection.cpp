@@ -22,6 +22,8 @@ using socketutil::Descriptor;
 namespace {
 
 constexpr char SSH_PREFIX[] = "ssh:";
+constexpr char TLS_PREFIX[] = "tls:";
+constexpr char TCP_PREFIX[] = "tcp:";
 
 /// A server that has lost its session has this long to write why.
 constexpr std::chrono::milliseconds TIME_FOR_LAST_WORDS{500};
@@ -79,12 +81,38 @@ bool isSsh(std::string const& address)
     return address.rfind(SSH_PREFIX, 0) == 0;
 }
 
+bool isTls(std::string const& address)
+{
+    return address.rfind(TLS_PREFIX, 0) == 0;
+}
+
+std::unique_ptr<socketutil::TlsTunnel> connectByTls(ConnectionOptions const& options)
+{
+    std::string const address = TCP_PREFIX + options.address.substr(sizeof(TLS_PREFIX) - 1);
+    Descriptor connection = connectTo(address);
+    socketutil::TlsClientOptions tls = options.tls;
+    tls.host = socketutil::parseAddress(address).host;
+    try {
+        return std::make_unique<socketutil::TlsTunnel>(std::move(connection), tls,
+                                                       Engine::GREETING_TIMEOUT);
+    } catch (socketutil::TlsError const& error) {
+        throw client::ConnectionLost("Can't connect to " + options.address + ": " + error.what());
+    }
+}
+
 void checkUsage(ConnectionOptions const& options)
 {
     bool const startsServer = options.address.empty() || isSsh(options.address);
     if (!options.addon.empty() && !startsServer)
         throw WrongUsage("--addon is for a server that is started here or through ssh; one that is "
                          "running has its add-on already.");
+    bool const hasTlsOptions = !options.tls.ca.empty() || !options.tls.certificate.empty() ||
+                               !options.tls.key.empty() || !options.tls.checksName;
+    if (hasTlsOptions && !isTls(options.address))
+        throw WrongUsage("The options of TLS are for a server that is named with --connect "
+                         "tls:HOST:PORT.");
+    if (options.tls.certificate.empty() != options.tls.key.empty())
+        throw WrongUsage("--tls-cert and --tls-key go together.");
     if (options.allowsRoot && !isSsh(options.address))
         throw WrongUsage("--allow-root is for a server that is started through ssh.");
     if (!options.tokenFile.empty() && options.address.empty())
@@ -121,6 +149,9 @@ Connection::Connection(ConnectionOptions const& options)
         m_server = startServer(options);
         serverToKill = m_server->killTarget();
         stream = m_server->takeStream();
+    } else if (isTls(options.address)) {
+        m_tunnel = connectByTls(options);
+        stream = m_tunnel->takeStream();
     } else {
         stream = connectTo(options.address);
     }
@@ -144,6 +175,7 @@ Connection::~Connection()
     SignalsHeldBack const heldBack;
     serverToKill = 0;
     m_engine.reset(); // hangs up, which ends the session
+    m_tunnel.reset(); // passes that on
     m_server.reset(); // kills what is left
 }
 
@@ -151,6 +183,7 @@ void Connection::close()
 {
     m_engine->close();
     m_engine.reset();
+    m_tunnel.reset();
     if (m_server != nullptr)
         m_server->waitFor(TIME_TO_END);
 }

@@ -2,6 +2,7 @@
 
 #include "client/Engine.h"
 #include "client/ServerProcess.h"
+#include "socket/Tls.h"
 #include "tools/support/WrongUsage.h"
 
 #include <memory>
@@ -11,8 +12,9 @@ namespace varnox::tools {
 
 struct ConnectionOptions
 {
-    std::string address; ///< unix:, tcp: or ssh:; empty for a server of our own
+    std::string address; ///< unix:, tcp:, tls: or ssh:; empty for a server of our own
     std::string tokenFile;
+    socketutil::TlsClientOptions tls;
     std::string addon;       ///< for a server that we start, here or through ssh
     bool allowsRoot = false; ///< of a server that is started through ssh
 };
@@ -34,6 +36,7 @@ public:
 
 private:
     std::unique_ptr<client::ServerProcess> m_server;
+    std::unique_ptr<socketutil::TlsTunnel> m_tunnel;
     std::unique_ptr<client::Engine> m_engine;
 };
 

@@ -149,8 +149,16 @@ Commands describe(CLI::App& app, Options& options)
     app.require_subcommand(1);
     app.fallthrough();
     app.add_option("--connect", options.connection.address,
-                   "server: unix:PATH, tcp:HOST:PORT or ssh:[USER@]HOST; without it one is started "
-                   "for local files");
+                   "server: unix:PATH, tcp:HOST:PORT, tls:HOST:PORT or ssh:[USER@]HOST; without it "
+                   "one is started for local files");
+    app.add_option("--tls-ca", options.connection.tls.ca,
+                   "file of the certificates that may sign a server's, instead of those that this "
+                   "system trusts");
+    app.add_option("--tls-cert", options.connection.tls.certificate,
+                   "file of our own certificate, for a server that wants one");
+    app.add_option("--tls-key", options.connection.tls.key, "file of its key");
+    app.add_flag("!--tls-any-name", options.connection.tls.checksName,
+                 "take a certificate for any name, if it is signed as it has to be");
     app.add_option("--token-file", options.connection.tokenFile,
                    "file whose first line is the token to show; for its owner's eyes only");
     app.add_option("--addon", options.connection.addon,
