@@ -37,6 +37,7 @@ constexpr auto GRACE = 5s;        // for running sessions, from the signal to en
 constexpr auto LAST_GRACE = 1s;   // from a worker's SIGTERM to its SIGKILL
 constexpr auto TRIAL_LIMIT = 60s; // for an add-on to come up
 constexpr char WRONG_USER[] = "this data server serves other users of this machine";
+constexpr auto GREETINGS_OWN = 500ms; // a greeting makes way for another after that time only
 constexpr auto ACCEPT_PAUSE = 200ms;
 
 /// Lets the system find out when a client's machine has vanished without a word.
@@ -296,7 +297,7 @@ bool Server::isDone() const
 void Server::waitForEvents()
 {
     std::vector<pollfd> waiting{{m_signals.descriptor(), POLLIN, 0}};
-    bool const accepts = m_listener && !m_acceptAgainTime;
+    bool const accepts = m_listener && !m_acceptAgainTime && !timeOfPlaceForGreeting();
     waiting.push_back({accepts ? m_listener->descriptor() : -1, POLLIN, 0});
     for (Worker const& worker : m_workers)
         waiting.push_back({worker.control.get(), POLLIN, 0});
@@ -320,6 +321,9 @@ int Server::millisecondsToNextDeadline() const
     std::optional<Clock::time_point> next = m_killTime;
     if (m_acceptAgainTime && (!next || *m_acceptAgainTime < *next))
         next = m_acceptAgainTime;
+    std::optional<Clock::time_point> const place = timeOfPlaceForGreeting();
+    if (m_listener && place && (!next || *place < *next))
+        next = place;
     if (!m_refused.empty() && (!next || m_refused.front().until < *next))
         next = m_refused.front().until;
     if (!next)
@@ -494,18 +498,36 @@ void Server::refuseWithoutWorker(Ends ends, Peer const& peer, std::string const&
 
 /// Whoever connects and says nothing can't keep others out: of the source that has the most
 /// greetings the oldest is refused. So a source that floods us meets itself.
-void Server::makeWayForGreeting()
+Server::Worker const* Server::greetingToDrop() const
 {
     std::map<std::string, std::size_t> counts;
     for (Worker const& worker : m_workers)
         if (worker.state == Worker::State::Greeting)
             ++counts[worker.peer.source];
-    Worker* oldest = nullptr; // in the list the oldest come first
-    for (Worker& worker : m_workers)
+    Worker const* result = nullptr; // in the list the oldest come first
+    for (Worker const& worker : m_workers)
         if (worker.state == Worker::State::Greeting &&
-            (oldest == nullptr || counts[worker.peer.source] > counts[oldest->peer.source]))
-            oldest = &worker;
-    if (oldest == nullptr)
+            (result == nullptr || counts[worker.peer.source] > counts[result->peer.source]))
+            result = &worker;
+    return result;
+}
+
+/// Nothing if there is one, or one can be made. Many clients that come at once wait for one
+/// another; nobody is dropped who was given no time.
+std::optional<Server::Clock::time_point> Server::timeOfPlaceForGreeting() const
+{
+    if (numIn(Worker::State::Greeting) < m_options.maxGreetings)
+        return std::nullopt;
+    Clock::time_point const time = greetingToDrop()->start + GREETINGS_OWN;
+    return Clock::now() < time ? std::optional(time) : std::nullopt;
+}
+
+void Server::makeWayForGreeting()
+{
+    Worker const* const chosen = greetingToDrop();
+    auto const oldest = std::find_if(m_workers.begin(), m_workers.end(),
+                                     [&](Worker const& worker) { return &worker == chosen; });
+    if (oldest == m_workers.end())
         return;
     spdlog::warn("{}: {} is dropped in its greeting, for others are waiting", oldest->name,
                  oldest->peer.name);

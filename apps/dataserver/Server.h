@@ -76,6 +76,8 @@ private:
     void startWorker(Ends ends, Peer const& peer, bool greets);
     pid_t fork(WorkerOrder const& order, Ends const* ends, int control);
     void refuseWithoutWorker(Ends ends, Peer const& peer, std::string const& reason);
+    Worker const* greetingToDrop() const;
+    std::optional<Clock::time_point> timeOfPlaceForGreeting() const;
     void makeWayForGreeting();
 
     void handleControl(Worker& worker);

@@ -312,6 +312,55 @@ TEST_F(Serving, LastWordsOfAClientThatLeavesAreRead)
     EXPECT_TRUE(program->logHolds("The client closed the session.")) << program->log();
 }
 
+std::vector<pid_t> childrenOf(pid_t process)
+{
+    std::string const name = std::to_string(process);
+    std::istringstream numbers(contents("/proc/" + name + "/task/" + name + "/children"));
+    std::vector<pid_t> result;
+    for (pid_t number = 0; numbers >> number;)
+        result.push_back(number);
+    return result;
+}
+
+TEST_F(Serving, WorkersKilledAtAnyMomentHarmNobodyElse)
+{
+    auto const program = listen();
+    Client other(address);
+    other.greet();
+    other.expectToBeServed();
+    std::vector<pid_t> const others = childrenOf(program->process());
+    ASSERT_EQ(others.size(), 1U);
+    for (auto delay = 0us; delay < 40ms; delay += 1500us) {
+        Client client(address);
+        client.socket().sendString("VNXDATASERVER 1");
+        client.socket().sendString("");
+        client.socket().sendString("list file types");
+        std::this_thread::sleep_for(delay);
+        for (pid_t const child : childrenOf(program->process()))
+            if (child != others.front())
+                ::kill(child, SIGKILL);
+    }
+    other.expectToBeServed();
+    Client next(address);
+    EXPECT_EQ(next.greet(), (Answer{1, ""}));
+    next.expectToBeServed();
+    next.close();
+    EXPECT_TRUE(eventually([&] { return childrenOf(program->process()) == others; }));
+}
+
+TEST_F(Serving, LogThatNobodyCanWriteStopsNothing)
+{
+    Program program({"--addon", addon("vnxbehavingaddon"), "--listen",
+                     "unix:" + socketPath.string(), "--log-level", "debug", "--once"},
+                    "/dev/full");
+    ASSERT_TRUE(eventually([&] { return std::filesystem::exists(socketPath); }));
+    Client client("unix:" + socketPath.string());
+    EXPECT_EQ(client.greet(), (Answer{1, ""}));
+    client.expectToBeServed();
+    client.socket().sendString("close data server");
+    EXPECT_EQ(program.wait(), 0);
+}
+
 TEST_F(Serving, NoWorkerOutlivesTheServer)
 {
     auto const program = listen();
