@@ -100,6 +100,9 @@ void refuseWhatContradicts(Options const& options)
         throw UsageError("TLS needs both --tls-cert and --tls-key.");
     bool const isTcp = options.source.kind == Source::Kind::Listening &&
                        options.source.address.kind == socketutil::Address::Kind::Tcp;
+    if (isTcp && !options.allowedUsers.empty())
+        throw UsageError("--allow-uid is for Unix sockets: nobody tells the user behind a "
+                         "connection over TCP. Give --token-file FILE.");
     if (hasKey && !isTcp)
         throw UsageError("TLS is for --listen tcp:HOST:PORT alone.");
 }

@@ -40,12 +40,14 @@ std::string sourceOf(sockaddr_storage const& peer)
 
 Peer peerOf(int connection)
 {
+    int domain = 0;
+    socklen_t size = sizeof(domain);
+    if (::getsockopt(connection, SOL_SOCKET, SO_DOMAIN, &domain, &size) == 0 && domain == AF_UNIX)
+        return peerOnThisMachine(connection);
     sockaddr_storage peer = {};
-    socklen_t size = sizeof(peer);
+    size = sizeof(peer);
     if (::getpeername(connection, reinterpret_cast<sockaddr*>(&peer), &size) != 0)
         return {"a client that has left", "", {}};
-    if (peer.ss_family == AF_UNIX)
-        return peerOnThisMachine(connection);
     char host[NI_MAXHOST];
     char port[NI_MAXSERV];
     if ((peer.ss_family != AF_INET && peer.ss_family != AF_INET6) ||

@@ -380,7 +380,8 @@ void Server::acceptConnection()
         return;
     }
     ends.readEnd = std::move(connection);
-    if (peer.user && !mayComeIn(peer)) {
+    bool const isOfThisMachine = m_options.source.address.kind == Address::Kind::Unix;
+    if (isOfThisMachine && !mayComeIn(peer)) {
         spdlog::warn("{} is refused: it isn't among those of --allow-uid", peer.name);
         tellRefusal(std::move(ends), WRONG_USER);
         return;
@@ -635,6 +636,7 @@ void Server::workerEnded(Worker& worker, int status)
 void Server::stop(int signal)
 {
     m_listener.reset();
+    m_refused.clear();
     for (Worker const& worker : m_workers)
         if (worker.state == Worker::State::Greeting || worker.state == Worker::State::Dropped ||
             m_isStopping)
