@@ -32,11 +32,18 @@ int DescriptorCache::descriptorOf(std::string const& path)
         m_byPath.erase(m_open.back().path);
         m_open.pop_back();
     }
+    // What needs memory comes before what would be lost without it.
+    std::list<OpenFile> added;
+    added.push_front({path, -1});
+    auto const place = m_byPath.emplace(path, added.begin()).first;
     int const descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0)
-        throw std::runtime_error("Cannot open " + path + ": " + std::strerror(errno) + ".");
-    m_open.push_front({path, descriptor});
-    m_byPath[path] = m_open.begin();
+    if (descriptor < 0) {
+        int const error = errno;
+        m_byPath.erase(place);
+        throw std::runtime_error("Cannot open " + path + ": " + std::strerror(error) + ".");
+    }
+    added.front().descriptor = descriptor;
+    m_open.splice(m_open.begin(), added);
     return descriptor;
 }
 
