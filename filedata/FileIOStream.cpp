@@ -50,6 +50,8 @@ char FileIOStream::seekToFileStart()
 
 char FileIOStream::seekToFileLoc(std::uint64_t loc)
 {
+    if (m_file != nullptr)
+        std::clearerr(m_file); // a read that failed says nothing about another place
     return m_file != nullptr &&
            loc <= static_cast<std::uint64_t>(std::numeric_limits<off_t>::max()) &&
            ::fseeko(m_file, static_cast<off_t>(loc), SEEK_SET) == 0;

@@ -2,6 +2,8 @@
 
 #include "filedata/Messages.h"
 
+#include <cstdio>
+
 #include <sys/stat.h>
 
 namespace varnox::hdqio {
@@ -13,6 +15,12 @@ bool isRegularFile(std::string const& path)
 {
     struct stat status = {};
     return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+/// A read that fails ends a number like the end of the file does, perhaps in the middle of it.
+int unlessCut(int numScanned, std::FILE* stream)
+{
+    return std::ferror(stream) != 0 ? EOF : numScanned;
 }
 
 }
@@ -72,17 +80,17 @@ int FileStreamReader::ungetc(int c)
 
 int FileStreamReader::fscanf(char const* format, void* a)
 {
-    return std::fscanf(m_stream.handle(), format, a);
+    return unlessCut(std::fscanf(m_stream.handle(), format, a), m_stream.handle());
 }
 
 int FileStreamReader::fscanf(char const* format, void* a, void* b)
 {
-    return std::fscanf(m_stream.handle(), format, a, b);
+    return unlessCut(std::fscanf(m_stream.handle(), format, a, b), m_stream.handle());
 }
 
 int FileStreamReader::fscanf(char const* format, void* a, void* b, void* c)
 {
-    return std::fscanf(m_stream.handle(), format, a, b, c);
+    return unlessCut(std::fscanf(m_stream.handle(), format, a, b, c), m_stream.handle());
 }
 
 #pragma GCC diagnostic pop
