@@ -17,9 +17,24 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+extern "C" {
+#ifdef __SANITIZE_ADDRESS__
+void* __interceptor_malloc(std::size_t size);
+#define VNX_REAL_MALLOC __interceptor_malloc
+#else
+void* __libc_malloc(std::size_t size);
+#define VNX_REAL_MALLOC __libc_malloc
+#endif
+}
+
 namespace varnox::tests {
 
 namespace {
+
+void* takeMemory(std::size_t size)
+{
+    return VNX_REAL_MALLOC(size);
+}
 
 thread_local FaultInjection* active = nullptr;
 thread_local long liveBlocks = 0;
@@ -37,7 +52,8 @@ std::size_t numRanges = 0;
 
 int addRange(dl_phdr_info* info, std::size_t, void*)
 {
-    bool const isOurs = std::strstr(info->dlpi_name, "/libvnx") != nullptr ||
+    bool const isOurs = info->dlpi_name[0] == '\0' || // the program itself
+                        std::strstr(info->dlpi_name, "/libvnx") != nullptr ||
                         std::strstr(info->dlpi_name, "/vnx") != nullptr;
     for (int i = 0; isOurs && i < info->dlpi_phnum; ++i) {
         ElfW(Phdr) const& header = info->dlpi_phdr[i];
@@ -148,7 +164,7 @@ std::FILE* openStream(char const* path)
     int const descriptor = realOpen(path, O_RDONLY | O_CLOEXEC);
     if (descriptor < 0)
         return nullptr;
-    auto* const cookie = static_cast<int*>(std::malloc(sizeof(int)));
+    auto* const cookie = static_cast<int*>(takeMemory(sizeof(int)));
     *cookie = descriptor;
     return ::fopencookie(cookie, "rb", {readStream, nullptr, seekStream, closeStream});
 }
@@ -241,14 +257,6 @@ using varnox::tests::FaultKind;
 
 extern "C" {
 
-#ifdef __SANITIZE_ADDRESS__
-void* __interceptor_malloc(std::size_t size);
-#define VNX_REAL_MALLOC __interceptor_malloc
-#else
-void* __libc_malloc(std::size_t size);
-#define VNX_REAL_MALLOC __libc_malloc
-#endif
-
 void* faultyMalloc(std::size_t size) VNX_STANDS_FOR("malloc");
 std::FILE* faultyFopen(char const* path, char const* mode) VNX_STANDS_FOR("fopen");
 std::FILE* faultyFopen64(char const* path, char const* mode) VNX_STANDS_FOR("fopen64");
@@ -268,6 +276,10 @@ ssize_t faultyPread(int descriptor, void* out, std::size_t byteCount, off_t plac
 ssize_t faultyPread64(int descriptor, void* out, std::size_t byteCount, off_t place)
     VNX_STANDS_FOR("pread64");
 ssize_t faultyRead(int descriptor, void* out, std::size_t byteCount) VNX_STANDS_FOR("read");
+ssize_t faultyWrite(int descriptor, void const* bytes, std::size_t byteCount)
+    VNX_STANDS_FOR("write");
+int faultyFsync(int descriptor) VNX_STANDS_FOR("fsync");
+int faultyRename(char const* from, char const* to) VNX_STANDS_FOR("rename");
 ssize_t faultySendmsg(int descriptor, msghdr const* message, int flags) VNX_STANDS_FOR("sendmsg");
 
 void* faultyMalloc(std::size_t size)
@@ -403,6 +415,36 @@ ssize_t faultyRead(int descriptor, void* out, std::size_t byteCount)
             byteCount = 1;
     }
     return callNext(real, "read", descriptor, out, byteCount);
+}
+
+ssize_t faultyWrite(int descriptor, void const* bytes, std::size_t byteCount)
+{
+    static ssize_t (*real)(int, void const*, std::size_t) = nullptr;
+    if (active != nullptr) {
+        if (fails(FaultKind::FileError)) {
+            errno = ENOSPC;
+            return -1;
+        }
+        if (fails(FaultKind::FileInterrupt)) {
+            errno = EINTR;
+            return -1;
+        }
+        if (byteCount > 1 && fails(FaultKind::FileShort))
+            byteCount /= 2;
+    }
+    return callNext(real, "write", descriptor, bytes, byteCount);
+}
+
+int faultyFsync(int descriptor)
+{
+    static int (*real)(int) = nullptr;
+    return active != nullptr && failsToAsk() ? -1 : callNext(real, "fsync", descriptor);
+}
+
+int faultyRename(char const* from, char const* to)
+{
+    static int (*real)(char const*, char const*) = nullptr;
+    return active != nullptr && failsToAsk() ? -1 : callNext(real, "rename", from, to);
 }
 
 ssize_t faultySendmsg(int descriptor, msghdr const* message, int flags)

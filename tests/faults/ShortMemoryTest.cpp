@@ -1,8 +1,13 @@
 // What holds in single classes when an operation below them fails, each once found by the sweep.
 
 #include "command/CommandCache.h"
+#include "filedata/FileStreamReader.h"
+#include "filedata/Messages.h"
+#include "filedata/ValueInput.h"
+#include "addons/hdqfs/DescriptorCache.h"
 #include "socket/StreamSocket.h"
 #include "tests/faults/Faults.h"
+#include "tests/hdqfs/TemporaryFile.h"
 #include "tests/support/RecordingSocket.h"
 #include "varnox/socketutil/SocketException.h"
 #include "varnox/socketutil/WriteCache.h"
@@ -144,6 +149,59 @@ TEST(TornConnection, NothingIsTakenBehindAFailedReceive)
     EXPECT_THROW(connection.here->receiveInt(), SocketException);
     injection.end();
     EXPECT_THROW(connection.here->receiveInt(), SocketException);
+}
+
+class FailingReads : public testing::TestWithParam<FaultKind>
+{
+};
+
+TEST_P(FailingReads, CutNoNumberOfATextFile)
+{
+    std::string text;
+    std::vector<std::uint32_t> const expected(5000, 123456);
+    for (std::uint32_t const value : expected)
+        text += (text.empty() ? "values\r\n" : "") + std::to_string(value) + " ";
+    hdqfsloader::tests::TemporaryFile const file(text);
+    std::uint64_t numFailed = 0;
+    for (std::uint64_t n = 1;; ++n) {
+        FaultInjection injection({GetParam(), n, false}, -1);
+        hdqio::FileStreamReader reader(file.path());
+        std::vector<std::uint32_t> found(expected.size());
+        bool wasRead = reader.open() != 0;
+        reader.setIsAscii(1);
+        hdqio::MessageCapture const messages;
+        wasRead = wasRead && reader.seekToFileLoc(0) != 0 &&
+                  hdqio::readValues<std::uint32_t, false, 0>(reader, found.size(), found.data(),
+                                                             {"values"}) != 0;
+        injection.end();
+        if (injection.numInjected() == 0) {
+            EXPECT_GT(numFailed, 5U);
+            return;
+        }
+        ++numFailed;
+        EXPECT_TRUE(!wasRead || found == expected) << "read " << n;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Reads, FailingReads,
+                         testing::Values(FaultKind::FileError, FaultKind::FileInterrupt),
+                         [](auto const& test) {
+                             return test.param == FaultKind::FileError ? "Fail" : "Interrupted";
+                         });
+
+TEST(ShortMemory, DescriptorThatWasOpenedIsKept)
+{
+    hdqfsloader::tests::TemporaryFile const file("abcdef");
+    int const numBefore = numOpenDescriptors();
+    char byte = 0;
+    withoutMemory(
+        [&] {
+            hdqfsloader::DescriptorCache files;
+            files.read(file.path(), 3, &byte, 1);
+        },
+        [&](bool) { EXPECT_EQ(numOpenDescriptors(), numBefore); });
+    EXPECT_EQ(byte, 'd');
+    EXPECT_EQ(numOpenDescriptors(), numBefore);
 }
 
 }

@@ -3,6 +3,7 @@
 // how to try them all, is told in docs/reliability.md.
 
 #include "tests/faults/Scenarios.h"
+#include "tests/faults/Tally.h"
 
 #include <gtest/gtest.h>
 
@@ -30,30 +31,6 @@ namespace {
 /// A session that takes this long several times over hangs; a process may be stopped meanwhile.
 constexpr unsigned SECONDS_PER_SESSION = 20;
 constexpr int NUM_ALARMS = 3;
-
-/// Operations tried of one kind in one conversation, unless all are.
-constexpr std::uint64_t NUM_SAMPLES = 12;
-
-bool isFullSweep()
-{
-    char const* const value = std::getenv("VNX_FULL_SWEEP");
-    return value != nullptr && std::strcmp(value, "1") == 0;
-}
-
-struct Tally
-{
-    std::uint64_t operations = 0;
-    std::uint64_t faults = 0; ///< Sessions in which at least one operation failed.
-    std::uint64_t injected = 0;
-    std::uint64_t unharmed = 0;
-    std::uint64_t refused = 0;
-    std::uint64_t ended = 0;
-    std::uint64_t otherwise = 0;
-};
-
-/// By scenario, in the order of their runs.
-std::vector<std::pair<std::string, Tally>> tallies;
-std::map<std::string, std::uint64_t> exceptions;
 
 /// What runs at the moment, for a handler that can't ask.
 char present[200] = "nothing";
@@ -167,26 +144,12 @@ void count(SessionReport const& clean, SessionReport const& report, Tally& tally
                                    clean.steps.end(), isEqual);
     if (report.exception != clean.exception) {
         ++tally.ended;
-        ++exceptions[report.exception];
+        recordException(report.exception);
     } else if (isSame) {
         ++tally.unharmed;
     } else {
         ++tally.refused;
     }
-}
-
-/// The operations of a conversation to be tried: all, or some from the first to the last.
-std::vector<std::uint64_t> samples(std::uint64_t numOperations, std::uint64_t phase)
-{
-    std::vector<std::uint64_t> result;
-    if (isFullSweep() || numOperations <= NUM_SAMPLES) {
-        for (std::uint64_t n = 1; n <= numOperations; ++n)
-            result.push_back(n);
-        return result;
-    }
-    for (std::uint64_t i = 0; i < NUM_SAMPLES; ++i)
-        result.push_back(1 + (i * numOperations + phase % numOperations) / NUM_SAMPLES);
-    return result;
 }
 
 class FaultSweep : public testing::TestWithParam<Scenario>
@@ -281,49 +244,11 @@ TEST_P(FaultSweep, EndsAsStatedAndLeavesNothing)
     for (FaultKind const kind : KINDS)
         sweep(kind);
     EXPECT_GT(tally.faults, 0U);
-    tallies.emplace_back(GetParam().name, tally);
+    record(GetParam().name, tally);
 }
 
 INSTANTIATE_TEST_SUITE_P(Conversations, FaultSweep, testing::ValuesIn(scenarios()),
                          [](auto const& test) { return std::string(test.param.name); });
-
-/// Prints the table behind the tests.
-class Table : public testing::Environment
-{
-public:
-    void TearDown() override
-    {
-        if (tallies.empty())
-            return;
-        std::printf("| Scenario | Operations | Faults | Unharmed | Refused | Ended | Otherwise |\n"
-                    "|---|---:|---:|---:|---:|---:|---:|\n");
-        Tally sum;
-        for (auto const& [name, tally] : tallies) {
-            print(name, tally);
-            sum.operations += tally.operations;
-            sum.faults += tally.faults;
-            sum.injected += tally.injected;
-            sum.unharmed += tally.unharmed;
-            sum.refused += tally.refused;
-            sum.ended += tally.ended;
-            sum.otherwise += tally.otherwise;
-        }
-        print("all", sum);
-        std::printf("Failed operations in all: %lu. Sessions that ended with\n",
-                    static_cast<unsigned long>(sum.injected));
-        for (auto const& [type, number] : exceptions)
-            std::printf("%8lu %s\n", static_cast<unsigned long>(number), type.c_str());
-    }
-
-private:
-    static void print(std::string const& name, Tally const& tally)
-    {
-        std::printf("| %s | %lu | %lu | %lu | %lu | %lu | %lu |\n", name.c_str(), tally.operations,
-                    tally.faults, tally.unharmed, tally.refused, tally.ended, tally.otherwise);
-    }
-};
-
-testing::Environment* const table = testing::AddGlobalTestEnvironment(new Table);
 
 }
 }
