@@ -86,8 +86,15 @@ for name, (folder, _) in table.items():
     check(name in libraries or not (root / folder / "CMakeLists.txt").exists(),
           f"docs/architecture.md: there is no target {name} in {folder}/")
 
+# Tests that are named exist.
+named = re.findall(r"`([A-Z]\w+)\.([A-Z]\w+)`", (root / "docs/data-server.md").read_text(encoding="utf-8"))
+check(named, "docs/data-server.md names no tests: this check looks in the wrong place")
+server_tests = "".join(path.read_text(encoding="utf-8") for path in (root / "tests/dataserver").glob("*.cpp"))
+for suite, name in named:
+    check(re.search(rf"TEST_[FP]\({suite}, {name}\)", server_tests), f"docs/data-server.md: there is no test {suite}.{name}")
+
 # Links inside the documents lead somewhere.
-for page in ("wire.md", "file-format.md", "architecture.md"):
+for page in ("wire.md", "file-format.md", "architecture.md", "data-server.md"):
     text = (root / "docs" / page).read_text(encoding="utf-8")
     for target in re.findall(r"\]\(([^)#\s]*)(?:#[^)]*)?\)", text):
         check(not target or (root / "docs" / target).exists(), f"docs/{page}: there is no {target}")
