@@ -53,6 +53,7 @@ public:
     {
         std::array<Histogram, NUM_KINDS> times;
         std::atomic<std::uint64_t> refusals; ///< Greetings for which there was no place at once.
+        std::atomic<bool> isOver;            ///< Clients finish what they are at, and leave.
     };
 
     explicit Board(std::size_t numSlots)

@@ -61,8 +61,9 @@ CrowdResult Crowd::run()
         }
         std::this_thread::sleep_for(STEP);
     }
-    m_result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
+    m_board.counts().isOver = true;
     letClientsFinish();
+    m_result.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     m_result.visits = m_numVisits;
     m_result.sessionsOnAverage = static_cast<double>(m_numSessionsSeen) /
                                  static_cast<double>(std::max<std::size_t>(m_numLooks, 1));

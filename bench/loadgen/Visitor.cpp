@@ -112,7 +112,8 @@ private:
         });
         Visit visit{*engine, {}};
         runLoad(fileSet, visit, m_stopwatch);
-        for (std::size_t left = 1 + m_random() % m_settings.maxTasks; left > 0; --left) {
+        for (std::size_t left = 1 + m_random() % m_settings.maxTasks;
+             left > 0 && !m_board.counts().isOver; --left) {
             runTask(chooseTask(fileSet, m_random), visit, m_stopwatch);
             think();
         }
