@@ -20,7 +20,9 @@ namespace {
 constexpr auto STEP = 5ms;
 constexpr auto LOOK = 1s;
 constexpr auto LONGEST_ARRIVAL = 10s;
-constexpr auto LONGEST_ZOMBIE = 5s; // hundreds of processes may want the processor first
+// Hundreds of processes may want the processor before the listener has a turn.
+constexpr auto LONGEST_ZOMBIE = 5s;
+constexpr std::uint64_t MOST_TURNS = 100;
 
 }
 
@@ -156,7 +158,8 @@ bool Crowd::killWorker(std::size_t index)
 void Crowd::lookAtServer(bool isComplete)
 {
     m_server.readLog();
-    std::map<pid_t, Clock::time_point> zombies;
+    std::map<pid_t, Zombie> zombies;
+    std::uint64_t const turns = numTurns(m_server.process());
     std::size_t numWorkers = 0;
     auto const now = Clock::now();
     for (ChildProcess const& child : childrenOf(m_server.process())) {
@@ -165,9 +168,9 @@ void Crowd::lookAtServer(bool isComplete)
             continue;
         }
         auto const known = m_zombies.find(child.process);
-        auto const since = known == m_zombies.end() ? now : known->second;
-        zombies.emplace(child.process, since);
-        if (now - since > LONGEST_ZOMBIE)
+        Zombie const zombie = known == m_zombies.end() ? Zombie{now, turns} : known->second;
+        zombies.emplace(child.process, zombie);
+        if (now - zombie.since > LONGEST_ZOMBIE && turns - zombie.turns > MOST_TURNS)
             ++m_result.zombiesThatStay;
     }
     m_result.zombiesAtMost = std::max(m_result.zombiesAtMost, zombies.size());

@@ -43,7 +43,7 @@ struct CrowdResult
     std::size_t descriptorsAtMost = 0;
     double sessionsOnAverage = 0;
     std::size_t zombiesAtMost = 0;   ///< Of what one look a second saw.
-    std::size_t zombiesThatStay = 0; ///< For longer than the listener needs to get its turn.
+    std::size_t zombiesThatStay = 0; ///< Though the listener had time and many turns.
 };
 
 /// Keeps as many clients at a server as are wanted, each in a process of its own, replaces those
@@ -64,6 +64,13 @@ private:
         bool isKilled = false;
     };
 
+    /// Since when it has been seen, and how many turns the listener had had then.
+    struct Zombie
+    {
+        Clock::time_point since;
+        std::uint64_t turns;
+    };
+
     void startVisit(std::size_t index);
     void reapClients();
     void judge(std::size_t index, int status);
@@ -81,7 +88,7 @@ private:
     TestedServer& m_server;
     std::mt19937_64 m_random;
     std::vector<Client> m_clients;
-    std::map<pid_t, Clock::time_point> m_zombies; ///< Of the last look; since when.
+    std::map<pid_t, Zombie> m_zombies; ///< Of the last look.
     std::uint64_t m_numVisits = 0;
     std::size_t m_numLooks = 0;
     std::size_t m_numSessionsSeen = 0;

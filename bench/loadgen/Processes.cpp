@@ -96,4 +96,14 @@ std::size_t numDescriptors(pid_t process)
     return error ? 0 : static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
 }
 
+std::uint64_t numTurns(pid_t process)
+{
+    std::istringstream numbers(contents(folderOf(process) / "schedstat"));
+    std::uint64_t ran = 0;
+    std::uint64_t waited = 0;
+    std::uint64_t turns = 0;
+    numbers >> ran >> waited >> turns;
+    return turns;
+}
+
 }

@@ -24,5 +24,7 @@ std::vector<std::string> argumentsOf(pid_t process);
 /// Bytes in memory, counted page by page.
 std::uint64_t residentBytes(pid_t process);
 std::size_t numDescriptors(pid_t process);
+/// How often a process has been given a processor.
+std::uint64_t numTurns(pid_t process);
 
 }
