@@ -41,6 +41,17 @@ TEST(Hilbert, NeighborsOnTheCurveAreNeighborsInSpace)
     }
 }
 
+TEST(Hilbert, ItsNumbersStay)
+{
+    // Solution files must come out in the order of grid files that are years older.
+    EXPECT_EQ(hilbertNumber({1582060, 1990828, 246235}), 4963294914871456669U);
+    EXPECT_EQ(hilbertNumber({1870477, 296267, 115538}), 9089925873236857300U);
+    EXPECT_EQ(hilbertNumber({1745927, 1888926, 539299}), 5389337669221333950U);
+    EXPECT_EQ(hilbertNumber({1505557, 1584912, 1250298}), 6332945533919089631U);
+    EXPECT_EQ(hilbertNumber({833503, 647031, 1745183}), 1930890043768017407U);
+    EXPECT_EQ(hilbertNumber({637545, 2087215, 2083840}), 3068547746859191662U);
+}
+
 TEST(Hilbert, OrdersPointsWithoutAPlaceToo)
 {
     constexpr double NAN_ = std::numeric_limits<double>::quiet_NaN();
