@@ -289,14 +289,14 @@ private:
             std::vector<Variable> const variables = m_variables.all();
             std::vector<Variable> const ofSolutions = only(variables, false);
             if (ofSolutions.empty())
-                return false;
+                return because("There are no variables but the coordinates");
             setVariables(variables);
             writeGrid(staging, only(variables, true));
             isComplete = true;
             for (std::size_t step = 0; step < m_times.size() && isComplete; ++step) {
                 auto const frame = frameWithZones(m_times[step]);
                 if (!haveSameGrids(*frameWithZones(m_times.front()), *frame))
-                    return false;
+                    return because("The grid changes in time");
                 isComplete = !add(*frame);
                 if (isComplete)
                     writeStep(staging, step, ofSolutions);
@@ -305,6 +305,13 @@ private:
         m_variables.requireWanted();
         staging.publish();
         return true;
+    }
+
+    /// Why there are no solution files.
+    bool because(std::string const& reason)
+    {
+        m_remarks.add(reason + ": all times are in one file.");
+        return false;
     }
 
     void writeStep(Staging& staging, std::size_t step, std::vector<Variable> const& variables)
@@ -334,7 +341,6 @@ private:
         DataSet dataSet = dataSetOf(variables);
         for (std::size_t const index : m_times)
             addZones(dataSet, index, false, variables);
-        m_remarks.add("The grid changes in time: all times are in one file.");
         write(m_options.output, dataSet, FileType::Full, m_summary.zones);
     }
 

@@ -46,7 +46,9 @@ void failReading(std::string const& path, std::string const& reason, std::string
     throw std::runtime_error("Cannot read " + path + ": " + reason + "\n" + advice);
 }
 
-std::vector<Grid> readFile(std::string const& path, ReadOptions const& options)
+namespace {
+
+void requireReadable(std::string const& path)
 {
     std::error_code error;
     if (std::filesystem::is_directory(path, error))
@@ -54,6 +56,21 @@ std::vector<Grid> readFile(std::string const& path, ReadOptions const& options)
     if (::access(path.c_str(), R_OK) != 0)
         failReading(path, std::string(std::strerror(errno)) + ".",
                     "Check the name, and that you may read the file.");
+}
+
+}
+
+std::vector<double> timesIn(std::string const& path)
+{
+    if (extensionOf(path) != ".cgns")
+        return {};
+    requireReadable(path);
+    return timesInCgnsFile(path);
+}
+
+std::vector<Grid> readFile(std::string const& path, ReadOptions const& options)
+{
+    requireReadable(path);
     std::string const extension = extensionOf(path);
     if (isVtk(extension))
         return readVtkFile(path, options);

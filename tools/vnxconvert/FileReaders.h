@@ -2,7 +2,10 @@
 
 #include "tools/vnxconvert/Grid.h"
 
+#include <cstddef>
 #include <functional>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -14,11 +17,22 @@ struct ReadOptions
     std::function<bool(std::string const& array)> wants{};
     /// Called now and then with the part that is read, 0 to 1. What it throws ends the reading.
     std::function<void(std::string const& path, double part)> progress{};
+    /// Which time of a file that has several.
+    std::optional<std::size_t> step{};
+};
+
+/// The user has ended the work. Readers let it through.
+struct Interrupted : std::runtime_error
+{
+    using std::runtime_error::runtime_error;
 };
 
 /// Reads a file by its extension. Throws std::runtime_error with the file, the reason and what
 /// could be done.
 std::vector<Grid> readFile(std::string const& path, ReadOptions const& options);
+
+/// The times of a file that has several, else none.
+std::vector<double> timesIn(std::string const& path);
 
 /// Whether there is a reader for files of this name.
 bool isReadable(std::string const& path);
@@ -29,6 +43,7 @@ std::string extensionOf(std::string const& path);
 /// The readers. Each throws; a reader that wasn't built says so.
 std::vector<Grid> readVtkFile(std::string const& path, ReadOptions const& options);
 std::vector<Grid> readCgnsFile(std::string const& path, ReadOptions const& options);
+std::vector<double> timesInCgnsFile(std::string const& path);
 
 /// An error of reading a file, in the words of all readers.
 [[noreturn]] void failReading(std::string const& path, std::string const& reason,

@@ -107,6 +107,7 @@ std::shared_ptr<Frame const> Frames::read(FrameFiles const& files)
     std::set<std::string> names;
     for (FrameFiles::File const& file : files.files) {
         auto const start = std::chrono::steady_clock::now();
+        m_reading.step = file.step;
         std::vector<Grid> grids = readFile(file.path, m_reading);
         m_timeOfReading += std::chrono::steady_clock::now() - start;
         nameZones(file, grids, names);

@@ -21,6 +21,7 @@ struct FrameFiles
     {
         std::string path;
         std::string name;
+        std::optional<std::size_t> step{}; ///< Which time of a file that has several.
     };
     std::optional<double> time; ///< None: what the files say.
     std::vector<File> files;

@@ -184,6 +184,8 @@ std::uint64_t const* GridSource::cells(std::uint32_t partition, std::uint32_t se
     std::size_t const count = zone.partitions[partition].numCells[section];
     std::size_t const numCorners = CORNERS_OF_SHAPE[static_cast<std::size_t>(zone.shapes[section])];
     std::vector<std::uint32_t> const& numbers = zone.cellNumbers[section];
+    if (zone.isWrittenAsIs)
+        return reinterpret_cast<std::uint64_t const*>(cells.nodes.get());
     std::uint64_t* out = buffer;
     for (std::size_t i = 0; i < count; ++i) {
         std::size_t const cell = numbers.empty() ? i : numbers[first + i];

@@ -88,7 +88,8 @@ std::vector<FrameFiles> readCollection(std::string const& path)
                 frameAt(result, numberIn(entry.get<std::string>("<xmlattr>.timestep", "0")));
             std::string const fallback = stemOf(path) + (part == "0" ? "" : "_" + part);
             frame.files.push_back({beside(path, entry.get<std::string>("<xmlattr>.file")),
-                                   name.empty() ? fallback : name});
+                                   name.empty() ? fallback : name,
+                                   {}});
         }
     } catch (pt::ptree_error const& error) {
         failReading(path, std::string("it is no collection of files (") + error.what() + ").",
@@ -107,7 +108,8 @@ std::vector<FrameFiles> readSeries(std::string const& path)
         auto const json = nlohmann::json::parse(file);
         for (auto const& entry : json.at("files"))
             frameAt(result, entry.at("time").get<double>())
-                .files.push_back({beside(path, entry.at("name").get<std::string>()), stemOf(path)});
+                .files.push_back(
+                    {beside(path, entry.at("name").get<std::string>()), stemOf(path), {}});
     } catch (nlohmann::json::exception const& error) {
         failReading(path, std::string("it is no series (") + error.what() + ").",
                     "A .series file is JSON with \"files\", each with \"name\" and \"time\".");
@@ -129,6 +131,15 @@ std::string commonName(std::vector<std::string> const& inputs)
     while (!result.empty() && std::strchr("0123456789._-", result.back()) != nullptr)
         result.pop_back();
     return result.empty() ? "grid" : result;
+}
+
+/// Of a file that has several times.
+std::vector<FrameFiles> framesIn(std::string const& path, std::vector<double> const& times)
+{
+    std::vector<FrameFiles> result;
+    for (std::size_t step = 0; step < times.size(); ++step)
+        result.push_back({times[step], {{path, "", step}}});
+    return result;
 }
 
 void append(std::vector<FrameFiles>& frames, std::vector<FrameFiles> const& more,
@@ -173,9 +184,12 @@ std::vector<FrameFiles> framesOf(std::vector<std::string> const& inputs, bool as
     std::vector<FrameFiles> result;
     FrameFiles plain;
     for (std::string const& input : inputs) {
-        bool const isOfFiles = isCollection(input) || isSeries(input);
-        if (!isOfFiles)
-            plain.files.push_back({input, asSeries ? commonName(inputs) : ""});
+        std::vector<double> const times = timesIn(input);
+        bool const isOfFiles = isCollection(input) || isSeries(input) || times.size() > 1;
+        if (times.size() > 1)
+            append(result, framesIn(input, times), input);
+        else if (!isOfFiles)
+            plain.files.push_back({input, asSeries ? commonName(inputs) : "", std::nullopt});
         else
             append(result, isSeries(input) ? readSeries(input) : readCollection(input), input);
         if (isOfFiles && result.empty())

@@ -174,7 +174,7 @@ int run(CommandLine& line)
         ProgressBar bar;
         line.options.progress = [&](char const* action, std::uint64_t done, std::uint64_t total) {
             if (wasInterrupted != 0)
-                throw std::runtime_error("Interrupted; nothing is written.");
+                throw Interrupted("Interrupted; nothing is written.");
             bar.update(action, done, total);
         };
         ConversionSummary const summary = convert(line.options);

@@ -20,6 +20,7 @@
 #include <vtkIdTypeArray.h>
 #include <vtkImageData.h>
 #include <vtkInformation.h>
+#include <vtkLogger.h>
 #include <vtkMatrix3x3.h>
 #include <vtkMultiBlockDataSet.h>
 #include <vtkNew.h>
@@ -517,6 +518,7 @@ std::vector<Grid> readVtkFile(std::string const& path, ReadOptions const& option
         "Check that the file is complete, and open it with the program that wrote it.";
     vtkNew<MessageCollector> messages;
     vtkOutputWindow::SetInstance(messages);
+    vtkLogger::SetStderrVerbosity(vtkLogger::VERBOSITY_OFF);
     vtkSmartPointer<vtkAlgorithm> const reader = prepared(path, options);
     Watch const watch(*reader, path, options);
     if (messages->firstError().empty())

@@ -62,19 +62,7 @@ bool ZoneLayout::hasValuesOf(Field const& field) const
     if (type == ZoneType::Ordered)
         return field.values.count == numCells();
     // A file may have values at its volumes alone, which are then the first cells.
-    std::size_t end = 0;
-    bool const isWhole = std::any_of(cellNumbers.begin(), cellNumbers.end(),
-                                     [](auto const& numbers) { return numbers.empty(); });
-    if (isWhole && cells.origins.empty())
-        end = cells.count;
-    else if (isWhole)
-        end = std::size_t{1} + *std::max_element(cells.origins.begin(), cells.origins.end());
-    else
-        for (auto const& numbers : cellNumbers)
-            for (std::uint32_t const cell : numbers)
-                end = std::max<std::size_t>(
-                    end, (cells.origins.empty() ? cell : cells.origins[cell]) + std::size_t{1});
-    return field.values.count >= end;
+    return field.values.count >= endOfOrigins;
 }
 
 namespace {
@@ -265,7 +253,36 @@ private:
         std::uint64_t const most = m_options.partitionCells;
         if (zone->isInSubzones && most != 0 && zone->numCells() > most)
             partitionCells(*zone, most, m_options.keepOrder);
+        zone->isWrittenAsIs = areWrittenAsIs(*zone);
+        zone->endOfOrigins = endOfOrigins(*zone);
         return zone;
+    }
+
+    std::size_t endOfOrigins(ZoneLayout const& zone) const
+    {
+        std::vector<std::uint32_t> const& origins = m_cells.origins;
+        std::size_t end = 0;
+        for (auto const& numbers : zone.cellNumbers) {
+            for (std::uint32_t const cell : numbers)
+                end = std::max<std::size_t>(end, (origins.empty() ? cell : origins[cell]) + 1ULL);
+            if (numbers.empty())
+                end = origins.empty() ? m_cells.count : origins.back() + 1ULL;
+        }
+        return end;
+    }
+
+    bool areWrittenAsIs(ZoneLayout const& zone) const
+    {
+        if (zone.shapes.size() != 1 || !zone.nodes.empty() || !zone.cellNumbers[0].empty())
+            return false;
+        std::size_t const numCorners = CORNERS_OF_SHAPE[static_cast<std::size_t>(zone.shapes[0])];
+        for (std::size_t kind = 0; kind < m_numOfKind.size(); ++kind)
+            if (m_numOfKind[kind] != 0 &&
+                cellKind(static_cast<std::uint8_t>(kind)).treatment != Treatment::Kept)
+                return false;
+        // No cell has fewer nodes than corners, so that none has more either.
+        auto const numEntries = static_cast<std::size_t>(m_cells.offsets.get()[m_cells.count]);
+        return numEntries == numCorners * m_cells.count;
     }
 
     /// All of the grid's cells with all of their nodes. Then nodes stay that no cell has.

@@ -36,6 +36,11 @@ struct ZoneLayout
     /// By section, by cell the number in cells; empty if these are all cells in their order.
     std::vector<std::vector<std::uint32_t>> cellNumbers;
 
+    /// The one section's cells lie in memory as they are written.
+    bool isWrittenAsIs = false;
+    /// Behind the last entry of the columns at cells that the zone's cells need.
+    std::size_t endOfOrigins = 0;
+
     std::uint64_t numNodes() const;
     std::uint64_t numCells() const;
     /// Cells in front of a partition in a section.

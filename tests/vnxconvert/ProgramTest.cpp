@@ -1,0 +1,200 @@
+// The program: its usage, what it prints, and its exit statuses.
+
+#include "tests/vnxclient/Process.h"
+#include "tests/vnxconvert/Vtu.h"
+#include "tests/writer/WrittenFile.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace varnox::convert::tests {
+namespace {
+
+using hdqfswriter::tests::TemporaryFolder;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using varnox::tests::Process;
+
+struct Result
+{
+    int status;
+    std::string output;
+    std::string error;
+};
+
+Result run(std::vector<std::string> arguments, Process::Setup const& setup = {})
+{
+    arguments.insert(arguments.begin(), VNX_BIN_DIR "/vnxconvert");
+    Process process(arguments, setup);
+    int const status = process.wait();
+    return {status, process.output(), process.error()};
+}
+
+TEST(VnxConvert, TellsItsUsage)
+{
+    Result const result = run({"--help"});
+    EXPECT_EQ(result.status, 0);
+    for (char const* const option :
+         {"--ascii", "--version", "--partition-cells", "--subzone", "--vars", "--time", "--float",
+          "--double", "--order", "--polyhedra", "--series", "--title"})
+        EXPECT_THAT(result.output, HasSubstr(option));
+    EXPECT_THAT(run({"--program-version"}).output, testing::StartsWith("vnxconvert "));
+}
+
+struct UsageCase
+{
+    char const* name;
+    std::vector<std::string> arguments;
+    char const* message;
+};
+
+UsageCase const usageCases[] = {
+    {"NoFiles", {}, "FILE"},
+    {"NoOutput", {"a.vtu"}, "An input and the output are needed."},
+    {"OutputOfAnotherFormat", {"a.vtu", "b.vtu"}, "must end in .hdqfs: b.vtu"},
+    {"UnknownOption", {"a.vtu", "b.hdqfs", "--nothing"}, "--nothing"},
+    {"Version", {"a.vtu", "b.hdqfs", "--version", "103"}, "--version"},
+    {"PartitionCells", {"a.vtu", "b.hdqfs", "--partition-cells", "0"}, "--partition-cells"},
+    {"Subzone", {"a.vtu", "b.hdqfs", "--subzone", "8,8,8"}, "--subzone wants three numbers"},
+    {"SubzoneOfTwo", {"a.vtu", "b.hdqfs", "--subzone", "8,8"}, "--subzone wants three numbers"},
+    {"Time", {"a.vtu", "b.hdqfs", "--time", "x"}, "--time: 'x' is no time."},
+    {"FloatAndDouble", {"a.vtu", "b.hdqfs", "--float", "--double"}, "--double"},
+    {"Order", {"a.vtu", "b.hdqfs", "--order", "random"}, "--order"},
+    {"Polyhedra", {"a.vtu", "b.hdqfs", "--polyhedra", "eat"}, "--polyhedra"}};
+
+class WrongUsage : public testing::TestWithParam<UsageCase>
+{
+};
+
+TEST_P(WrongUsage, IsToldWithStatus2)
+{
+    Result const result = run(GetParam().arguments);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.error, HasSubstr(GetParam().message));
+}
+
+INSTANTIATE_TEST_SUITE_P(CommandLines, WrongUsage, testing::ValuesIn(usageCases),
+                         [](auto const& one) { return std::string(one.param.name); });
+
+TEST(VnxConvert, NamesAnInputThatIsNotThere)
+{
+    TemporaryFolder const folder;
+    Result const result = run({folder.file("no.vtu"), folder.file("out.hdqfs")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error, "vnxconvert: Cannot read " + folder.file("no.vtu") +
+                                ": No such file or directory.\nCheck the name, and that you may "
+                                "read the file.\n");
+}
+
+TEST(VnxConvert, NamesAFormatThatItDoesNotKnow)
+{
+    TemporaryFolder const folder;
+    writeText(folder.file("a.xyz"), "");
+    Result const result = run({folder.file("a.xyz"), folder.file("out.hdqfs")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.error, HasSubstr("files with the extension '.xyz' are of no known format"));
+    EXPECT_THAT(result.error, HasSubstr(".vtu .vts .vti"));
+    EXPECT_THAT(run({folder.path().string(), folder.file("out.hdqfs")}).error,
+                HasSubstr("it is a folder"));
+}
+
+#ifdef VNX_TEST_WITH_VTK
+
+TEST(VnxConvert, TellsWhatItHasWritten)
+{
+    TemporaryFolder const folder;
+    writeText(folder.file("row.vtu"), rowOfCubes(3).vtu());
+    Result const result =
+        run({folder.file("row.vtu"), folder.file("out.hdqfs"), "--title", "cubes", "--ascii"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.error, "");
+    EXPECT_THAT(result.output, HasSubstr("zone 'row': bricks, 16 nodes, 3 cells, 1 partition\n"));
+    EXPECT_THAT(result.output,
+                HasSubstr("5 variables: X, Y, Z, p, T\n" + folder.file("out.hdqfs")));
+    EXPECT_THAT(result.output, HasSubstr("1 zone, 3 cells, 16 nodes, "));
+    EXPECT_THAT(result.output, HasSubstr(" of version 105, "));
+}
+
+TEST(VnxConvert, SaysWhatItLeavesOut)
+{
+    TemporaryFolder const folder;
+    TextGrid grid = rowOfCubes(3);
+    grid.cells.push_back({1, {0}});
+    grid.atCells[0].values.push_back(0);
+    writeText(folder.file("row.vtu"), grid.vtu());
+    Result const result = run({folder.file("row.vtu"), folder.file("out.hdqfs")});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.error, "vnxconvert: 'row': 1 vertex left out, as they have no place.\n");
+}
+
+TEST(VnxConvert, LeavesNoFileWhereItCannotWrite)
+{
+    TemporaryFolder const folder;
+    writeText(folder.file("row.vtu"), rowOfCubes(3).vtu());
+    Result const result = run({folder.file("row.vtu"), folder.file("no/out.hdqfs")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.error, HasSubstr("No such file or directory"));
+    EXPECT_EQ(folder.numFiles(), 1U);
+    // A device that takes nothing.
+    EXPECT_EQ(
+        run({folder.file("row.vtu"), folder.file("out.hdqfs")}, {{}, {}, false, false, "/dev/full"})
+            .status,
+        1);
+}
+
+TEST(VnxConvert, SaysNothingAfterItsReaderHasGone)
+{
+    TemporaryFolder const folder;
+    writeText(folder.file("row.vtu"), rowOfCubes(3).vtu());
+    Process::Setup setup;
+    setup.outputIsClosed = true;
+    Result const result = run({folder.file("row.vtu"), folder.file("out.hdqfs")}, setup);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.error, "");
+    EXPECT_TRUE(std::filesystem::exists(folder.file("out.hdqfs")));
+}
+
+TEST(VnxConvert, ShowsABarOnATerminalAlone)
+{
+    TemporaryFolder const folder;
+    writeText(folder.file("row.vtu"), rowOfCubes(20000).vtu());
+    Process::Setup setup;
+    setup.errorIsTerminal = true;
+    Result const result = run({folder.file("row.vtu"), folder.file("out.hdqfs"), "--ascii"}, setup);
+    EXPECT_EQ(result.status, 0);
+    // A machine may be so fast that there is nothing to show; what is shown is wiped.
+    EXPECT_THAT(result.error, testing::AnyOf("", testing::EndsWith("\r\x1B[K")));
+    EXPECT_EQ(run({folder.file("row.vtu"), folder.file("out.hdqfs")}).error, "");
+}
+
+#else
+
+TEST(VnxConvert, SaysHowToGetVtk)
+{
+    TemporaryFolder const folder;
+    writeText(folder.file("row.vtu"), rowOfCubes(3).vtu());
+    Result const result = run({folder.file("row.vtu"), folder.file("out.hdqfs")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.error, HasSubstr("this vnxconvert was built without VTK."));
+    EXPECT_THAT(result.error, HasSubstr("libvtk9-dev"));
+}
+
+#endif
+
+#ifndef VNX_TEST_WITH_CGNS
+
+TEST(VnxConvert, SaysHowToGetTheCgnsLibrary)
+{
+    TemporaryFolder const folder;
+    writeText(folder.file("a.cgns"), "");
+    Result const result = run({folder.file("a.cgns"), folder.file("out.hdqfs")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.error, HasSubstr("libcgns-dev"));
+}
+
+#endif
+
+}
+}
