@@ -234,6 +234,19 @@ TEST_F(Greeting, OldestOfTooManyIsRefusedWithAMessage)
         << program->log();
 }
 
+TEST_F(Greeting, ThoseWhoComeAtOnceAllHaveTheirTurn)
+{
+    auto const program = listen({"--max-greetings", "2", "--greeting-timeout", "600"});
+    std::vector<Client> clients;
+    for (int i = 0; i < 30; ++i) {
+        clients.emplace_back(address);
+        clients.back().socket().sendString("VNXDATASERVER 1");
+        clients.back().socket().sendString("");
+    }
+    for (Client& client : clients)
+        EXPECT_EQ(client.receiveAnswer(), (Answer{1, ""}));
+}
+
 TEST_F(Greeting, SourceThatFloodsMakesWayForItself)
 {
     auto const program = listenAt("tcp:127.0.0.1:0", {"--max-greetings", "3", "--greeting-timeout",
