@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -73,7 +74,7 @@ char OutputFile::open()
     std::string temporaryPath;
     m_descriptor = createBeside(m_path, temporaryPath);
     if (m_descriptor >= 0)
-        m_temporaryPath = temporaryPath;
+        m_temporaryPath = std::move(temporaryPath);
     return isOpen();
 }
 
@@ -159,18 +160,23 @@ void OutputFile::overwrite(std::uint64_t fileLoc, void const* bytes, std::size_t
     }
 }
 
-void OutputFile::syncFolder() const
+namespace {
+
+void syncFolder(std::string const& path)
 {
     // The file is complete and has its name; where a folder can't be synced there is no more to do.
-    int const folder = ::open(folderOf(m_path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    int const folder = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (folder < 0)
         return;
     ::fsync(folder);
     ::close(folder);
 }
 
+}
+
 void OutputFile::commit()
 {
+    std::string const folder = folderOf(m_path); // nothing may throw when the file has its name
     flush();
     if (::fsync(m_descriptor) != 0)
         fail("write");
@@ -181,7 +187,7 @@ void OutputFile::commit()
     if (::rename(m_temporaryPath.c_str(), m_path.c_str()) != 0)
         fail("write");
     m_temporaryPath.clear();
-    syncFolder();
+    syncFolder(folder);
 }
 
 }

@@ -48,7 +48,6 @@ private:
     void flush();
     void writeOut(void const* bytes, std::size_t numBytes);
     void discard();
-    void syncFolder() const;
 
     std::string m_path;
     std::string m_temporaryPath;
