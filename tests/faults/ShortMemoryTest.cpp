@@ -9,12 +9,15 @@
 #include "tests/faults/Faults.h"
 #include "tests/hdqfs/TemporaryFile.h"
 #include "tests/support/RecordingSocket.h"
+#include "tests/writer/DataSets.h"
+#include "tests/writer/WrittenFile.h"
 #include "varnox/socketutil/SocketException.h"
 #include "varnox/socketutil/WriteCache.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
+#include <filesystem>
 #include <memory>
 #include <new>
 #include <string>
@@ -202,6 +205,23 @@ TEST(ShortMemory, DescriptorThatWasOpenedIsKept)
         [&](bool) { EXPECT_EQ(numOpenDescriptors(), numBefore); });
     EXPECT_EQ(byte, 'd');
     EXPECT_EQ(numOpenDescriptors(), numBefore);
+}
+
+TEST(ShortMemory, WriterThatThrewHasLeftNoFile)
+{
+    hdqfswriter::tests::TemporaryFolder const folder;
+    std::string const path = folder.file("written.hdqfs");
+    hdqfswriter::DataSet dataSet;
+    dataSet.variableNames = {"one"};
+    dataSet.zones = {hdqfswriter::tests::orderedZone({4, 3, 2}, {{}})};
+    int const numDescriptors = numOpenDescriptors();
+    withoutMemory([&] { hdqfswriter::writeFile(path, dataSet); },
+                  [&](bool hasThrown) {
+                      EXPECT_EQ(folder.numFiles(), hasThrown ? 0U : 1U);
+                      EXPECT_EQ(numOpenDescriptors(), numDescriptors);
+                      for (auto const& left : std::filesystem::directory_iterator(folder.path()))
+                          std::filesystem::remove(left.path());
+                  });
 }
 
 }

@@ -48,6 +48,13 @@ struct Dealloc
     void operator()(_ArgList_s* list) const { VnxUtilArgListDealloc(&list); }
 };
 
+/// The host may have no memory for a registration.
+void require(char answer)
+{
+    if (answer == 0)
+        throw std::runtime_error("the host refused a callback");
+}
+
 void buildDataSet()
 {
     VnxUtilDataLoadStart();
@@ -58,7 +65,8 @@ void buildDataSet()
     std::unique_ptr<_ArgList_s, Dealloc> const zone(VnxUtilArgListAlloc());
     VnxUtilArgListAppendString(zone.get(), "Name", "inlet");
     VnxUtilDataSetAddZoneX(zone.get());
-    VnxUtilDataValueCustomLOD(1, 1, loadFieldValues, nullptr, nullptr, nullptr, nullptr, 77);
+    require(
+        VnxUtilDataValueCustomLOD(1, 1, loadFieldValues, nullptr, nullptr, nullptr, nullptr, 77));
 
     std::unique_ptr<_ArgList_s, Dealloc> const empty(VnxUtilArgListAlloc());
     long ids[4] = {};
@@ -73,15 +81,15 @@ void registerEveryCallback()
     VnxUtilDataSetCreate("title", names.get(), 1);
     std::unique_ptr<_ArgList_s, Dealloc> const zone(VnxUtilArgListAlloc());
     VnxUtilDataSetAddZoneX(zone.get());
-    VnxUtilDataValueCustomLOD(1, 1, telling<FieldData_s, FIELD_LOAD>,
-                              telling<FieldData_s, FIELD_UNLOAD>,
-                              tellingOfTheEnd<FieldData_s, FIELD_CLEAN_UP>, nullptr, nullptr, 0);
+    require(VnxUtilDataValueCustomLOD(
+        1, 1, telling<FieldData_s, FIELD_LOAD>, telling<FieldData_s, FIELD_UNLOAD>,
+        tellingOfTheEnd<FieldData_s, FIELD_CLEAN_UP>, nullptr, nullptr, 0));
     using NodeMap = VNX_ELEM_TO_NODE_MAP;
-    VnxUtilDataNodeCustomLOD(1, telling<NodeMap, NODE_LOAD>, telling<NodeMap, NODE_UNLOAD>,
-                             tellingOfTheEnd<NodeMap, NODE_CLEAN_UP>, 0);
-    VnxUtilDataFaceNbrCustomLOD(1, 0, telling<FaceNeighbor_s, FACE_LOAD>,
-                                telling<FaceNeighbor_s, FACE_UNLOAD>,
-                                tellingOfTheEnd<FaceNeighbor_s, FACE_CLEAN_UP>, 0);
+    require(VnxUtilDataNodeCustomLOD(1, telling<NodeMap, NODE_LOAD>, telling<NodeMap, NODE_UNLOAD>,
+                                     tellingOfTheEnd<NodeMap, NODE_CLEAN_UP>, 0));
+    require(VnxUtilDataFaceNbrCustomLOD(1, 0, telling<FaceNeighbor_s, FACE_LOAD>,
+                                        telling<FaceNeighbor_s, FACE_UNLOAD>,
+                                        tellingOfTheEnd<FaceNeighbor_s, FACE_CLEAN_UP>, 0));
     std::unique_ptr<_ArgList_s, Dealloc> const empty(VnxUtilArgListAlloc());
     long ids[4] = {};
     VnxUtilDataLoadFinishX(empty.get(), ids);
