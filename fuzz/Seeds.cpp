@@ -10,6 +10,7 @@
 #include "formula/Formula.h"
 #include "fuzz/support/Conversation.h"
 #include "fuzz/support/Entry.h"
+#include "fuzz/support/FileMutator.h"
 #include "fuzz/support/InputFile.h"
 #include "fuzz/support/SessionRun.h"
 #include "fuzz/support/ZoneInput.h"
@@ -192,6 +193,15 @@ void saveBlocks(std::string const& name, std::string const& bytes)
     }
 }
 
+/// All locations lead to the head of the data set header, and so each block leads to itself.
+std::string inACircle(std::string bytes)
+{
+    std::vector<std::size_t> const words = fuzz::FileMutator::locationWords(bytes);
+    for (std::size_t const at : words) // the first is that of the header
+        std::memcpy(bytes.data() + at, bytes.data() + words.front(), sizeof(std::uint64_t));
+    return bytes;
+}
+
 void saveFiles()
 {
     for (FileSeed const& seed : fileSeeds())
@@ -210,6 +220,12 @@ void saveFiles()
                     save("check", name, bytes);
                 if (version == 105 || version == 232)
                     save("file", name, bytes);
+                if (version == 232 && !isText)
+                    save("changingFile", name,
+                         tests::wire::u16(bytes.size() / 2) + tests::wire::u64(1) +
+                             tests::wire::u16(bytes.size() / 3) + bytes);
+                if (version == 105)
+                    save("file", name + "-circle", inACircle(bytes));
                 saveBlocks(name, bytes);
             }
 }

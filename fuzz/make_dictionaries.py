@@ -51,6 +51,7 @@ DICTIONARIES = {
     "connectivity": file_words,
     "check": file_words,
     "file": file_words,
+    "changingFile": file_words,
     "formula": formula_words,
     "payloads": wire_numbers,
     "expression": wire_numbers,

@@ -324,7 +324,8 @@ ValueArray DataFile::plainValues(std::uint32_t zoneIndex, std::uint32_t var)
 ValueArray DataFile::nodeMap(std::uint32_t zoneIndex)
 {
     ZoneMetadata const& metadata = zone(zoneIndex);
-    if (metadata.nodeMapFileLoc < 0)
+    bool const hasCells = metadata.numSections == 0 || !metadata.numElemsPerSection.isNull();
+    if (metadata.nodeMapFileLoc < 0 || !hasCells) // an ordered zone may name a place for one
         throw std::runtime_error("There is no node map in " + zoneName(zoneIndex) + ".");
     std::uint64_t numNodes = 0;
     for (std::uint32_t s = 0; s < metadata.numSections; ++s)

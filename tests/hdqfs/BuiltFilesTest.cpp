@@ -135,6 +135,16 @@ TEST(BuiltFiles, NodeMapCountsFromZeroInAFileAndFromOneForTheClient)
     EXPECT_EQ(engine.nodes.at(0), (std::vector<int>{1, 2, 5, 4, 2, 3, 6, 5}));
 }
 
+TEST(BuiltFiles, NodeMapOfAnOrderedZoneIsNone)
+{
+    for (char const letter : {'o', 'p'}) {
+        TemporaryFile const file(with(build(plainZone(letter)), NODE_MAP_LOC, "map"));
+        DataSet dataSet({file.path()});
+        EXPECT_EQ(failureOf([&] { sendNodeMap(dataSet, 0, nullptr); }),
+                  "There is no node map in zone 1 of " + file.path() + ".");
+    }
+}
+
 TEST(BuiltFiles, NodeMapCountsFromOneInATextFile)
 {
     FileSpec spec = plainZone('r');
