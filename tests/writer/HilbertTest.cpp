@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
+#include <random>
 #include <set>
 
 namespace varnox::hdqfswriter::tests {
@@ -61,6 +63,29 @@ TEST(Hilbert, OrdersPointsWithoutAPlaceToo)
     std::sort(order.begin(), order.end());
     EXPECT_EQ(order, (std::vector<std::uint32_t>{0, 1, 2, 3}));
     EXPECT_TRUE(hilbertOrder(points.data(), 0).empty());
+}
+
+TEST(Hilbert, ManyPointsComeInTheOrderOfTheirNumbers)
+{
+    // Half of them in one corner of the grid, and some at one place.
+    constexpr std::uint32_t SIDE = 1U << 21;
+    std::mt19937 random(5);
+    std::vector<std::array<std::uint32_t, 3>> cells{{0, 0, 0}};
+    for (std::uint32_t i = 0; i < 60000; ++i) {
+        std::uniform_int_distribution<std::uint32_t> along(0, i % 2 == 0 ? 63 : SIDE - 1);
+        cells.push_back({along(random), along(random), along(random)});
+    }
+    std::vector<double> points{SIDE, 0, 0}; // so that cells are as large as units
+    for (auto const& cell : cells)
+        points.insert(points.end(), cell.begin(), cell.end());
+    cells.insert(cells.begin(), {SIDE - 1, 0, 0});
+
+    std::vector<std::uint32_t> expected(cells.size());
+    std::iota(expected.begin(), expected.end(), 0U);
+    std::stable_sort(expected.begin(), expected.end(), [&](std::uint32_t a, std::uint32_t b) {
+        return hilbertNumber(cells[a]) < hilbertNumber(cells[b]);
+    });
+    EXPECT_EQ(hilbertOrder(points.data(), static_cast<std::uint32_t>(cells.size())), expected);
 }
 
 TEST(Hilbert, PointsAtOnePlaceKeepTheirOrder)
