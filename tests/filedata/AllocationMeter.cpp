@@ -26,8 +26,9 @@ extern "C" {
 
 void* __real_malloc(std::size_t size);
 void __real_free(void* block);
-void* __wrap_malloc(std::size_t size);
-void __wrap_free(void* block);
+// Shown, since the linker also puts them in the place of what a shared library asks for.
+[[gnu::visibility("default")]] void* __wrap_malloc(std::size_t size);
+[[gnu::visibility("default")]] void __wrap_free(void* block);
 
 void* __wrap_malloc(std::size_t size)
 {
