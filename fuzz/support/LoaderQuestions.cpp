@@ -210,8 +210,9 @@ void loadOnDemand(DataSet& dataSet)
         for (std::uint32_t var = 0; var < std::min(dataSet.numVars(), MOST_VARS); ++var)
             ask([&] {
                 hdqfsloader::tests::RecordingEngine engine;
-                engine.valueSize = sizeof(double); // as large as any
-                if (dataSet.variable(zone, var).hasValues())
+                DataSet::Variable const variable = dataSet.variable(zone, var);
+                engine.valueSize = valueSize(variable.type);
+                if (variable.hasValues())
                     sendValues(dataSet, zone, var, nullptr);
             });
         ask([&] {

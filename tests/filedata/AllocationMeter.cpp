@@ -55,12 +55,22 @@ void* operator new(std::size_t size)
     return block;
 }
 
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept
+{
+    return std::malloc(size == 0 ? 1 : size);
+}
+
 void operator delete(void* block) noexcept
 {
     std::free(block);
 }
 
 void operator delete(void* block, std::size_t) noexcept
+{
+    std::free(block);
+}
+
+void operator delete(void* block, std::nothrow_t const&) noexcept
 {
     std::free(block);
 }
