@@ -40,6 +40,8 @@ function(vnx_test)
     endif()
     set(target vnx_${ARG_NAME}_tests)
     add_executable(${target} ${ARG_SOURCES})
+    # What is tested is compiled as users get it. The tests themselves needn't be fast, but soon there.
+    target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)
     # An add-on that a test loads finds the host API in the test program.
     set_target_properties(${target} PROPERTIES ENABLE_EXPORTS ON)
     target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}")

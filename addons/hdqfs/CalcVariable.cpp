@@ -101,9 +101,8 @@ std::vector<MinMax> CalcVariable::partitionRanges()
 
 std::vector<MinMax> CalcVariable::subzoneRanges(std::uint32_t partition, Items subzones)
 {
-    std::uint64_t const count =
-        m_place.grid.file->layout(m_place.grid.zone, partition, subzones).numSubzones();
-    return CalcVarBounds(*this).ofSubzones(partition, subzones, static_cast<std::size_t>(count));
+    return CalcVarBounds(*this).ofSubzones(partition, subzones,
+                                           numListedSubzones(m_place.grid, partition, subzones));
 }
 
 MinMax CalcVariable::boundOfZone() const

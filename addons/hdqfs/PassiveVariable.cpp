@@ -24,8 +24,7 @@ std::vector<MinMax> PassiveVariable::partitionRanges()
 
 std::vector<MinMax> PassiveVariable::subzoneRanges(std::uint32_t partition, Items items)
 {
-    auto const count = m_grid.file->layout(m_grid.zone, partition, items).numSubzones();
-    return std::vector<MinMax>(static_cast<std::size_t>(count), MinMax{0, 0});
+    return std::vector<MinMax>(numListedSubzones(m_grid, partition, items), MinMax{0, 0});
 }
 
 }

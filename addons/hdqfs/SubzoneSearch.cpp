@@ -1,5 +1,7 @@
 #include "addons/hdqfs/SubzoneSearch.h"
 
+#include "addons/hdqfs/SubzoneCounts.h"
+
 #include "filedata/ZoneMetadata.h"
 
 #include <algorithm>
@@ -100,6 +102,7 @@ void findSubzones(RangeTrees& cache, DataSet::ZoneInFile const& grid,
     std::uint32_t const numPartitions = grid.file->zone(grid.zone).numPartitions;
     for (std::uint32_t const partition :
          findPartitions(cache, numPartitions, variables, values, items)) {
+        numListedSubzones(grid, partition, items); // refuses too many before the first tree
         SubzoneLayout const& layout = grid.file->layout(grid.zone, partition, items);
         std::vector<RangeTrees::SubzoneTrees> owners;
         for (ZoneVariable* const variable : variables)

@@ -1,8 +1,10 @@
 #include "addons/hdqfs/SubzoneSearch.h"
 
 #include "addons/hdqfs/SubzoneOrder.h"
+#include "tests/filedata/FileBuilder.h"
 #include "tests/hdqfs/Registered.h"
 #include "tests/hdqfs/Samples.h"
+#include "tests/hdqfs/TemporaryFile.h"
 
 #include <gtest/gtest.h>
 
@@ -381,6 +383,33 @@ TEST(SubzoneSearch, UnknownVariablesAndMissingValuesAreRefused)
     EXPECT_EQ(failure({1}, {77}), "A search names the variable with the unique id 77, which the "
                                   "zone doesn't have.");
     EXPECT_EQ(failure({1, 2}, {1000}), "A search names 1 variables and 2 values.");
+}
+
+TEST(SubzoneSearch, ZoneFarLargerThanItsFileIsNotListed)
+{
+    hdqio::tests::FileSpec spec;
+    spec.zones[0].letter = 'R';
+    spec.zones[0].i = 5;
+    spec.zones[0].j = std::uint64_t{1} << 36;
+    spec.zones[0].k = 0;
+    spec.vars[0].isPassive = 1;
+    tests::TemporaryFile const file(build(spec));
+    Registered objects({file.path()});
+    hdq::ZoneVarIDQueryInterface& identity = *objects.registration.identities.at(0);
+    auto const failure = [&](std::vector<double> values, std::vector<long> vars) {
+        RawArray<double> const valueArray{nullptr, values.data(), values.size(), values.size()};
+        RawArray<long> const varArray{nullptr, vars.data(), vars.size(), vars.size()};
+        try {
+            wordsOf([&](auto& out) { identity.findCellSubzones(valueArray, varArray, out); });
+        } catch (std::runtime_error const& error) {
+            return std::string(error.what());
+        }
+        return std::string();
+    };
+    std::string const expected =
+        "Zone 1 has 268435456 subzones in a partition, far more than the file has values for.";
+    EXPECT_EQ(failure({0}, {1000}), expected);
+    EXPECT_EQ(failure({}, {}), expected);
 }
 
 TEST(SubzoneSearch, DuplicatesSearchAsTheirSourceDoes)

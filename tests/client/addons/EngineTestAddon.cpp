@@ -174,11 +174,14 @@ void registerValues(int zone)
     }
 }
 
-/// The engine's ids of the zones up to count. The engine says how many come, and an engine of a test may
-/// say anything: there is place for more than its answer can hold.
+/// The engine says how many ids it sends, and an engine of a test may say anything: there is place for
+/// more than its answer can hold.
+constexpr std::size_t MAX_IDS = 16'384;
+
+/// The engine's ids of the zones up to count.
 std::vector<long> idsOfZones(int count)
 {
-    std::vector<int> zones(16'384);
+    std::vector<int> zones(MAX_IDS);
     std::iota(zones.begin(), zones.end(), 1);
     std::vector<long> ids(zones.size());
     VnxUtilDataSetGetUniqueIDsForZones(zones.data(), count, ids.data());
@@ -314,9 +317,9 @@ void buildEverything()
     addLabelsAndAuxData();
     ArgList const none(VnxUtilArgListAlloc());
     std::vector<long> const expected = idsOfZones(3);
-    long ids[] = {0, 0, 0};
-    require(VnxUtilDataLoadFinishX(none.get(), ids) == 1 &&
-                std::equal(expected.begin(), expected.end(), ids),
+    std::vector<long> ids(MAX_IDS);
+    require(VnxUtilDataLoadFinishX(none.get(), ids.data()) == 1 &&
+                std::equal(expected.begin(), expected.end(), ids.begin()),
             "finishing the load");
 }
 
