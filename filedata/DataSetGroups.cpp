@@ -4,6 +4,7 @@
 #include "filedata/Messages.h"
 #include "filedata/ValueInput.h"
 
+#include <algorithm>
 #include <exception>
 #include <new>
 
@@ -57,9 +58,34 @@ char checkCount(FileReaderInterface& reader, std::uint64_t count, std::uint64_t 
            errorMessage("The file is too short for the %lu %s it claims.", count, entries);
 }
 
+/// Entries are larger in memory than the least that they take of the file. Those of a group take
+/// together no more of it than the file has bytes, or a little.
+class EntryBudget
+{
+public:
+    explicit EntryBudget(FileReaderInterface& reader)
+    {
+        constexpr std::uint64_t LITTLE = std::uint64_t{16} << 20;
+        std::uint64_t const here = reader.fileLoc();
+        m_left = std::max(LITTLE, here + bytesLeft(reader));
+    }
+
+    char take(std::uint64_t count, std::uint64_t size, char const* entries)
+    {
+        if (count > m_left / size)
+            return errorMessage("The file is too short for the %lu %s it claims.", count, entries);
+        m_left -= count * size;
+        return 1;
+    }
+
+private:
+    std::uint64_t m_left;
+};
+
 // A group: in text a marker, one uint32 behind its word; in both forms the count of entries as a
 // uint32, and then the entries.
 
+template <typename Entry>
 char readCount(FileReaderInterface& reader, TagMap const& tags, Group const& group,
                std::uint32_t& count)
 {
@@ -72,26 +98,28 @@ char readCount(FileReaderInterface& reader, TagMap const& tags, Group const& gro
         (reader.isAscii() &&
          !readAndVerifyValue<std::uint32_t, false>(reader, group.markerValue, {group.marker})) ||
         !readValue<std::uint32_t, false>(reader, claimed, {group.countWord}) ||
-        !checkCount(reader, claimed, group.leastBytes, group.entries))
+        !checkCount(reader, claimed, group.leastBytes, group.entries) ||
+        !EntryBudget(reader).take(claimed, sizeof(Entry), group.entries))
         return 0;
     count = claimed;
     return 1;
 }
 
-/// Reads each entry by a function of the reader and the entry.
+/// Reads each entry by a function of the reader, the entry, and a budget for its parts.
 template <typename Entry, typename ReadEntry>
 char readEntries(FileReaderInterface& reader, TagMap const& tags, Group const& group,
                  std::uint32_t startIndex, LightweightVector<Entry>& out, std::uint32_t& count,
                  ReadEntry const& readEntry)
 {
     try {
-        if (!readCount(reader, tags, group, count))
+        if (!readCount<Entry>(reader, tags, group, count))
             return 0;
+        EntryBudget parts(reader);
         if (std::uint64_t{startIndex} + count > out.size())
             return errorMessage("There is no room for %u %s from entry %u on.", count,
                                 group.entries, startIndex);
         for (std::size_t i = 0; i < count; ++i)
-            if (!readEntry(reader, out[startIndex + i]))
+            if (!readEntry(reader, out[startIndex + i], parts))
                 return 0;
         return 1;
     } catch (std::bad_alloc const&) {
@@ -142,7 +170,7 @@ char readAuxDataEntry(FileReaderInterface& reader, AuxData& aux)
            readCountedString(reader, "auxDataValueLength", "auxDataValue", aux.auxDataValue);
 }
 
-char readTextEntry(FileReaderInterface& reader, Text& text)
+char readTextEntry(FileReaderInterface& reader, Text& text, EntryBudget&)
 {
 #define VALUE(type, name)                                                                          \
     if (!readField(reader, text.name, #name))                                                      \
@@ -171,12 +199,14 @@ char readSegment(FileReaderInterface& reader, bool hasZ, std::vector<XYZ>& point
     return 1;
 }
 
-char readLineSegments(FileReaderInterface& reader, Geom& geom)
+char readLineSegments(FileReaderInterface& reader, Geom& geom, EntryBudget& parts)
 {
     std::uint32_t numSegments = 0;
     if (!readField(reader, numSegments, "numSegments") ||
-        !checkCount(reader, numSegments, LEAST_SEGMENT_BYTES, "segments"))
+        !checkCount(reader, numSegments, LEAST_SEGMENT_BYTES, "segments") ||
+        !parts.take(numSegments, sizeof(std::vector<XYZ>), "segments"))
         return 0;
+    geom.segments.reserve(numSegments);
     for (std::uint32_t s = 0; s < numSegments; ++s) {
         std::vector<XYZ> points;
         if (!readSegment(reader, geom.posCoordMode == POSITION_IN_THREE_DIMENSIONS, points))
@@ -198,7 +228,7 @@ char readShape(FileReaderInterface& reader, char const* firstWord, char const* s
     return 1;
 }
 
-char readGeomEntry(FileReaderInterface& reader, Geom& geom)
+char readGeomEntry(FileReaderInterface& reader, Geom& geom, EntryBudget& parts)
 {
 #define VALUE(type, name)                                                                          \
     if (!readField(reader, geom.name, #name))                                                      \
@@ -210,7 +240,7 @@ char readGeomEntry(FileReaderInterface& reader, Geom& geom)
     geom.segments.clear();
     switch (static_cast<GeomType>(geom.geomType)) {
     case GeomType::LineSegments:
-        return readLineSegments(reader, geom);
+        return readLineSegments(reader, geom, parts);
     case GeomType::Rectangle:
         return readShape(reader, "rectangleWidth", "rectangleHeight", geom);
     case GeomType::Square:
@@ -224,11 +254,14 @@ char readGeomEntry(FileReaderInterface& reader, Geom& geom)
     }
 }
 
-char readLabelSet(FileReaderInterface& reader, CustomLabelSet& labels)
+char readLabelSet(FileReaderInterface& reader, CustomLabelSet& labels, EntryBudget& parts)
 {
     std::uint32_t numLabels = 0;
     labels.dealloc();
     return readField(reader, numLabels, "numLabels") &&
+           // More than there can be are refused where they are read.
+           (numLabels > bytesLeft(reader) ||
+            parts.take(numLabels, sizeof(std::string), "labels")) &&
            readStringArray(reader, 0, numLabels, labels, {"customLabelSet"});
 }
 
@@ -236,22 +269,22 @@ char readLabelSet(FileReaderInterface& reader, CustomLabelSet& labels)
 
 char readAuxDataCount(FileReaderInterface& reader, TagMap const& tags, std::uint32_t& count)
 {
-    return readCount(reader, tags, AUX_DATA, count);
+    return readCount<AuxData>(reader, tags, AUX_DATA, count);
 }
 
 char readGeometriesCount(FileReaderInterface& reader, TagMap const& tags, std::uint32_t& count)
 {
-    return readCount(reader, tags, GEOMETRIES, count);
+    return readCount<Geom>(reader, tags, GEOMETRIES, count);
 }
 
 char readTextsCount(FileReaderInterface& reader, TagMap const& tags, std::uint32_t& count)
 {
-    return readCount(reader, tags, TEXTS, count);
+    return readCount<Text>(reader, tags, TEXTS, count);
 }
 
 char readCustomLabelsCount(FileReaderInterface& reader, TagMap const& tags, std::uint32_t& count)
 {
-    return readCount(reader, tags, CUSTOM_LABELS, count);
+    return readCount<CustomLabelSet>(reader, tags, CUSTOM_LABELS, count);
 }
 
 char readAuxData(FileReaderInterface& reader, TagMap const& tags, int zoneOffset, int varOffset,
@@ -259,7 +292,7 @@ char readAuxData(FileReaderInterface& reader, TagMap const& tags, int zoneOffset
 {
     std::uint32_t count = 0;
     return readEntries(reader, tags, AUX_DATA, startIndex, out, count,
-                       [&](FileReaderInterface& file, AuxData& aux) -> char {
+                       [&](FileReaderInterface& file, AuxData& aux, EntryBudget&) -> char {
                            if (!readAuxDataEntry(file, aux))
                                return 0;
                            aux.auxDataEntity += static_cast<std::uint32_t>(

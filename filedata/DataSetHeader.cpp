@@ -82,6 +82,21 @@ constexpr std::uint64_t TEXT_VAR_ZONE_BYTES = 6 * 2;
 constexpr std::uint64_t FEW_ZONES = 2048;
 constexpr std::uint64_t FEW_VALUES = 65536;
 
+/// Each variable has arrays and a name of its own, whatever the number of zones is.
+constexpr std::uint64_t MANY_VARS = 100'000;
+constexpr std::uint64_t BYTES_OF_EACH_OF_MANY_VARS = 256;
+
+bool canHoldVars(std::uint64_t fileSize, std::uint64_t numVars)
+{
+    return numVars <= MANY_VARS || numVars <= fileSize / BYTES_OF_EACH_OF_MANY_VARS;
+}
+
+char refuseCounts(std::uint64_t numZones, std::uint64_t numVars)
+{
+    return errorMessage("The file is too short for the %lu zones and %lu variables it claims.",
+                        numZones, numVars);
+}
+
 /// Where one of the arrays of a tag begins.
 char seekToTag(FileReaderInterface& reader, TagMap const& tags, DataSetHeaderTag tag)
 {
@@ -275,6 +290,16 @@ char readVarNames(FileReaderInterface& reader, TagMap const& tags, std::uint64_t
            readStringArray(reader, startVar, numVars, varNames, {"varNamesArray"});
 }
 
+/// The names of variables are read ahead of all else. Those of more than the file has bytes are
+/// refused there.
+char checkVarCount(FileReaderInterface& reader, std::uint64_t numZones, std::uint64_t numVars)
+{
+    if (!reader.seekToFileStart())
+        return errorMessage("Can't read HDQFS file.");
+    std::uint64_t const fileSize = bytesLeft(reader);
+    return numVars > fileSize || canHoldVars(fileSize, numVars) || refuseCounts(numZones, numVars);
+}
+
 char readZonesAndVars(FileReaderInterface& reader, FileDescription const& description,
                       TagMap const& tags, ZoneVarMetadata& metadata,
                       LightweightVector<std::uint64_t>& zoneHeaderFileLocs)
@@ -364,12 +389,11 @@ char checkZoneAndVarCounts(FileReaderInterface& reader, std::uint64_t numZones,
         return errorMessage("Can't read HDQFS file.");
     std::uint64_t const fileSize = bytesLeft(reader);
     bool const fits = numZones <= fileSize && numVars <= fileSize &&
+                      canHoldVars(fileSize, numVars) &&
                       (numZones <= FEW_ZONES || numZones <= fileSize / zoneBytes) &&
                       (numZones == 0 || numVars <= FEW_VALUES / numZones ||
                        numVars <= fileSize / varZoneBytes / numZones);
-    return fits ||
-           errorMessage("The file is too short for the %lu zones and %lu variables it claims.",
-                        numZones, numVars);
+    return fits || refuseCounts(numZones, numVars);
 }
 
 char readDatasetTitle(FileReaderInterface& reader, TagMap const& tags, std::string& title)
@@ -410,10 +434,11 @@ char readDataSetHeader(FileReaderInterface& reader, FileDescription const& descr
                        LightweightVector<std::uint64_t>& zoneHeaderFileLocs)
 {
     try {
+        std::uint64_t const numZones = valueOrZero(tags, NUM_ZONES_TAG);
         if (!readDatasetTitle(reader, tags, title) ||
+            !checkVarCount(reader, numZones, valueOrZero(tags, NUM_VARS_TAG)) ||
             !readVarNames(reader, tags, 0, result.varNames))
             return 0;
-        std::uint64_t const numZones = valueOrZero(tags, NUM_ZONES_TAG);
         if (numZones < 1)
             return 1;
         result.numZones = numZones;

@@ -3,6 +3,7 @@
 #include "filedata/DataFileHeader.h"
 #include "filedata/DataSetHeader.h"
 #include "filedata/FileStreamReader.h"
+#include "filedata/HeaderBudget.h"
 #include "filedata/Messages.h"
 #include "filedata/ValueInput.h"
 #include "filedata/ZoneHeader.h"
@@ -35,6 +36,7 @@ struct FileInfo
     /// record is larger than what the data set header says of a zone.
     std::unordered_map<int, ZoneMetadata> zoneMetadata;
     std::uint64_t numNodeEntries = 0; ///< In the node tables of the zones read so far.
+    HeaderBudget headerBudget;
 };
 
 /// Node tables up to this are small enough for any file.
@@ -117,8 +119,12 @@ namespace {
 
 /// Each zone alone has no more nodes than the file has bytes; together they mustn't either, or
 /// many zones without data would cost memory out of proportion to the file.
-char holdNodeTable(FileReaderInterface& reader, FileInfo& file, ZoneMetadata& zone)
+char holdZone(FileReaderInterface& reader, FileInfo& file, ZoneMetadata& zone)
 {
+    if (!file.headerBudget.take(reader, bytesInFile(zone))) {
+        zone.forgetZoneHeader();
+        return 0;
+    }
     if (zone.ijkPtnInfo.isNull())
         return 1;
     std::uint64_t const entries = file.numNodeEntries + zone.ijkPtnInfo[0].nodeSubzones.size();
@@ -284,10 +290,18 @@ public:
         ZoneMetadata& result = record->second;
         if (!result.numCellsPerSecPtn.isNull())
             return result;
+        if (!file.headerBudget.requireMore(file.fileName))
+            throw unreadableZone(zone);
         FileStreamReader reader(file.fileName);
         open(reader);
         readZone(reader, file, zone, result);
         return result;
+    }
+
+    static std::runtime_error unreadableZone(int zone)
+    {
+        return std::runtime_error("Error reading zone metadata for zone " + std::to_string(zone) +
+                                  ".");
     }
 
     static void readZone(FileReaderInterface& reader, FileInfo& file, int zone,
@@ -301,11 +315,9 @@ public:
             !readZoneHeaders(reader, file.fileDescription, 0, zone, 0, file.numVars,
                              file.zoneVarMetadata.zoneMinMaxes, file.zoneVarMetadata.fieldDataTypes,
                              result))
-            throw std::runtime_error("Error reading zone metadata for zone " +
-                                     std::to_string(zone) + ".");
-        if (!holdNodeTable(reader, file, result))
-            throw std::runtime_error("Error reading zone metadata for zone " +
-                                     std::to_string(zone) + ".");
+            throw unreadableZone(zone);
+        if (!holdZone(reader, file, result))
+            throw unreadableZone(zone);
         if (!result.isHdqZone || result.numPartitions < 2)
             return;
         for (std::size_t v = 0; v < static_cast<std::size_t>(file.numVars); ++v) {

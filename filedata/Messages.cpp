@@ -8,7 +8,7 @@ using varnox::hdqio::MessageCapture;
 
 char _showMessage(MessageBoxType_e type, char const* text)
 {
-    if (text != nullptr && MessageCapture::collect(text))
+    if (text != nullptr && MessageCapture::collect(type, text))
         return type == MessageBoxType_Error ? 0 : 1;
     // A null text writes nothing and marks the stream as failed.
     if (type == MessageBoxType_Error) {
@@ -37,10 +37,13 @@ MessageCapture::~MessageCapture()
     innermost = m_outer;
 }
 
-bool MessageCapture::collect(char const* text)
+bool MessageCapture::collect(MessageBoxType_e type, char const* text)
 {
+    constexpr std::size_t ENOUGH = 16384;
     if (innermost == nullptr)
         return false;
+    if (innermost->m_text.size() >= (type == MessageBoxType_Error ? 2 * ENOUGH : ENOUGH))
+        return true;
     if (!innermost->m_text.empty())
         innermost->m_text += ' ';
     innermost->m_text += text;

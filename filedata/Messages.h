@@ -30,8 +30,9 @@ public:
     /// The texts so far, a blank between them.
     std::string const& text() const { return m_text; }
 
-    /// Adds a text to the innermost capture; false if there is none.
-    static bool collect(char const* text);
+    /// Adds a text to the innermost capture; false if there is none. A file may give cause for
+    /// any number of remarks: behind some they are dropped, and errors behind some more.
+    static bool collect(MessageBoxType_e type, char const* text);
 
 private:
     std::string m_text;

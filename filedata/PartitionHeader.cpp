@@ -169,7 +169,10 @@ char readPartitionHeader(FileReaderInterface& reader, FileDescription const& des
     char wasRead = 0;
     try {
         TagMap tags;
-        if (!readTagList(reader, partitionTagNames(), tags))
+        std::uint64_t const start = reader.fileLoc();
+        bool const haveTags = readTagList(reader, partitionTagNames(), tags);
+        result.tagListBytes = reader.fileLoc() - start;
+        if (!haveTags)
             return 0;
         result.numRefPartitions =
             static_cast<std::uint32_t>(valueOrZero(tags, NUM_REF_PARTITIONS_TAG));

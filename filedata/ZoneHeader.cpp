@@ -11,6 +11,7 @@
 #include <exception>
 #include <limits>
 #include <new>
+#include <utility>
 
 namespace varnox::hdqio {
 
@@ -111,7 +112,8 @@ char cutOrderedZone(FileReaderInterface& reader, FileDescription const& descript
     info.nodes = IJKSubzoneInfo(n, description.getMaxIJKSubzoneSize(), 0, false);
     if (!canBeNamed(info.cells) || !canBeNamed(info.nodes))
         return refuseItemCount(place);
-    info.nodeSubzones.assign(static_cast<std::size_t>(n.k * n.ij), 0xFFFFFFF);
+    if (zone.wantsNodeTable)
+        info.nodeSubzones.assign(static_cast<std::size_t>(n.k * n.ij), 0xFFFFFFF);
     zone.ptnMinIJK[0] = {0, 0, 0, 0};
     zone.ptnMaxIJK[0] = {n.i - 1, n.j - 1, n.k - 1, (n.i - 1) * (n.j - 1)};
     zone.numCszsPerSecPtn[0][0] = info.cells.totalSubzones;
@@ -242,6 +244,35 @@ char readHDQNonPartitionedZoneHeaderArrays(FileReaderInterface& reader, TagMap c
     if (!result)
         zone.forgetZoneHeader();
     return result;
+}
+
+/// What a partition takes of memory, before its own header is read.
+std::uint64_t memoryOfPartition(ZoneMetadata const& zone, std::uint64_t numVars)
+{
+    constexpr std::uint64_t SECTION_BYTES = 2 * sizeof(std::int64_t) + sizeof(std::uint32_t);
+    constexpr std::uint64_t TREE_BYTES = 2 * sizeof(std::pair<ZoneMetadata::Box, std::uint32_t>);
+    std::uint64_t const ofType =
+        isVolumeZone(zone) ? numSectionsOf(zone) * SECTION_BYTES
+                           : SECTION_BYTES + sizeof(IJKZoneInfo) + 2 * sizeof(IJK) + TREE_BYTES;
+    return sizeof(PartitionMetadata) + ofType + 2 * sizeof(std::int64_t) + numVars * sizeof(MinMax);
+}
+
+/// Whether the file is long enough for its partitions: for their entries in the arrays of the
+/// header, and for what they take of memory, if that is much. It is more than these entries, but a
+/// partition has a header of its own and values.
+char checkPartitionCount(FileReaderInterface& reader, ZoneInFile const& in,
+                         ZoneMetadata const& zone)
+{
+    constexpr std::uint64_t LITTLE_MEMORY = std::uint64_t{48} << 20;
+    std::uint64_t const count = zone.numPartitions;
+    std::uint64_t const bytesEach =
+        reader.isAscii() ? 4 * 2 : 4 + 8 + (isVolumeZone(zone) ? 2 * 4 : 2 * 8);
+    std::uint64_t const memory =
+        count * memoryOfPartition(zone, static_cast<std::uint64_t>(in.numVars));
+    bool const fits = reader.seekToFileStart() && fileCanHold(reader, count, bytesEach) &&
+                      (memory <= LITTLE_MEMORY || memory <= bytesLeft(reader));
+    return fits || errorMessage("The file is too short for the %lu partitions of zone %lu.", count,
+                                in.place.zoneNumber());
 }
 
 /// P counts, which files before 232 hold in 32 bits.
@@ -425,12 +456,8 @@ char readPartitioned(FileReaderInterface& reader, TagMap const& tags, ZoneInFile
                      ZoneMetadata& zone)
 {
     std::uint32_t const numPartitions = zone.numPartitions;
-    // Every partition has a file number, a location and two numbers in the arrays of the header.
-    std::uint64_t const bytesEach =
-        reader.isAscii() ? 4 * 2 : 4 + 8 + (isVolumeZone(zone) ? 2 * 4 : 2 * 8);
-    if (!reader.seekToFileStart() || !fileCanHold(reader, numPartitions, bytesEach))
-        return errorMessage("The file is too short for the %u partitions of zone %lu.",
-                            numPartitions, in.place.zoneNumber());
+    if (!checkPartitionCount(reader, in, zone))
+        return 0;
     require(zone.ptnMetadata.alloc(numPartitions) && zone.numNszsPerPtn.alloc(numPartitions) &&
             zone.firstNodePerPtn.alloc(numPartitions));
     return readHeaderTagArray<std::uint32_t, false>(reader, tags, PARTITION_FILE_NUMS_TAG,
@@ -502,7 +529,10 @@ namespace {
 char retrieveScalars(FileReaderInterface& reader, int zone, TagMap& tags, ZoneMetadata& result)
 {
     try {
-        if (!readZoneHeaderTags(reader, zone, tags))
+        std::uint64_t const start = reader.fileLoc();
+        bool const haveTags = readZoneHeaderTags(reader, zone, tags);
+        result.tagListBytes = reader.fileLoc() - start;
+        if (!haveTags)
             return 0;
         result.nodeMapFileLoc = locationOrNone(tags, NODE_MAP_FILE_LOC_TAG);
         result.userFaceNbrFileLoc = locationOrNone(tags, USER_FACE_NBR_FILE_LOC_TAG);

@@ -36,6 +36,7 @@ struct PartitionMetadata
     LightweightVector<std::uint64_t> varFileLocs; ///< By variable, as the two derived ones below.
     LightweightVector<std::uint64_t> varCszMinMaxFileLocs;
     LightweightVector<std::uint64_t> varDataFileLocs;
+    std::uint64_t tagListBytes = 0; ///< What the header's tag list takes of the file.
 };
 
 /// Everything that a query about one zone needs to know before it touches bulk data. Stored from
@@ -102,6 +103,10 @@ struct ZoneMetadata
     PlainDataVector<std::uint64_t> classicVarFileLocs;
     std::int64_t nodeMapFileLoc = -1;
     std::int64_t userFaceNbrFileLoc = -1;
+    std::uint64_t tagListBytes = 0; ///< What the header's tag list takes of the file.
+    /// Whether the header gives an ordered zone in one piece its node table, of 4 bytes for each
+    /// node. Who doesn't need it says so before the header is read.
+    bool wantsNodeTable = true;
 };
 
 /// Copies a zone's entries of the data set header. zoneOffset is added to the parent zone, also to

@@ -2,6 +2,7 @@
 
 #include "filedata/DataSetHeader.h"
 #include "filedata/FileStreamReader.h"
+#include "filedata/HeaderBudget.h"
 #include "filedata/Messages.h"
 #include "filedata/ZoneHeader.h"
 
@@ -65,7 +66,7 @@ void readGroup(DataFile const& file, std::uint16_t tag, char const* what,
 
 /// Where a zone's face neighbours stand, or 0. The messages are those of the reader.
 std::uint64_t faceNeighborsLoc(FileStreamReader& reader, DataFile const& file, std::uint32_t zone,
-                               hdqio::MessageCapture const& messages)
+                               hdqio::HeaderBudget& budget, hdqio::MessageCapture const& messages)
 {
     std::uint64_t const header = file.zoneHeaderFileLoc(zone);
     if (!isLocation(header))
@@ -73,6 +74,8 @@ std::uint64_t faceNeighborsLoc(FileStreamReader& reader, DataFile const& file, s
     TagMap tags;
     if (!reader.seekToFileLoc(header) ||
         !hdqio::readZoneHeaderTags(reader, static_cast<int>(zone), tags))
+        throwUnread(file, zone, messages);
+    if (!budget.take(reader, reader.fileLoc() - header))
         throwUnread(file, zone, messages);
     std::uint64_t const loc = hdqio::valueOrZero(tags, hdqio::USER_FACE_NBR_FILE_LOC_TAG);
     return isLocation(loc) ? loc : 0;
@@ -117,10 +120,11 @@ std::vector<bool> zonesWithFaceNeighbors(DataFile const& file)
     hdqio::MessageCapture const messages;
     std::vector<bool> result(file.numZones());
     OpenReader opened(file);
+    hdqio::HeaderBudget budget;
     for (std::uint32_t zone = 0; zone < file.numZones(); ++zone) {
         if (!opened.isOpen)
             throwUnread(file, zone, messages);
-        result[zone] = faceNeighborsLoc(opened.reader, file, zone, messages) != 0;
+        result[zone] = faceNeighborsLoc(opened.reader, file, zone, budget, messages) != 0;
     }
     return result;
 }
@@ -131,8 +135,9 @@ std::vector<int> readFaceNeighbors(DataFile const& file, std::uint32_t zone)
     OpenReader opened(file);
     std::uint64_t count = 0;
     LightweightVector<int> neighbors;
+    hdqio::HeaderBudget budget;
     std::uint64_t const loc =
-        opened.isOpen ? faceNeighborsLoc(opened.reader, file, zone, messages) : 0;
+        opened.isOpen ? faceNeighborsLoc(opened.reader, file, zone, budget, messages) : 0;
     if (loc == 0 || !opened.reader.seekToFileLoc(loc) ||
         !hdqio::readFaceNeighbors(opened.reader, static_cast<int>(zone), count, neighbors))
         throwUnread(file, zone, messages);

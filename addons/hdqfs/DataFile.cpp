@@ -223,12 +223,18 @@ ZoneMetadata const& DataFile::zone(std::uint32_t zone)
     open(reader, m_description);
     auto const index = static_cast<int>(zone);
     require("Cannot read the header of " + zoneName(zone), [&] {
+        if (!m_headerBudget.requireMore(m_path))
+            return false;
         hdqio::storeZoneMetadata(m_headers, index, 0, result);
-        return reader.seekToFileLoc(m_zoneHeaderFileLocs[zone]) &&
-               hdqio::readZoneHeaders(reader, m_description, 0, index, 0,
-                                      static_cast<int>(m_numVars), m_headers.zoneMinMaxes,
-                                      m_headers.fieldDataTypes, result);
+        result.wantsNodeTable = false;
+        bool const isRead =
+            reader.seekToFileLoc(m_zoneHeaderFileLocs[zone]) &&
+            hdqio::readZoneHeaders(reader, m_description, 0, index, 0, static_cast<int>(m_numVars),
+                                   m_headers.zoneMinMaxes, m_headers.fieldDataTypes, result);
+        // A header that can't be read costs its time, too.
+        return m_headerBudget.take(reader, hdqio::bytesInFile(result)) && isRead;
     });
+    result.varMinMaxTrees.dealloc(); // of one entry each, which the headers of the data set have
     for (std::size_t p = 0; !result.ptnFileNums.isNull() && p < result.numPartitions; ++p)
         if (result.ptnFileNums[p] != 0)
             throw std::runtime_error("Partitions of " + zoneName(zone) +
@@ -260,10 +266,12 @@ PartitionMetadata const& DataFile::partition(std::uint32_t zoneIndex, std::uint3
                 zoneName(zoneIndex),
             [&] {
                 PartitionMetadata header;
-                if (!reader.seekToFileLoc(metadata.ptnFileLocs[partition]) ||
+                if (!m_headerBudget.requireMore(m_path) ||
+                    !reader.seekToFileLoc(metadata.ptnFileLocs[partition]) ||
                     !hdqio::readPartitionHeader(reader, m_description, static_cast<int>(zoneIndex),
                                                 0, static_cast<int>(m_numVars), partition, metadata,
-                                                m_headers.fieldDataTypes, header))
+                                                m_headers.fieldDataTypes, header) ||
+                    !m_headerBudget.take(reader, hdqio::bytesInFile(header)))
                     return false;
                 result = std::move(header);
                 return true;
@@ -297,7 +305,7 @@ ValueArray DataFile::values(std::uint32_t zoneIndex, std::uint32_t var, std::uin
             m_description.isAscii() != 0};
 }
 
-std::uint64_t DataFile::numPlainValues(std::uint32_t zone, std::uint32_t var) const
+std::uint64_t DataFile::numValues(std::uint32_t zone, std::uint32_t var) const
 {
     auto const i = static_cast<std::int64_t>(m_headers.iMaxOrNumNodes[zone]);
     auto const j = static_cast<std::int64_t>(m_headers.jMaxOrNumCells[zone]);
@@ -315,7 +323,7 @@ ValueArray DataFile::plainValues(std::uint32_t zoneIndex, std::uint32_t var)
 {
     return {&m_path,
             zone(zoneIndex).classicVarFileLocs[var],
-            numPlainValues(zoneIndex, var),
+            numValues(zoneIndex, var),
             var,
             valueType(zoneIndex, var),
             m_description.isAscii() != 0};

@@ -4,6 +4,7 @@
 #include "addons/hdqfs/ValueReader.h"
 
 #include "filedata/FileDescription.h"
+#include "filedata/HeaderBudget.h"
 #include "filedata/TagList.h"
 #include "filedata/ZoneMetadata.h"
 #include "filedata/ZoneVarMetadata.h"
@@ -60,6 +61,8 @@ public:
     /// How the nodes or the cells of a partition of an HDQ zone lie in subzones.
     SubzoneLayout const& layout(std::uint32_t zone, std::uint32_t partition, Items items);
 
+    /// The number of values that a variable has in a zone of its size.
+    std::uint64_t numValues(std::uint32_t zone, std::uint32_t var) const;
     /// The values of a variable in a partition of an HDQ zone.
     ValueArray values(std::uint32_t zone, std::uint32_t var, std::uint32_t partition);
     /// The values of a variable in a plain zone, all of them.
@@ -77,8 +80,6 @@ private:
     void readHeaders();
     void checkHeaders() const;
     void resolveConnectivitySharing();
-    /// The number of values that a variable has in a zone of this size.
-    std::uint64_t numPlainValues(std::uint32_t zone, std::uint32_t var) const;
     std::string zoneName(std::uint32_t zone) const;
 
     std::string m_path;
@@ -91,6 +92,7 @@ private:
     hdqio::LightweightVector<std::uint64_t> m_zoneHeaderFileLocs;
     std::vector<std::uint32_t> m_connectivityOf; ///< By zone.
     std::unordered_map<std::uint32_t, hdqio::ZoneMetadata> m_zones;
+    hdqio::HeaderBudget m_headerBudget;
     std::set<std::pair<std::uint32_t, std::uint32_t>> m_readPartitions; ///< Zone and partition.
     std::map<std::tuple<std::uint32_t, std::uint32_t, Items>, SubzoneLayout> m_layouts;
 };

@@ -43,6 +43,7 @@ DataSet::DataSet(std::vector<std::string> const& paths)
     m_title = m_sets.front()->grid().title();
     collectNames();
     checkNames();
+    checkNumVars();
     resolveSharing();
 }
 
@@ -115,6 +116,21 @@ void DataSet::checkNames() const
                     "The files can't be loaded together: variable " + std::to_string(v + 1) +
                     " is \"" + set->varName(v) + "\" in " + set->grid().path() + " and \"" +
                     m_varNames[v] + "\" in another file. Load them one by one.");
+}
+
+void DataSet::checkNumVars() const
+{
+    constexpr std::uint64_t FEW = 1'000'000;
+    constexpr std::uint64_t MOST_FOR_EACH_OF_THE_FILES = 32;
+    std::uint64_t inFiles = 0;
+    for (Place const& place : m_zones)
+        inFiles += place.set->numVars();
+    std::uint64_t const all = std::uint64_t{numZones()} * numVars();
+    if (all > FEW && all / MOST_FOR_EACH_OF_THE_FILES > inFiles)
+        throw std::runtime_error("The files can't be loaded together: there would be " +
+                                 std::to_string(numVars()) + " variables for each of " +
+                                 std::to_string(numZones()) +
+                                 " zones, of which most have far fewer. Load them one by one.");
 }
 
 bool DataSet::hasHdqZone() const

@@ -121,6 +121,9 @@ private:
     static void checkSolution(DataFile const& grid, DataFile const& first, DataFile const& solution);
     void collectNames();
     void checkNames() const;
+    /// Every zone has every variable, be it passive: files of many zones and others of many
+    /// variables, each of them small, would have more together than memory can hold.
+    void checkNumVars() const;
     /// The file that holds a variable of a place; null file if its set has no such variable.
     static VariableInFile find(Place const& place, std::uint32_t var);
     /// The zone that a zone itself names for a variable's values: often itself.

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace varnox::hdqfsloader {
@@ -45,6 +46,14 @@ int DescriptorCache::descriptorOf(std::string const& path)
     added.front().descriptor = descriptor;
     m_open.splice(m_open.begin(), added);
     return descriptor;
+}
+
+std::uint64_t DescriptorCache::size(std::string const& path)
+{
+    struct stat status = {};
+    if (::fstat(descriptorOf(path), &status) != 0)
+        throw std::runtime_error("Cannot read " + path + ": " + std::strerror(errno) + ".");
+    return static_cast<std::uint64_t>(status.st_size);
 }
 
 void DescriptorCache::read(std::string const& path, std::uint64_t fileLoc, void* out,

@@ -24,6 +24,9 @@ public:
     /// Reads exactly byteCount bytes at fileLoc. A file that ends before is an error.
     void read(std::string const& path, std::uint64_t fileLoc, void* out, std::size_t byteCount);
 
+    /// Bytes of the file.
+    std::uint64_t size(std::string const& path);
+
     std::size_t numOpen() const { return m_open.size(); }
 
 private:

@@ -32,8 +32,12 @@ public:
         ZoneMetadata const& zone = m_file.zone(m_zone);
         if (!zone.isHdqZone) {
             ValueArray const array = m_file.plainValues(m_zone, m_var);
+            requireValues(array, array.numValues);
             sendRun(array, 0, array.numValues, 0);
-        } else if (zone.isOrdered()) {
+            return;
+        }
+        requireValues(m_file.values(m_zone, m_var, 0), m_file.numValues(m_zone, m_var));
+        if (zone.isOrdered()) {
             sendBricks(zone);
         } else {
             sendSections(zone);
@@ -41,6 +45,17 @@ public:
     }
 
 private:
+    /// Partitions that lie on each other, or leave out a part of the zone, would let a small file
+    /// fill the connection for ever.
+    void requireValues(ValueArray const& array, std::uint64_t count)
+    {
+        if (!m_reader.canBeHeld(array, count))
+            throw std::runtime_error(m_file.path() + " is too short for the " +
+                                     std::to_string(count) + " values of variable " +
+                                     std::to_string(m_var + 1) + " in zone " +
+                                     std::to_string(m_zone + 1) + ".");
+    }
+
     /// Values of an array, whose place among all values of the zone is target.
     void sendRun(ValueArray const& array, std::uint64_t first, std::uint64_t count,
                  std::uint64_t target)

@@ -46,6 +46,9 @@ class ValueReader
 public:
     explicit ValueReader(DescriptorCache& files) : m_files(files) {}
 
+    /// Whether the file is long enough for this many values, wherever they lie.
+    bool canBeHeld(ValueArray const& array, std::uint64_t count);
+
     /// Values first up to but excluding first + count, in their own type, to out.
     void readNative(ValueArray const& array, std::uint64_t first, std::uint64_t count, void* out);
     /// The same, each as a double. Not for node maps.

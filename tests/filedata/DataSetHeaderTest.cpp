@@ -661,8 +661,11 @@ TEST(DataSetHeader, ProductOfZonesAndVariablesIsHeldAgainstTheFile)
     EXPECT_TRUE(checkZoneAndVarCounts(file.reader, 1, 20000));
     EXPECT_FALSE(checkZoneAndVarCounts(file.reader, 2000, 100));
     EXPECT_FALSE(checkZoneAndVarCounts(file.reader, 6000, 1));
-    EXPECT_TRUE(checkZoneAndVarCounts(file.reader, 0, 300000));
-    EXPECT_FALSE(checkZoneAndVarCounts(file.reader, 0, 300001));
+    EXPECT_TRUE(checkZoneAndVarCounts(file.reader, 0, 100000));
+    EXPECT_FALSE(checkZoneAndVarCounts(file.reader, 0, 100001)); // each with arrays of its own
+    OpenFile small(std::string(300, '\0'));
+    EXPECT_TRUE(checkZoneAndVarCounts(small.reader, 0, 300));
+    EXPECT_FALSE(checkZoneAndVarCounts(small.reader, 0, 301));
     EXPECT_TRUE(checkZoneAndVarCounts(file.reader, 0, 0));
 }
 

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
+#include <utility>
+#include <vector>
 
 namespace varnox::tools {
 
@@ -35,7 +38,7 @@ class OrderedValues
 {
 public:
     OrderedValues(SubzoneValues& values, ZoneMetadata const& zone, Items items)
-        : m_values(values), m_items(items)
+        : m_values(values), m_items(items), m_tree(zone.ptnRTree.get())
     {
         for (std::uint32_t p = 0; p < zone.numPartitions; ++p) {
             SubzoneLayout const& layout = values.layout(p, items);
@@ -57,19 +60,38 @@ public:
 
     void addTo(GrowingRange& range, std::uint32_t var, Box const& box)
     {
-        for (std::uint32_t p = 0; p < m_boxes.size(); ++p) {
-            Box part = intersection(box, m_boxes[p]);
-            if (isEmpty(part))
-                continue;
-            for (std::size_t axis = 0; axis < 3; ++axis) {
-                part.begin[axis] -= m_boxes[p].begin[axis];
-                part.end[axis] -= m_boxes[p].begin[axis];
-            }
-            addPart(range, var, p, part);
+        if (isEmpty(box))
+            return;
+        if (m_tree == nullptr) {
+            addOf(0, range, var, box);
+            return;
         }
+        std::vector<std::pair<ZoneMetadata::Box, std::uint32_t>> found;
+        auto const point = [](std::array<std::uint64_t, 3> const& at, std::uint64_t less) {
+            return ZoneMetadata::Point(static_cast<long>(at[0] - less),
+                                       static_cast<long>(at[1] - less),
+                                       static_cast<long>(at[2] - less));
+        };
+        m_tree->query(boost::geometry::index::intersects(
+                          ZoneMetadata::Box(point(box.begin, 0), point(box.end, 1))),
+                      std::back_inserter(found));
+        for (auto const& partition : found)
+            addOf(partition.second, range, var, box);
     }
 
 private:
+    void addOf(std::uint32_t p, GrowingRange& range, std::uint32_t var, Box const& box)
+    {
+        Box part = intersection(box, m_boxes[p]);
+        if (isEmpty(part))
+            return;
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            part.begin[axis] -= m_boxes[p].begin[axis];
+            part.end[axis] -= m_boxes[p].begin[axis];
+        }
+        addPart(range, var, p, part);
+    }
+
     /// Items of a partition, by their indices in it.
     void addPart(GrowingRange& range, std::uint32_t var, std::uint32_t p, Box const& part)
     {
@@ -108,6 +130,7 @@ private:
 
     SubzoneValues& m_values;
     Items m_items;
+    ZoneMetadata::BoxTree const* m_tree; ///< Of the partitions' nodes; null if there is only one.
     std::vector<Box> m_boxes;
     std::array<std::uint64_t, 3> m_end{};
 };

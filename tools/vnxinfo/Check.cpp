@@ -19,12 +19,24 @@ using hdqio::ZoneMetadata;
 
 namespace {
 
-/// The zone whose connectivity a zone has, following its shares.
-std::uint32_t connectivitySource(CheckedFile const& file, std::uint32_t z)
+/// The zones whose connectivity the zones have, by zone. Follows their shares, which end.
+std::vector<std::uint32_t> connectivitySources(CheckedFile const& file)
 {
-    while (file.headers.shareConnectivity[z] != -1)
-        z = static_cast<std::uint32_t>(file.headers.shareConnectivity[z]);
-    return z;
+    constexpr std::uint32_t UNKNOWN = 0xFFFFFFFF;
+    std::vector<std::uint32_t> result(file.numZones(), UNKNOWN);
+    std::vector<std::uint32_t> chain;
+    for (std::uint32_t z = 0; z < file.numZones(); ++z) {
+        chain.assign(1, z);
+        while (result[chain.back()] == UNKNOWN &&
+               file.headers.shareConnectivity[chain.back()] != -1)
+            chain.push_back(
+                static_cast<std::uint32_t>(file.headers.shareConnectivity[chain.back()]));
+        std::uint32_t const last = chain.back();
+        std::uint32_t const source = result[last] == UNKNOWN ? last : result[last];
+        for (std::uint32_t const link : chain)
+            result[link] = source;
+    }
+    return result;
 }
 
 bool areCutAlike(ZoneMetadata const& a, ZoneMetadata const& b)
@@ -84,12 +96,17 @@ public:
             m_grid = nullptr;
         m_file.zones.resize(m_file.numZones());
         m_cross.resize(m_file.numZones());
-        for (std::uint32_t z = 0; z < m_file.numZones(); ++z)
+        for (std::uint32_t z = 0; z < m_file.numZones(); ++z) {
             checkZone(z);
+            // Nothing refers to what such a zone has, and there may be many.
+            if (!isOfCells(z))
+                finish(z);
+        }
         if (m_grid != nullptr)
             holdToGrid();
         for (std::uint32_t z = 0; z < m_file.numZones(); ++z)
-            guarded({"ranges of subzones", z}, [&] { checkCrossRanges(z); });
+            if (isOfCells(z))
+                finish(z);
         checkCoverage(m_file);
     }
 
@@ -102,6 +119,21 @@ private:
             f();
             return true;
         });
+    }
+
+    /// Whether it is a zone in subzones with cells of its own, which others may share.
+    bool isOfCells(std::uint32_t z) const
+    {
+        ZoneMetadata const& zone = m_file.zones[z].metadata;
+        return zone.isHdqZone && !zone.isOrdered();
+    }
+
+    void finish(std::uint32_t z)
+    {
+        guarded({"ranges of subzones", z}, [&] { checkCrossRanges(z); });
+        m_cross[z] = {};
+        if (!isOfCells(z))
+            m_file.zones[z].metadata.forgetZoneHeader();
     }
 
     void checkZone(std::uint32_t z)
@@ -179,7 +211,9 @@ private:
             return;
         }
         CheckedFile& meshFile = m_grid != nullptr ? *m_grid : m_file;
-        std::uint32_t const source = connectivitySource(meshFile, z);
+        if (m_sources.empty())
+            m_sources = connectivitySources(meshFile);
+        std::uint32_t const source = m_sources[z];
         if (hasConnectivity(meshFile, source) &&
             areCutAlike(meshFile.zones[source].metadata, zone.metadata)) {
             if (walkConnectivity(meshFile, source, take))
@@ -192,6 +226,7 @@ private:
     CheckedFile& m_file;
     CheckedFile* m_grid;
     std::vector<ZoneCrossRanges> m_cross;
+    std::vector<std::uint32_t> m_sources; ///< Of connectivity, in the file that has the grid.
 };
 
 Json jsonOf(CheckedFile const& file)

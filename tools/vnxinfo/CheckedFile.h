@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filedata/FileDescription.h"
+#include "filedata/HeaderBudget.h"
 #include "filedata/TagList.h"
 #include "filedata/ZoneMetadata.h"
 #include "filedata/ZoneVarMetadata.h"
@@ -55,6 +56,7 @@ struct CheckedFile
     hdqio::ZoneVarMetadata headers;
     hdqio::LightweightVector<std::uint64_t> zoneHeaderFileLocs;
     std::vector<CheckedZone> zones;
+    hdqio::HeaderBudget headerBudget; ///< Of zones and partitions.
 };
 
 bool isLocation(std::uint64_t value);

@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstring>
 #include <set>
+#include <vector>
 
 namespace varnox::tools {
 
@@ -160,23 +161,53 @@ void checkZoneReference(CheckedFile& file, Place const& place, std::uint32_t z, 
         file.faults.add(place, "It refers to its own zone.");
 }
 
-/// Follows a reference from zone to zone. -1 where it doesn't end.
-template <typename Next>
-std::int32_t endOf(CheckedFile const& file, std::uint32_t z, Next const& next)
+/// Where references from zone to zone end, of each zone: -1 where they don't. next is -1 for a zone
+/// that refers to none. Each zone is passed once, however long the chains are.
+std::vector<std::int32_t> endsOf(hdqio::PlainDataVector<std::int32_t> const& next,
+                                 std::uint32_t numZones)
 {
-    auto at = static_cast<std::int32_t>(z);
-    for (std::uint32_t steps = 0; steps <= file.numZones(); ++steps) {
-        std::int32_t const other = next(static_cast<std::uint32_t>(at));
-        if (other == -1)
-            return at;
-        if (other < 0 || other >= static_cast<std::int64_t>(file.numZones()))
-            return -1;
-        at = other;
+    constexpr std::int32_t ENDLESS = -1;
+    constexpr std::int32_t UNKNOWN = -2;
+    std::vector<std::int32_t> result(numZones, UNKNOWN);
+    std::vector<std::uint32_t> chain;
+    for (std::uint32_t z = 0; z < numZones; ++z) {
+        chain.clear();
+        std::int32_t at = static_cast<std::int32_t>(z);
+        std::int32_t end = UNKNOWN;
+        while (end == UNKNOWN) {
+            auto const zone = static_cast<std::uint32_t>(at);
+            if (at < 0 || zone >= numZones) {
+                end = ENDLESS;
+            } else if (result[zone] != UNKNOWN) {
+                end = result[zone];
+            } else {
+                chain.push_back(zone);
+                result[zone] = ENDLESS; // if the chain comes back to it
+                if (next[zone] == -1)
+                    end = at;
+                at = next[zone];
+            }
+        }
+        for (std::uint32_t const link : chain)
+            result[link] = end;
     }
-    return -1;
+    return result;
 }
 
-void checkZoneEntries(CheckedFile& file, std::uint32_t z)
+/// Of all zones.
+struct ZoneEnds
+{
+    explicit ZoneEnds(CheckedFile const& file)
+        : parents(endsOf(file.headers.parentZones, file.numZones())),
+          connectivity(endsOf(file.headers.shareConnectivity, file.numZones()))
+    {
+    }
+
+    std::vector<std::int32_t> parents;
+    std::vector<std::int32_t> connectivity;
+};
+
+void checkZoneEntries(CheckedFile& file, std::uint32_t z, ZoneEnds const& ends)
 {
     Place const place{"zone entry of the data set header", z};
     auto const& headers = file.headers;
@@ -190,8 +221,7 @@ void checkZoneEntries(CheckedFile& file, std::uint32_t z)
         file.faults.add(place, "Its solution time is no finite number.");
     checkZoneReference(file, {"parent zone", z}, z, headers.parentZones[z]);
     checkZoneReference(file, {"shared connectivity", z}, z, headers.shareConnectivity[z]);
-    if (endOf(file, z, [&](std::uint32_t at) { return headers.parentZones[at]; }) == -1 ||
-        endOf(file, z, [&](std::uint32_t at) { return headers.shareConnectivity[at]; }) == -1)
+    if (ends.parents[z] == -1 || ends.connectivity[z] == -1)
         file.faults.add(place,
                         "Its parents, or the zones whose connectivity it shares, don't end.");
     if (isMixed(file, z))
@@ -210,12 +240,11 @@ std::array<std::uint64_t, 4> itemsOf(CheckedFile const& file, std::uint32_t z, s
     return {nodal, nodal != 0 ? headers.iMaxOrNumNodes[z] : headers.jMaxOrNumCells[z], 0, 0};
 }
 
-void checkSharedVariable(CheckedFile& file, Place const& place, std::uint32_t z, std::uint32_t v)
+void checkSharedVariable(CheckedFile& file, Place const& place, std::uint32_t z, std::uint32_t v,
+                         std::int32_t end)
 {
     auto const& headers = file.headers;
     checkZoneReference(file, place, z, headers.shareVar[v][z]);
-    std::int32_t const end =
-        endOf(file, z, [&](std::uint32_t at) { return headers.shareVar[v][at]; });
     if (end == -1) {
         file.faults.add(place, "The zones that share it don't end.");
         return;
@@ -234,7 +263,8 @@ void checkSharedVariable(CheckedFile& file, Place const& place, std::uint32_t z,
                                    ", from which it is shared.");
 }
 
-void checkVarEntries(CheckedFile& file, std::uint32_t z, std::uint32_t v)
+/// end is the zone whose values they are, or -1.
+void checkVarEntries(CheckedFile& file, std::uint32_t z, std::uint32_t v, std::int32_t end)
 {
     Place const place{"variable entry of the data set header", z, -1, v};
     auto const& headers = file.headers;
@@ -246,10 +276,25 @@ void checkVarEntries(CheckedFile& file, std::uint32_t z, std::uint32_t v)
     if (headers.passive[v][z] > 1)
         file.faults.add(place, "Its passive flag is neither 0 nor 1.");
     if (headers.shareVar[v][z] != -1)
-        checkSharedVariable(file, place, z, v);
+        checkSharedVariable(file, place, z, v, end);
     hdqio::MinMax const& range = headers.zoneMinMaxes[v][z];
     if (headers.passive[v][z] != 0 && (range.min != 0 || range.max != 0))
         file.faults.add(place, "It is passive, and its range isn't 0 to 0.");
+}
+
+void checkEntries(CheckedFile& file)
+{
+    ZoneEnds const ends(file);
+    for (std::uint32_t z = 0; z < file.numZones(); ++z)
+        checkZoneEntries(file, z, ends);
+    if (file.numZones() == 0)
+        return;
+    for (std::uint32_t v = 0; v < file.numVars(); ++v) {
+        std::vector<std::int32_t> const endsOfVar =
+            endsOf(file.headers.shareVar[v], file.numZones());
+        for (std::uint32_t z = 0; z < file.numZones(); ++z)
+            checkVarEntries(file, z, v, endsOfVar[z]);
+    }
 }
 
 /// Reads one group by its two functions, if the file has it.
@@ -343,11 +388,7 @@ bool checkHeaders(CheckedFile& file)
     checkNames(file, hdqio::VAR_NAME_FILE_LOC_TAG, "varNamesArray", file.headers.varNames);
     checkNames(file, hdqio::ZONE_NAME_FILE_LOC_TAG, "zoneNamesArray", file.headers.zoneNames);
     std::uint64_t const before = file.faults.count();
-    for (std::uint32_t z = 0; z < file.numZones(); ++z) {
-        checkZoneEntries(file, z);
-        for (std::uint32_t v = 0; v < file.numVars(); ++v)
-            checkVarEntries(file, z, v);
-    }
+    checkEntries(file);
     checkGroups(file);
     return file.faults.count() == before;
 }

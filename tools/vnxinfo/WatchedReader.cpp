@@ -9,6 +9,7 @@ void WatchedReader::keep()
     std::uint64_t const end = m_file.fileLoc();
     if (end <= m_begin)
         return;
+    m_numWatched += end - m_begin;
     bool const adjoins = !m_extents.empty() && m_extents.back().end == m_begin &&
                          m_extents.back().place.isOfSameKind(m_place);
     if (adjoins)

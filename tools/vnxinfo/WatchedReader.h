@@ -29,6 +29,8 @@ public:
     void unwatch();
     /// In the order of their reading, adjoining ones of a kind joined.
     std::vector<Extent> const& extents() const { return m_extents; }
+    /// Bytes read while it watched, each time that they were.
+    std::uint64_t numWatched() const { return m_numWatched; }
     /// To read unwatched.
     hdqio::FileStreamReader& file() { return m_file; }
 
@@ -68,6 +70,7 @@ private:
     void keep();
     void restart() { m_begin = m_file.fileLoc(); }
 
+    std::uint64_t m_numWatched = 0;
     hdqio::FileStreamReader m_file;
     std::vector<Extent> m_extents;
     Place m_place{""};

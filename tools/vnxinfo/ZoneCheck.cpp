@@ -114,6 +114,15 @@ void checkReferredPartitions(CheckedFile& file, Place const& place, ZoneMetadata
     }
 }
 
+bool takeFromBudget(CheckedFile& file, Place const& place, std::uint64_t loc,
+                    std::uint64_t byteCount)
+{
+    return file.attempt(place, loc, [&] {
+        file.reader.unwatch();
+        return file.headerBudget.take(file.reader, byteCount);
+    });
+}
+
 void readPartition(CheckedFile& file, std::uint32_t z, std::uint32_t p)
 {
     ZoneMetadata& zone = file.zones[z].metadata;
@@ -128,14 +137,19 @@ void readPartition(CheckedFile& file, std::uint32_t z, std::uint32_t p)
         file.faults.add(place, "The partition has no header.");
         return;
     }
-    checkTagList(file, place, loc, TagOwner::Partition, p + 1);
+    if (!file.attempt(place, loc, [&] { return file.headerBudget.requireMore(file.path); }))
+        return;
     PartitionMetadata header;
-    if (!file.attempt(place, loc, [&] {
-            return file.reader.seekToFileLoc(loc) &&
-                   hdqio::readPartitionHeader(file.reader, file.description, static_cast<int>(z), 0,
-                                              static_cast<int>(file.numVars()), p, zone,
-                                              file.headers.fieldDataTypes, header);
-        }))
+    bool const isRead = file.attempt(place, loc, [&] {
+        return file.reader.seekToFileLoc(loc) &&
+               hdqio::readPartitionHeader(file.reader, file.description, static_cast<int>(z), 0,
+                                          static_cast<int>(file.numVars()), p, zone,
+                                          file.headers.fieldDataTypes, header);
+    });
+    if (!takeFromBudget(file, place, loc, hdqio::bytesInFile(header)))
+        return;
+    checkTagList(file, place, loc, TagOwner::Partition, p + 1);
+    if (!isRead)
         return;
     checkReferredPartitions(file, place, zone, header);
     checkSubzoneCounts(file, place, tagsAt(file, loc, TagOwner::Partition, p + 1),
@@ -169,14 +183,22 @@ void checkZoneHeader(CheckedFile& file, std::uint32_t z)
     Place const place{"zone header", z};
     std::uint64_t const loc = file.zoneHeaderFileLocs[z];
     auto const index = static_cast<int>(z);
-    checkTagList(file, place, loc, TagOwner::Zone, z + 1);
+    if (!file.attempt(place, loc, [&] { return file.headerBudget.requireMore(file.path); }))
+        return;
     checked.isRead = file.attempt(place, loc, [&] {
         hdqio::storeZoneMetadata(file.headers, index, 0, checked.metadata);
+        checked.metadata.wantsNodeTable = false;
         return file.reader.seekToFileLoc(loc) &&
                hdqio::readZoneHeaders(file.reader, file.description, 0, index, 0,
                                       static_cast<int>(file.numVars()), file.headers.zoneMinMaxes,
                                       file.headers.fieldDataTypes, checked.metadata);
     });
+    checked.metadata.varMinMaxTrees.dealloc(); // of one entry each, which the data set header has
+    if (!takeFromBudget(file, place, loc, hdqio::bytesInFile(checked.metadata))) {
+        checked.isRead = false;
+        return;
+    }
+    checkTagList(file, place, loc, TagOwner::Zone, z + 1);
     if (checked.isRead && checked.metadata.isHdqZone)
         checkHdqHeader(file, z, loc);
 }
