@@ -34,7 +34,7 @@ constexpr std::size_t MAX_GAP = 1'000'000;
 /// Every zone gets a slot for every variable that any zone has. Beyond this many, all slots
 /// together mustn't be more than a multiple of those that zones have already: a file of many zones
 /// and one of many variables, each of them small, would cost memory out of proportion to both.
-constexpr std::size_t FEW_SLOTS = 16'000'000;
+constexpr std::size_t FEW_SLOTS = 1'000'000;
 constexpr std::size_t MAX_SLOTS_PER_SLOT = 32;
 
 std::string zoneMessage(int zone)
