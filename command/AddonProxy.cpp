@@ -102,6 +102,9 @@ public:
         auto const handler = commandHandlers.find(command);
         if (handler == commandHandlers.end())
             throw Error("Unrecognized command received: " + command);
+        if (numCommandsUnderWay == MAX_COMMANDS_UNDER_WAY)
+            throw Error("Too many commands were sent while others were under way; at most " +
+                        std::to_string(MAX_COMMANDS_UNDER_WAY) + " can be.");
         ++numCommandsUnderWay;
         (this->*handler->second)();
         --numCommandsUnderWay; // not where the handler throws: its command is never finished
@@ -119,6 +122,10 @@ public:
 
 private:
     using Handler = void (Impl::*)();
+
+    /// While an add-on waits for the client, the client may send commands, and so on: each takes
+    /// from the stack.
+    static constexpr int MAX_COMMANDS_UNDER_WAY = 100;
 
     /// The add-on stays in the process until the process ends, whatever happens.
     static void loadAddon(std::string const& path)

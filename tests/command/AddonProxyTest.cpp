@@ -650,6 +650,32 @@ TEST_F(AddonProxySession, WholeLoadWithANestedRequestIsItsGoldenBytes)
     EXPECT_TRUE(socket.allWasRead());
 }
 
+TEST_F(AddonProxySession, CommandsWithinCommandsAreBounded)
+{
+    std::string const path = fileNamed("builds.hdqfs");
+    auto const loadWithinLoads = [&](int depth) {
+        socket.takeSent();
+        script([&](WriteCache& c) {
+            for (int i = 0; i < depth; ++i) {
+                c.addString("load dataset"); // while VnxUtilDataLoadFinishX is served
+                c.addString(path);
+                c.addString("command finished");
+                c.addUInt32(1);
+                if (i == 0) {
+                    c.addString(
+                        "command finished"); // of the zone, which isn't batched further down
+                    c.addUInt32(1);
+                    c.addUInt32(1);
+                }
+            }
+            c.addString("list file types");
+        });
+        return messageOf<std::exception>([&] { proxy->serviceCommandsUntil(CLOSE_DATA_SERVER); });
+    };
+    EXPECT_EQ(loadWithinLoads(200), "Too many commands were sent while others were under way; at "
+                                    "most 100 can be.");
+}
+
 TEST_F(AddonProxySession, EveryFailingOperationOfALoadEndsInAnException)
 {
     std::string const path = fileNamed("builds.hdqfs");
