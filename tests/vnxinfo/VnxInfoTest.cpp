@@ -1,5 +1,6 @@
 #include "tests/hdqfs/TemporaryFile.h"
 #include "tests/vnxclient/Process.h"
+#include "tools/vnxinfo/Description.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -49,6 +50,17 @@ TEST(VnxInfo, ShowsAFileAsATree)
     EXPECT_THAT(result.output, HasSubstr("zone 1 'internal'"));
     EXPECT_THAT(result.output, HasSubstr("5616 nodes in 22 subzones, 3875 cells in 16"));
     EXPECT_THAT(result.output, HasSubstr("X     float   nodes  0 to 0.22"));
+}
+
+TEST(VnxInfo, WritesAZoneAtATimeWhatItSaysOfTheWhole)
+{
+    for (std::string const& path : {GRID, SOLUTION, TEXT_SOLUTION, BOX}) {
+        hdqfsloader::DataFile file(path);
+        EXPECT_EQ(run({"--json", path}).output,
+                  tools::serialized(tools::describe(file, {}), 1) + "\n");
+        EXPECT_EQ(run({"--json", "--zone", "1", path}).output,
+                  tools::serialized(tools::describe(file, 0), 1) + "\n");
+    }
 }
 
 TEST(VnxInfo, SaysTheSameAsJson)

@@ -254,7 +254,7 @@ bool tellsOfDamage(Json const& description)
     return std::any_of(description.begin(), description.end(), tellsOfDamage);
 }
 
-Json describe(DataFile& file, std::optional<std::uint32_t> onlyZone)
+Json describeStart(DataFile const& file)
 {
     hdqio::IJK const limits = file.description().getMaxIJKSubzoneSize();
     Json result = {{"file", file.path()},
@@ -273,6 +273,22 @@ Json describe(DataFile& file, std::optional<std::uint32_t> onlyZone)
     for (std::uint32_t v = 0; v < file.headers().varNames.size(); ++v)
         variables.push_back({{"number", v + 1}, {"name", file.headers().varNames[v]}});
     result["variables"] = variables;
+    return result;
+}
+
+Json describeZone(DataFile& file, std::uint32_t zone, bool withBlocks)
+{
+    return zoneOf(file, zone, withBlocks);
+}
+
+Json describeGroups(DataFile const& file)
+{
+    return groupsOf(file);
+}
+
+Json describe(DataFile& file, std::optional<std::uint32_t> onlyZone)
+{
+    Json result = describeStart(file);
     Json zones = Json::array();
     for (std::uint32_t z = 0; z < file.numZones(); ++z)
         if (!onlyZone || *onlyZone == z)

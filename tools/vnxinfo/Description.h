@@ -16,6 +16,12 @@ using Json = nlohmann::ordered_json;
 /// its partitions. A zone whose header can't be read has an "error" in its place.
 Json describe(hdqfsloader::DataFile& file, std::optional<std::uint32_t> onlyZone);
 
+/// The same piece by piece, for a file of many zones, whose description takes far more memory than
+/// the file: what stands ahead of the zones, each zone, and what stands behind them.
+Json describeStart(hdqfsloader::DataFile const& file);
+Json describeZone(hdqfsloader::DataFile& file, std::uint32_t zone, bool withBlocks);
+Json describeGroups(hdqfsloader::DataFile const& file);
+
 /// A number as JSON has it: one that isn't finite as its name.
 Json jsonOf(double number);
 

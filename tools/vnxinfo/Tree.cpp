@@ -186,7 +186,7 @@ void writeGroups(Json const& groups, Writer& out)
 
 }
 
-void writeTree(Json const& file, Output& output)
+void writeTreeStart(Json const& file, Output& output)
 {
     Writer out(output);
     out.line(0, textOf(file["file"]));
@@ -199,9 +199,18 @@ void writeTree(Json const& file, Output& output)
               textOf(limits["i"]) + " x " + textOf(limits["j"]) + " x " + textOf(limits["k"]) +
                   ", finite elements " + textOf(limits["finiteElements"]));
     writeLocations(file["locations"], out);
-    for (Json const& zone : file["zones"])
-        writeZone(zone, out);
-    writeGroups(file["groups"], out);
+}
+
+void writeTreeZone(Json const& zone, Output& output)
+{
+    Writer out(output);
+    writeZone(zone, out);
+}
+
+void writeTreeGroups(Json const& groups, Output& output)
+{
+    Writer out(output);
+    writeGroups(groups, out);
 }
 
 }

@@ -5,7 +5,9 @@
 
 namespace varnox::tools {
 
-/// Writes the description of a file as an indented tree.
-void writeTree(Json const& file, Output& output);
+/// Writes the pieces of a file's description as an indented tree.
+void writeTreeStart(Json const& file, Output& output);
+void writeTreeZone(Json const& zone, Output& output);
+void writeTreeGroups(Json const& groups, Output& output);
 
 }
