@@ -39,6 +39,9 @@ constexpr auto TRIAL_LIMIT = 60s; // for an add-on to come up
 constexpr char WRONG_USER[] = "this data server serves other users of this machine";
 constexpr auto GREETINGS_OWN = 500ms; // a greeting makes way for another after that time only
 constexpr auto ACCEPT_PAUSE = 200ms;
+constexpr std::size_t MOST_WAITING = 256; // for a greeting
+constexpr auto REPORT_PAUSE = 10s; // between log lines that somebody else could cause without end
+constexpr char ONCE_IS_USED_UP[] = "the data server serves one session only, and that has begun";
 
 /// Lets the system find out when a client's machine has vanished without a word.
 void keepAlive(int connection)
@@ -128,6 +131,15 @@ std::vector<char*> pointersTo(std::vector<std::string>& words)
     for (std::string& word : words)
         result.push_back(word.data());
     result.push_back(nullptr);
+    return result;
+}
+
+/// A connection as two ends; without a write end where there is no descriptor for it.
+Ends endsOf(Descriptor connection)
+{
+    Ends result;
+    result.writeEnd.reset(::fcntl(connection.get(), F_DUPFD_CLOEXEC, 0));
+    result.readEnd = std::move(connection);
     return result;
 }
 
@@ -297,7 +309,7 @@ bool Server::isDone() const
 void Server::waitForEvents()
 {
     std::vector<pollfd> waiting{{m_signals.descriptor(), POLLIN, 0}};
-    bool const accepts = m_listener && !m_acceptAgainTime && !timeOfPlaceForGreeting();
+    bool const accepts = m_listener && !m_acceptAgainTime;
     waiting.push_back({accepts ? m_listener->descriptor() : -1, POLLIN, 0});
     for (Worker const& worker : m_workers)
         waiting.push_back({worker.control.get(), POLLIN, 0});
@@ -314,6 +326,7 @@ void Server::waitForEvents()
     handleDeadlines();
     if (m_listener && waiting[1].revents != 0)
         acceptConnection();
+    startGreetings();
 }
 
 int Server::millisecondsToNextDeadline() const
@@ -322,7 +335,7 @@ int Server::millisecondsToNextDeadline() const
     if (m_acceptAgainTime && (!next || *m_acceptAgainTime < *next))
         next = m_acceptAgainTime;
     std::optional<Clock::time_point> const place = timeOfPlaceForGreeting();
-    if (m_listener && place && (!next || *place < *next))
+    if (!m_waiting.empty() && place && (!next || *place < *next))
         next = place;
     if (!m_refused.empty() && (!next || m_refused.front().until < *next))
         next = m_refused.front().until;
@@ -373,22 +386,79 @@ void Server::acceptConnection()
     }
     keepAlive(connection.get());
     Peer const peer = peerOf(connection.get());
-    Ends ends;
-    ends.writeEnd.reset(::fcntl(connection.get(), F_DUPFD_CLOEXEC, 0));
-    if (!ends.writeEnd.isOpen()) {
-        pauseAccepting(errno);
-        return;
-    }
-    ends.readEnd = std::move(connection);
     bool const isOfThisMachine = m_options.source.address.kind == Address::Kind::Unix;
     if (isOfThisMachine && !mayComeIn(peer)) {
         spdlog::warn("{} is refused: it isn't among those of --allow-uid", peer.name);
-        tellRefusal(std::move(ends), WRONG_USER);
+        tellRefusal(endsOf(std::move(connection)), WRONG_USER);
         return;
     }
-    if (numIn(Worker::State::Greeting) >= m_options.maxGreetings)
-        makeWayForGreeting();
-    startWorker(std::move(ends), peer, true);
+    // Taken even if there is no place yet: who comes from elsewhere isn't to stand in the system's
+    // queue behind all connections of one that floods us.
+    m_waiting.push_back({std::move(connection), peer});
+    if (m_waiting.size() > MOST_WAITING)
+        refuseOneThatWaits();
+}
+
+void Server::startGreetings()
+{
+    if (m_onceIsUsedUp)
+        refuseAllThatWait(ONCE_IS_USED_UP);
+    while (!m_waiting.empty() && !m_acceptAgainTime && !timeOfPlaceForGreeting()) {
+        auto const next = nextToGreet();
+        Ends ends;
+        ends.writeEnd.reset(::fcntl(next->connection.get(), F_DUPFD_CLOEXEC, 0));
+        if (!ends.writeEnd.isOpen()) {
+            pauseAccepting(errno);
+            return;
+        }
+        ends.readEnd = std::move(next->connection);
+        Peer const peer = next->peer;
+        m_waiting.erase(next);
+        if (numIn(Worker::State::Greeting) >= m_options.maxGreetings)
+            makeWayForGreeting();
+        startWorker(std::move(ends), peer, true);
+    }
+}
+
+/// The first of the source that has the fewest greetings under way.
+std::list<Server::Waiting>::iterator Server::nextToGreet()
+{
+    std::map<std::string, std::size_t> counts;
+    for (Worker const& worker : m_workers)
+        if (worker.state == Worker::State::Greeting)
+            ++counts[worker.peer.source];
+    return std::min_element(m_waiting.begin(), m_waiting.end(),
+                            [&](Waiting const& a, Waiting const& b) {
+                                return counts[a.peer.source] < counts[b.peer.source];
+                            });
+}
+
+/// The last of the source that has the most.
+void Server::refuseOneThatWaits()
+{
+    std::map<std::string, std::size_t> counts;
+    for (Waiting const& waiting : m_waiting)
+        ++counts[waiting.peer.source];
+    auto const last = std::max_element(m_waiting.rbegin(), m_waiting.rend(),
+                                       [&](Waiting const& a, Waiting const& b) {
+                                           return counts[a.peer.source] < counts[b.peer.source];
+                                       });
+    auto const now = Clock::now();
+    if (!m_lastCrowdReport || now - *m_lastCrowdReport >= REPORT_PAUSE) {
+        m_lastCrowdReport = now;
+        spdlog::warn("{} and maybe others are refused: {} connections wait to be greeted",
+                     last->peer.name, MOST_WAITING);
+    }
+    tellRefusal(endsOf(std::move(last->connection)),
+                "too many connections wait to be greeted; try again later");
+    m_waiting.erase(std::next(last).base());
+}
+
+void Server::refuseAllThatWait(std::string const& reason)
+{
+    for (Waiting& waiting : m_waiting)
+        tellRefusal(endsOf(std::move(waiting.connection)), reason);
+    m_waiting.clear();
 }
 
 /// A connection that failed before it was taken is none of our trouble. Anything else, as a lack of
@@ -401,7 +471,7 @@ void Server::pauseAccepting(int error)
         return;
     auto const now = Clock::now();
     m_acceptAgainTime = now + ACCEPT_PAUSE;
-    if (m_lastPauseReport && now - *m_lastPauseReport < 10s)
+    if (m_lastPauseReport && now - *m_lastPauseReport < REPORT_PAUSE)
         return;
     m_lastPauseReport = now;
     spdlog::error("can't take a connection: {}; trying again, see 'ulimit -n' if this goes on",
@@ -566,7 +636,7 @@ std::string Server::reasonToRefuse(Worker const& newcomer) const
     if (m_isStopping)
         return "the data server is ending";
     if (m_options.servesOnce && (m_onceIsUsedUp || numSessions > 0))
-        return "the data server serves one session only, and that has begun";
+        return ONCE_IS_USED_UP;
     if (numSessions >= m_options.maxSessions)
         return "the data server already has " + std::to_string(numSessions) +
                (numSessions == 1 ? " session" : " sessions") +
@@ -636,6 +706,7 @@ void Server::workerEnded(Worker& worker, int status)
 void Server::stop(int signal)
 {
     m_listener.reset();
+    m_waiting.clear();
     m_refused.clear();
     for (Worker const& worker : m_workers)
         if (worker.state == Worker::State::Greeting || worker.state == Worker::State::Dropped ||

@@ -36,6 +36,13 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    /// A connection for whose greeting there was no place yet.
+    struct Waiting
+    {
+        socketutil::Descriptor connection;
+        Peer peer;
+    };
+
     /// A connection and the worker that it was given to.
     struct Worker
     {
@@ -71,6 +78,10 @@ private:
 
     void acceptConnection();
     void pauseAccepting(int error);
+    void startGreetings();
+    std::list<Waiting>::iterator nextToGreet();
+    void refuseOneThatWaits();
+    void refuseAllThatWait(std::string const& reason);
     bool mayComeIn(Peer const& peer) const;
     void tellRefusal(Ends ends, std::string const& reason);
     void startWorker(Ends ends, Peer const& peer, bool greets);
@@ -94,6 +105,7 @@ private:
     std::string m_token;
     SignalQueue m_signals;
     std::unique_ptr<socketutil::Listener> m_listener;
+    std::list<Waiting> m_waiting;
     std::list<Worker> m_workers;
     std::list<Refused> m_refused;
     unsigned long m_numConnections = 0;
@@ -105,6 +117,7 @@ private:
     std::optional<Clock::time_point> m_killTime;
     std::optional<Clock::time_point> m_acceptAgainTime;
     std::optional<Clock::time_point> m_lastPauseReport;
+    std::optional<Clock::time_point> m_lastCrowdReport;
 };
 
 }

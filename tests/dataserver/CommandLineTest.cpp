@@ -266,6 +266,21 @@ TEST_F(Startup, AddressFileThatCantBeWrittenIsSaid)
     EXPECT_NE(lastLog().find("Can't write the address file /nowhere/address: "), std::string::npos);
 }
 
+TEST_F(Startup, AddressFileWithoutSpaceForItEndsTheProgramAndStaysAsItWas)
+{
+    std::filesystem::path const place = folder / "places";
+    std::filesystem::create_directory(place);
+    std::ofstream(place / "address") << "of a server before";
+    Surroundings surroundings;
+    surroundings.hasNoSpace = true;
+    EXPECT_EQ(
+        statusOf({"--listen", "tcp:127.0.0.1:0", "--address-file", (place / "address").string()},
+                 surroundings),
+        1);
+    EXPECT_EQ(contents(place / "address"), "of a server before");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(place), {}), 1);
+}
+
 TEST_F(Startup, AddressFileIsReplacedInOneStepAndLeavesNothingBeside)
 {
     std::filesystem::path const place = folder / "places";

@@ -266,6 +266,39 @@ TEST_F(Greeting, SourceThatFloodsMakesWayForItself)
               (Answer{0, std::string("the data server has 3") + MAKES_WAY}));
 }
 
+/// Seconds until a client from elsewhere is served.
+double secondsToBeServed(std::string const& address)
+{
+    auto const start = std::chrono::steady_clock::now();
+    Client honest(address, "127.0.0.2");
+    EXPECT_EQ(honest.greet(), (Answer{1, ""}));
+    honest.expectToBeServed();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+TEST_F(Greeting, SourceThatFloodsKeepsOthersWaitingForOneTurnAtMost)
+{
+    auto const program =
+        listenAt("tcp:127.0.0.1:0", {"--max-greetings", "2", "--greeting-timeout", "600"});
+    std::vector<Client> flood;
+    for (int i = 0; i < 200; ++i)
+        flood.emplace_back(address);
+    EXPECT_LT(secondsToBeServed(address), 25); // the flood's own turns take 50
+}
+
+TEST_F(Greeting, MoreThanCanWaitAreRefusedAndOthersAreNot)
+{
+    auto const program =
+        listenAt("tcp:127.0.0.1:0", {"--max-greetings", "2", "--greeting-timeout", "600"});
+    std::vector<Client> flood;
+    for (int i = 0; i < 300; ++i)
+        flood.emplace_back(address);
+    EXPECT_LT(secondsToBeServed(address), 25);
+    EXPECT_TRUE(program->logHolds("256 connections wait to be greeted")) << program->log();
+    EXPECT_EQ(flood.back().receiveAnswer(),
+              (Answer{0, "too many connections wait to be greeted; try again later"}));
+}
+
 TEST_F(Greeting, HangingUpInItUsesNothingUp)
 {
     auto const program = listen({"--once"});

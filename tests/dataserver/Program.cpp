@@ -11,6 +11,7 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -29,6 +30,11 @@ constexpr std::chrono::milliseconds STEP{10};
 [[noreturn]] void become(char* const* arguments, int log, Surroundings const& surroundings)
 {
     ::signal(SIGHUP, surroundings.ignoresHangUp ? SIG_IGN : SIG_DFL);
+    if (surroundings.hasNoSpace) {
+        rlimit const none = {0, 0};
+        ::setrlimit(RLIMIT_FSIZE, &none);
+        ::signal(SIGXFSZ, SIG_IGN);
+    }
     int const null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     ::dup2(null, 0);
     ::dup2(null, 1);

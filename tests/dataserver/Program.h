@@ -24,6 +24,8 @@ struct Surroundings
     std::vector<std::pair<int, int>> descriptors;
     /// As under nohup.
     bool ignoresHangUp = false;
+    /// Nothing can be written into files, its log included, as on a full disk.
+    bool hasNoSpace = false;
     /// Adds --allow-root where the tests run as root.
     bool allowsRoot = true;
 };
