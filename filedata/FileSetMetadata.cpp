@@ -11,6 +11,7 @@
 #include <new>
 #include <stdexcept>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 namespace varnox::hdqio {
@@ -37,6 +38,7 @@ struct FileInfo
     std::unordered_map<int, ZoneMetadata> zoneMetadata;
     std::uint64_t numNodeEntries = 0; ///< In the node tables of the zones read so far.
     HeaderBudget headerBudget;
+    std::unordered_set<int> countedZones; ///< In the budget: some are read again and again.
 };
 
 /// Node tables up to this are small enough for any file.
@@ -121,7 +123,8 @@ namespace {
 /// many zones without data would cost memory out of proportion to the file.
 char holdZone(FileReaderInterface& reader, FileInfo& file, ZoneMetadata& zone)
 {
-    if (!file.headerBudget.take(reader, bytesInFile(zone))) {
+    bool const isNew = file.countedZones.insert(zone.zone).second;
+    if (isNew && !file.headerBudget.take(reader, bytesInFile(zone))) {
         zone.forgetZoneHeader();
         return 0;
     }

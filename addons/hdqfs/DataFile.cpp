@@ -231,8 +231,9 @@ ZoneMetadata const& DataFile::zone(std::uint32_t zone)
             reader.seekToFileLoc(m_zoneHeaderFileLocs[zone]) &&
             hdqio::readZoneHeaders(reader, m_description, 0, index, 0, static_cast<int>(m_numVars),
                                    m_headers.zoneMinMaxes, m_headers.fieldDataTypes, result);
-        // A header that can't be read costs its time, too.
-        return m_headerBudget.take(reader, hdqio::bytesInFile(result)) && isRead;
+        // A header that can't be read costs its time, too, and may be asked for again.
+        bool const isNew = isRead || m_damagedZones.insert(zone).second;
+        return (!isNew || m_headerBudget.take(reader, hdqio::bytesInFile(result))) && isRead;
     });
     result.varMinMaxTrees.dealloc(); // of one entry each, which the headers of the data set have
     for (std::size_t p = 0; !result.ptnFileNums.isNull() && p < result.numPartitions; ++p)

@@ -15,6 +15,7 @@
 #include <string>
 #include <tuple>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -93,6 +94,7 @@ private:
     std::vector<std::uint32_t> m_connectivityOf; ///< By zone.
     std::unordered_map<std::uint32_t, hdqio::ZoneMetadata> m_zones;
     hdqio::HeaderBudget m_headerBudget;
+    std::unordered_set<std::uint32_t> m_damagedZones; ///< Those found so far.
     std::set<std::pair<std::uint32_t, std::uint32_t>> m_readPartitions; ///< Zone and partition.
     std::map<std::tuple<std::uint32_t, std::uint32_t, Items>, SubzoneLayout> m_layouts;
 };

@@ -32,11 +32,11 @@ public:
         ZoneMetadata const& zone = m_file.zone(m_zone);
         if (!zone.isHdqZone) {
             ValueArray const array = m_file.plainValues(m_zone, m_var);
-            requireValues(array, array.numValues);
+            requireValues();
             sendRun(array, 0, array.numValues, 0);
             return;
         }
-        requireValues(m_file.values(m_zone, m_var, 0), m_file.numValues(m_zone, m_var));
+        requireValues();
         if (zone.isOrdered()) {
             sendBricks(zone);
         } else {
@@ -45,11 +45,26 @@ public:
     }
 
 private:
+    /// As many as will be read. The partitions of finite elements may have other cells than the zone.
+    std::uint64_t numValues()
+    {
+        ZoneMetadata const& zone = m_file.zone(m_zone);
+        if (!zone.isHdqZone || zone.isOrdered())
+            return m_file.numValues(m_zone, m_var);
+        Items const items = m_file.isNodal(m_zone, m_var) ? Items::Nodes : Items::Cells;
+        std::uint64_t result = 0;
+        for (std::uint32_t partition = 0; partition < zone.numPartitions; ++partition)
+            result += m_file.layout(m_zone, partition, items).numItems();
+        return result;
+    }
+
     /// Partitions that lie on each other, or leave out a part of the zone, would let a small file
     /// fill the connection for ever.
-    void requireValues(ValueArray const& array, std::uint64_t count)
+    void requireValues()
     {
-        if (!m_reader.canBeHeld(array, count))
+        std::uint64_t const count = numValues();
+        if (!m_reader.canBeHeld({&m_file.path(), 0, count, m_var, m_file.valueType(m_zone, m_var),
+                                 m_file.description().isAscii() != 0}))
             throw std::runtime_error(m_file.path() + " is too short for the " +
                                      std::to_string(count) + " values of variable " +
                                      std::to_string(m_var + 1) + " in zone " +

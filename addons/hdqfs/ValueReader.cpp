@@ -151,10 +151,10 @@ void ValueReader::readText(ValueArray const& array, std::uint64_t first, std::ui
     });
 }
 
-bool ValueReader::canBeHeld(ValueArray const& array, std::uint64_t count)
+bool ValueReader::canBeHeld(ValueArray const& array)
 {
     std::uint64_t const width = array.isAscii ? textWidth(array.type) : valueSize(array.type);
-    return count <= m_files.size(*array.path) / width;
+    return array.numValues <= m_files.size(*array.path) / width;
 }
 
 void ValueReader::readNative(ValueArray const& array, std::uint64_t first, std::uint64_t count,

@@ -46,8 +46,8 @@ class ValueReader
 public:
     explicit ValueReader(DescriptorCache& files) : m_files(files) {}
 
-    /// Whether the file is long enough for this many values, wherever they lie.
-    bool canBeHeld(ValueArray const& array, std::uint64_t count);
+    /// Whether the file is long enough for so many values, wherever they lie.
+    bool canBeHeld(ValueArray const& array);
 
     /// Values first up to but excluding first + count, in their own type, to out.
     void readNative(ValueArray const& array, std::uint64_t first, std::uint64_t count, void* out);

@@ -250,6 +250,26 @@ TEST(CostOfFiles, CheckOfUnknownTagsInTheHeadersOfManyZones)
 /// Whole layers of an ordered zone: the first and the last.
 using Layers = std::pair<std::uint64_t, std::uint64_t>;
 
+TEST(CostOfFiles, HeaderThatIsAskedForAgainAndAgainCountsOnce)
+{
+    LyingFile lie;
+    lie.letter = 'o'; // which is read each time
+    lie.header = [](FileBuilder& file) {
+        std::uint64_t const locs = file.raw(raw(8, '\1'));
+        return file.tagList(Tags(20'000, {1536, "", locs}));
+    };
+    TemporaryFile const plain(lie.contents());
+    hdqio::FileSetMetadata files({plain.path()});
+    EXPECT_EQ(firstFailure(50, [&](auto) { files.zoneMetadata(0, 0); }), "");
+    lie.header = [](FileBuilder& file) { return file.raw(raw(200'000, '\xFF')); };
+    TemporaryFile const damaged(lie.contents());
+    DataFile file(damaged.path());
+    std::string const failure = firstFailure(1, [&](auto) { file.zone(0); });
+    hdqio::MessageCapture const quiet;
+    for (int i = 0; i < 50; ++i)
+        EXPECT_EQ(firstFailure(1, [&](auto) { file.zone(0); }), failure);
+}
+
 /// An ordered zone of 2 x 2 x K nodes in partitions, which have one header.
 LyingFile orderedPartitions(std::uint64_t numLayers, std::vector<Layers> const& ends)
 {
