@@ -50,6 +50,11 @@ char FileStreamReader::open()
     return 1;
 }
 
+char FileStreamReader::seekToFileLoc(std::uint64_t loc)
+{
+    return m_stream.seekToFileLoc(loc) || errorMessage("Cannot seek to location %lu.", loc);
+}
+
 std::size_t FileStreamReader::fread(void* buffer, std::size_t size, std::size_t count)
 {
     return std::fread(buffer, size, count, m_stream.handle());

@@ -16,7 +16,7 @@ public:
     char close(bool keepFile) override { return m_stream.close(keepFile); }
     std::uint64_t fileLoc() override { return m_stream.fileLoc(); }
     char seekToFileStart() override { return m_stream.seekToFileStart(); }
-    char seekToFileLoc(std::uint64_t loc) override { return m_stream.seekToFileLoc(loc); }
+    char seekToFileLoc(std::uint64_t loc) override;
     char seekToFileEnd() override { return m_stream.seekToFileEnd(); }
     std::string const& fileName() const override { return m_stream.fileName(); }
     void setIsAscii(char isAscii) override { m_stream.setIsAscii(isAscii); }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <limits>
 
 namespace varnox::hdqio {
 
@@ -174,8 +175,12 @@ char readPartitionHeader(FileReaderInterface& reader, FileDescription const& des
         result.tagListBytes = reader.fileLoc() - start;
         if (!haveTags)
             return 0;
-        result.numRefPartitions =
-            static_cast<std::uint32_t>(valueOrZero(tags, NUM_REF_PARTITIONS_TAG));
+        std::uint64_t const numRefPartitions = valueOrZero(tags, NUM_REF_PARTITIONS_TAG);
+        if (numRefPartitions > std::numeric_limits<std::uint32_t>::max())
+            return errorMessage("Partition %lu of zone %lu refers to %lu partitions, more than "
+                                "there can be.",
+                                std::uint64_t{partition} + 1, place.zoneNumber(), numRefPartitions);
+        result.numRefPartitions = static_cast<std::uint32_t>(numRefPartitions);
         wasRead = readPartitionArrays(reader, description, tags, place, varOffset, numVars,
                                       metadata, fieldDataTypes, result);
     } catch (std::exception const&) {

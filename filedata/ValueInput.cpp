@@ -184,13 +184,16 @@ char readMinMaxArray(FileReaderInterface& reader, std::uint64_t offset, std::uin
         !readAndVerifyDescription(reader, description))
         return 0;
 
+    std::uint64_t const total = count;
     std::array<Pair, 1024> pairs;
     IODescription const noDescription;
     MinMax* target = count == 0 ? nullptr : out.data() + offset;
     while (count > 0) {
         std::uint64_t const part = std::min<std::uint64_t>(count, pairs.size());
         if (!readValues<Pair, false, 0>(reader, part, pairs.data(), noDescription))
-            return 0;
+            return errorMessage("Error reading %lu %s values for %s data block.", total,
+                                AsciiInputInfo<Pair, false>::typeName,
+                                DescriptionText(description).text());
         for (std::uint64_t i = 0; i < part; ++i)
             *target++ = {static_cast<double>(pairs[i].first), static_cast<double>(pairs[i].second)};
         count -= part;

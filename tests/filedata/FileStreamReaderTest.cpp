@@ -54,6 +54,8 @@ TEST(FileStreamReader, LocationBeyondWhatAFileCanHaveIsRefused)
     OpenFile file("0123456789");
     EXPECT_FALSE(file.reader.seekToFileLoc(0xFFFFFFFFFFFFFFFF));
     EXPECT_FALSE(file.reader.seekToFileLoc(0x8000000000000000));
+    EXPECT_EQ(file.message(), "Cannot seek to location 18446744073709551615. Cannot seek to "
+                              "location 9223372036854775808.");
     EXPECT_TRUE(file.reader.seekToFileLoc(1000));
     EXPECT_EQ(bytesLeft(file.reader), 0U);
     EXPECT_LT(file.reader.getc(), 0);

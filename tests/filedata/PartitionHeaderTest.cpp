@@ -327,6 +327,16 @@ TEST(PartitionHeader, MoreReferencedPartitionsThanTheFileCanHoldAreRefused)
                             "of 4294967295 4-byte unsigned integer values.");
 }
 
+TEST(PartitionHeader, NumberOfReferencedPartitionsIsNotCut)
+{
+    HeaderSpec spec;
+    spec.numRefPartitions = 0x100000002;
+    ReadHeader const read(spec);
+    EXPECT_FALSE(read.result);
+    EXPECT_EQ(read.message,
+              "Partition 2 of zone 1 refers to 4294967298 partitions, more than there can be.");
+}
+
 TEST(PartitionHeader, RecordInUseIsRefused)
 {
     ReadHeader read(HeaderSpec{});

@@ -241,6 +241,16 @@ TEST(ValueInput, CountThatTheFileCannotHoldIsRefused)
                               "value values).");
 }
 
+TEST(ValueInput, RangesThatEndEarlyAreReported)
+{
+    OpenFile file(std::string(400, '\0'));
+    EXPECT_TRUE(file.reader.seekToFileLoc(390));
+    LightweightVector<MinMax> ranges;
+    ASSERT_TRUE(ranges.alloc(2));
+    EXPECT_FALSE(readMinMaxArray<float>(file.reader, 0, 2, ranges, {"item", 0}));
+    EXPECT_EQ(file.message(), "Error reading 2 MinMax<float> values for itemForVar1 data block.");
+}
+
 TEST(ValueInput, RangesOfEveryTypeAreWidened)
 {
     std::vector<MinMax> const ranges(2500, {1, 2});
