@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <stdexcept>
+#include <string>
 
 namespace varnox::hdqlib {
 
@@ -113,15 +115,31 @@ SubzoneCellConnectivity::Address SubzoneCellConnectivity::nodeAddress(unsigned s
 {
     std::size_t const i = item * m_nodeCount + static_cast<std::size_t>(index);
     Address result(0);
-    result.assign(referencedSubzone(i), m_nodeItemOffsets.at(i));
+    result.assign(referencedSubzone(i), m_nodeItemOffsets[i]);
     return result;
+}
+
+namespace {
+
+[[noreturn]] void throwOutOfRange(char const* what, std::size_t index, std::size_t count)
+{
+    throw std::out_of_range("A cell subzone refers to " + std::string(what) + " " +
+                            std::to_string(index) + " of " + std::to_string(count) + ".");
+}
+
 }
 
 /// The subzone of the i-th node of all cells.
 SubzoneCellConnectivity::SubzoneAddress const&
 SubzoneCellConnectivity::referencedSubzone(std::size_t i) const
 {
-    return m_referencedSubzones.at(m_nodeSubzoneIndices.at(i));
+    std::size_t const count = std::min(m_nodeSubzoneIndices.size(), m_nodeItemOffsets.size());
+    if (i >= count) // received vectors may be shorter than the cells need
+        throwOutOfRange("node", i, count);
+    std::size_t const subzone = m_nodeSubzoneIndices[i];
+    if (subzone >= m_referencedSubzones.size())
+        throwOutOfRange("node subzone", subzone, m_referencedSubzones.size());
+    return m_referencedSubzones[subzone];
 }
 
 SubzoneCellConnectivity::Address SubzoneCellConnectivity::cornerNodeAddress(unsigned short item,
@@ -142,7 +160,7 @@ void SubzoneCellConnectivity::rebuild(unsigned short item, unsigned long count,
     std::size_t const first = item * m_nodeCount;
     for (unsigned long index = 0; index < count; ++index)
         result.data[index].assign(referencedSubzone(first + index),
-                                  m_nodeItemOffsets.at(first + index));
+                                  m_nodeItemOffsets[first + index]);
 }
 
 void SubzoneCellConnectivity::cornerNodeAddresses(unsigned short item,

@@ -5,6 +5,7 @@
 #include "filedata/DataFileHeader.h"
 #include "filedata/DataSetHeader.h"
 #include "filedata/FileStreamReader.h"
+#include "filedata/Messages.h"
 #include "filedata/PartitionHeader.h"
 #include "filedata/ValueInput.h"
 #include "filedata/ZoneHeader.h"
@@ -113,6 +114,15 @@ std::uint64_t itemCount(std::int64_t a, std::int64_t b, std::int64_t c, std::str
     return static_cast<std::uint64_t>(result);
 }
 
+namespace {
+
+bool isLocation(std::uint64_t value)
+{
+    return value != 0 && value != hdqio::ABSENT_FILE_LOC;
+}
+
+}
+
 DataFile::DataFile(std::string path) : m_path(std::move(path))
 {
     readHeaders();
@@ -133,6 +143,7 @@ void DataFile::readHeaders()
             !reader.seekToFileLoc(fileLoc) ||
             !hdqio::readDataSetHeaderTags(reader, m_description, m_tags) ||
             !hdqio::applyDataSetHeaderScalarTagValues(m_tags, numVars, numZones) ||
+            !hasArrays(numZones, numVars) ||
             !hdqio::readDataSetHeader(reader, m_description, m_tags, m_title, m_headers,
                                       m_zoneHeaderFileLocs))
             return false;
@@ -142,14 +153,45 @@ void DataFile::readHeaders()
     });
 }
 
+/// Whether the tags lead to the arrays of zones and variables. Where one is missing, the file's first
+/// bytes would be read for its array.
+bool DataFile::hasArrays(int numZones, int numVars) const
+{
+    bool const hasSections =
+        m_description.getFileVersion() >= hdqio::FIRST_VERSION_WITH_SECTIONS;
+    auto const isNeeded = [&](int number) {
+        if (number >= hdqio::VAR_ZONE_MIN_MAX_FILE_LOC_TAG)
+            return numZones > 0 && numVars > 0;
+        if (number >= hdqio::VAR_NAME_FILE_LOC_TAG)
+            return numVars > 0;
+        // Those of sections are read only if a zone has some.
+        if (number > hdqio::ZONE_NUM_SECTIONS_FILE_LOC_TAG)
+            return false;
+        return number >= hdqio::ZONE_NAME_FILE_LOC_TAG && numZones > 0 &&
+               (number != hdqio::ZONE_NUM_SECTIONS_FILE_LOC_TAG || hasSections);
+    };
+#define TAG(number, constant, name, presence)                                                      \
+    if (isNeeded(number) && !isLocation(hdqio::valueOrZero(m_tags, number)))                       \
+        return hdqio::errorMessage("Header tag " #number ", '" name "', leads nowhere.") != 0;
+#include "filedata/DataSetHeaderTags.def"
+    return true;
+}
+
 void DataFile::checkHeaders() const
 {
     auto const isZone = [this](std::int32_t zone) {
         return zone >= -1 && zone < static_cast<std::int64_t>(m_numZones);
     };
     for (std::uint32_t z = 0; z < m_numZones; ++z) {
-        if (!isZone(m_headers.shareConnectivity[z]) || !isZone(m_headers.parentZones[z]))
-            throw std::runtime_error(zoneName(z) + " refers to a zone that doesn't exist.");
+        auto const refuse = [&](char const* what, std::int32_t zone) {
+            throw std::runtime_error(std::string(what) + zoneName(z) + " is zone " +
+                                     std::to_string(std::int64_t{zone} + 1) +
+                                     ", which doesn't exist.");
+        };
+        if (!isZone(m_headers.shareConnectivity[z]))
+            refuse("The zone that shares its connectivity with ", m_headers.shareConnectivity[z]);
+        if (!isZone(m_headers.parentZones[z]))
+            refuse("The parent of ", m_headers.parentZones[z]);
         for (std::uint32_t v = 0; v < m_numVars; ++v) {
             if (!isZone(sharedFrom(z, v)))
                 throw std::runtime_error("Variable " + std::to_string(v + 1) + " of " + zoneName(z) +
@@ -294,9 +336,18 @@ SubzoneLayout const& DataFile::layout(std::uint32_t zoneIndex, std::uint32_t par
     return m_layouts.emplace(key, layoutOf(metadata, partition, items)).first->second;
 }
 
+/// A variable's location may be unset.
+void DataFile::requireValues(std::uint64_t location, std::uint32_t zone, std::uint32_t var) const
+{
+    if (!isLocation(location))
+        throw std::runtime_error("Variable " + std::to_string(var + 1) + " has no values in " +
+                                 zoneName(zone) + ".");
+}
+
 ValueArray DataFile::values(std::uint32_t zoneIndex, std::uint32_t var, std::uint32_t partitionIndex)
 {
     PartitionMetadata const& header = partition(zoneIndex, partitionIndex);
+    requireValues(header.varFileLocs[var], zoneIndex, var);
     Items const items = isNodal(zoneIndex, var) ? Items::Nodes : Items::Cells;
     return {&m_path,
             header.varDataFileLocs[var],
@@ -322,6 +373,7 @@ std::uint64_t DataFile::numValues(std::uint32_t zone, std::uint32_t var) const
 
 ValueArray DataFile::plainValues(std::uint32_t zoneIndex, std::uint32_t var)
 {
+    requireValues(zone(zoneIndex).classicVarFileLocs[var], zoneIndex, var);
     return {&m_path,
             zone(zoneIndex).classicVarFileLocs[var],
             numValues(zoneIndex, var),
@@ -373,6 +425,7 @@ std::vector<MinMax> DataFile::subzoneRanges(std::uint32_t zoneIndex, std::uint32
                                             std::uint32_t partitionIndex, Items items)
 {
     PartitionMetadata const& header = partition(zoneIndex, partitionIndex);
+    requireValues(header.varFileLocs[var], zoneIndex, var);
     SubzoneLayout const& subzones = layout(zoneIndex, partitionIndex, items);
     bool const isNodes = items == Items::Nodes;
     std::uint64_t const fileLoc =

@@ -34,6 +34,8 @@ public:
     DataFile(DataFile const&) = delete;
     DataFile& operator=(DataFile const&) = delete;
 
+    /// For messages.
+    std::string zoneName(std::uint32_t zone) const;
     std::string const& path() const { return m_path; }
     std::string const& title() const { return m_title; }
     DataFileType_e type() const { return m_description.dataFileType(); }
@@ -79,9 +81,10 @@ public:
 
 private:
     void readHeaders();
+    bool hasArrays(int numZones, int numVars) const;
     void checkHeaders() const;
+    void requireValues(std::uint64_t location, std::uint32_t zone, std::uint32_t var) const;
     void resolveConnectivitySharing();
-    std::string zoneName(std::uint32_t zone) const;
 
     std::string m_path;
     std::string m_title;
