@@ -100,22 +100,28 @@ void load(Engine& engine, std::string const& path)
 
 }
 
+void converseToTheEnd(Engine& engine, Opening opening, std::string const& path)
+{
+    switch (opening) {
+    case Opening::Greeting:
+        engine.greet("token", std::chrono::seconds(1));
+        break;
+    case Opening::Browsing:
+        engine.listFileTypes();
+        engine.listFiles("/");
+        break;
+    case Opening::Loading:
+        load(engine, path);
+        break;
+    }
+}
+
 void converse(Engine& engine, Opening opening, std::string const& path)
 {
     try {
-        switch (opening) {
-        case Opening::Greeting:
-            engine.greet("token", std::chrono::seconds(1));
-            break;
-        case Opening::Browsing:
-            engine.listFileTypes();
-            engine.listFiles("/");
-            break;
-        case Opening::Loading:
-            load(engine, path);
-            break;
-        }
+        converseToTheEnd(engine, opening, path);
     } catch (client::Error const&) {
+        // A server may say what it likes.
     }
 }
 

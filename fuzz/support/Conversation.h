@@ -11,4 +11,7 @@ enum class Opening { Greeting, Browsing, Loading };
 /// when the session has ended. The path is that of the file to load.
 void converse(client::Engine& engine, Opening opening, std::string const& path);
 
+/// The same, but what ends the session is thrown.
+void converseToTheEnd(client::Engine& engine, Opening opening, std::string const& path);
+
 }

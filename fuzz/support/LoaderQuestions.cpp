@@ -47,6 +47,13 @@ private:
     RawArray<T> m_array{&m_owner, nullptr, 0, 0};
 };
 
+/// A host that takes everything.
+class AnyEngine : public hdqfsloader::tests::RecordingEngine
+{
+public:
+    void Unimplemented(std::string const&) const override {}
+};
+
 class Registration final : public hdq::DataSetRegistrationInterface
 {
 public:
@@ -203,6 +210,28 @@ void search(hdq::ZoneVarIDQueryInterface& identity)
 
 }
 
+namespace {
+
+Refusals* collecting = nullptr;
+
+}
+
+Refusals::Refusals()
+{
+    collecting = this;
+}
+
+Refusals::~Refusals()
+{
+    collecting = nullptr;
+}
+
+void Refusals::add(std::string const& text)
+{
+    if (collecting != nullptr)
+        collecting->m_texts.push_back(text);
+}
+
 void loadOnDemand(DataSet& dataSet)
 {
     for (std::uint32_t zone = 0; zone < std::min(dataSet.numZones(), MOST_ZONES); ++zone) {
@@ -220,13 +249,15 @@ void loadOnDemand(DataSet& dataSet)
             sendNodeMap(dataSet, zone, nullptr);
         });
         ask([&] {
-            hdqfsloader::tests::RecordingEngine const engine;
+            AnyEngine const engine;
             sendFaceNeighbors(dataSet, zone, nullptr);
         });
     }
     ask([&] {
-        hdqfsloader::tests::RecordingEngine const engine;
-        sendAnnotations(dataSet);
+        AnyEngine const engine;
+        std::string const notShown = sendAnnotations(dataSet);
+        if (!notShown.empty())
+            Refusals::add(notShown);
     });
 }
 

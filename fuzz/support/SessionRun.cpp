@@ -73,11 +73,16 @@ SampleFolder::~SampleFolder()
     fs::remove_all(m_path);
 }
 
-void serve(std::string const& addon, std::uint8_t const* data, std::size_t size)
+std::string const& sampleFolder()
 {
     static SampleFolder const folder;
+    return folder.path();
+}
+
+void serve(std::string const& addon, std::uint8_t const* data, std::size_t size)
+{
     Silence const silence;
-    SessionSocket socket(std::string(reinterpret_cast<char const*>(data), size), folder.path());
+    SessionSocket socket(std::string(reinterpret_cast<char const*>(data), size), sampleFolder());
     try {
         hdqremote::AddonProxy proxy(addon, socket);
         proxy.serviceCommandsUntil("close data server");

@@ -25,4 +25,7 @@ private:
 /// "data/" at the head of a string stands for the folder.
 void serve(std::string const& addon, std::uint8_t const* data, std::size_t size);
 
+/// Where the samples of serve are.
+std::string const& sampleFolder();
+
 }
