@@ -11,19 +11,18 @@
 #include "fuzz/support/Conversation.h"
 #include "fuzz/support/Entry.h"
 #include "fuzz/support/FileMutator.h"
+#include "fuzz/support/HeldConversation.h"
 #include "fuzz/support/InputFile.h"
 #include "fuzz/support/SessionRun.h"
 #include "fuzz/support/ZoneInput.h"
 #include "query/SubzoneCellConnectivity.h"
 #include "query/SubzoneNodeConnectivity.h"
-#include "socket/StreamSocket.h"
 #include "tests/filedata/FileBuilder.h"
 #include "tests/filedata/GroupBuilder.h"
 #include "tests/support/RecordingSocket.h"
 #include "tests/support/Wire.h"
 #include "tests/writer/DataSets.h"
 #include "varnox/hdqfswriter/FileWriter.h"
-#include "varnox/hdqremote/AddonProxy.h"
 #include "varnox/socketutil/WriteCache.h"
 
 #include <cstring>
@@ -32,10 +31,6 @@
 #include <iterator>
 #include <memory>
 #include <optional>
-#include <thread>
-
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
 
@@ -347,62 +342,6 @@ void savePayloads()
 
 // Whole conversations.
 
-/// Passes on what comes, and keeps it.
-std::string relay(int from, int to)
-{
-    std::string result;
-    char part[65536];
-    for (ssize_t got = 0; (got = ::read(from, part, sizeof part)) > 0;) {
-        result.append(part, static_cast<std::size_t>(got));
-        for (ssize_t done = 0; done < got;) {
-            ssize_t const sent =
-                ::send(to, part + done, static_cast<std::size_t>(got - done), MSG_NOSIGNAL);
-            if (sent <= 0)
-                return result;
-            done += sent;
-        }
-    }
-    ::shutdown(to, SHUT_WR);
-    return result;
-}
-
-struct Conversation
-{
-    std::string client;
-    std::string server;
-};
-
-Conversation held(std::string const& addon, fuzz::Opening opening, std::string const& path)
-{
-    int clientEnds[2];
-    int serverEnds[2];
-    fuzz::expect(::socketpair(AF_UNIX, SOCK_STREAM, 0, clientEnds) == 0 &&
-                     ::socketpair(AF_UNIX, SOCK_STREAM, 0, serverEnds) == 0,
-                 "no streams");
-    Conversation result;
-    std::thread toServer([&] { result.client = relay(clientEnds[1], serverEnds[1]); });
-    std::thread toClient([&] { result.server = relay(serverEnds[1], clientEnds[1]); });
-    std::thread server([&] {
-        try {
-            socketutil::StreamSocket socket(serverEnds[0], serverEnds[0]);
-            hdqremote::AddonProxy proxy(std::string(VNX_LIB_DIR) + "/" + addon, socket);
-            proxy.serviceCommandsUntil("close data server");
-        } catch (std::exception const& error) {
-            std::fprintf(stderr, "%s: %s\n", path.c_str(), error.what());
-        }
-    });
-    {
-        client::Engine engine(clientEnds[0]);
-        fuzz::converse(engine, opening, path);
-    }
-    server.join();
-    toServer.join();
-    toClient.join();
-    ::close(clientEnds[1]);
-    ::close(serverEnds[1]);
-    return result;
-}
-
 void saveConversations()
 {
     fuzz::SampleFolder const samples;
@@ -410,7 +349,9 @@ void saveConversations()
     fs::current_path(samples.path());
     auto const saveBoth = [](char const* target, std::string const& name, char const* addon,
                              fuzz::Opening opening, std::string const& path) {
-        Conversation const conversation = held(addon, opening, path);
+        auto const conversation =
+            fuzz::held(std::string(VNX_LIB_DIR "/") + addon,
+                       [&](auto& engine) { fuzz::converse(engine, opening, path); });
         save(target, name, conversation.client);
         save("client", target + name,
              std::string(1, static_cast<char>(opening)) + conversation.server);

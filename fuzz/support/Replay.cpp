@@ -3,10 +3,14 @@
 
 #include "fuzz/support/Entry.h"
 #include "fuzz/support/FileMutator.h"
+#include "fuzz/support/StreamMutator.h"
 #include "tests/filedata/AllocationMeter.h"
 
 #include <algorithm>
+#include <array>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -17,6 +21,7 @@
 #include <vector>
 
 #include <ctime>
+#include <unistd.h>
 
 namespace {
 
@@ -68,6 +73,31 @@ double secondsOfProcessor()
     return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
+/// The name of the input that runs, for the handler of a signal.
+std::array<char, 4096> inputName{};
+
+/// No input takes as long as this, even where the machine is busy.
+constexpr unsigned MOST_SECONDS = 120;
+
+extern "C" void nameInput(int signal)
+{
+    char const* const why = signal == SIGALRM ? " has not ended.\n" : " met a signal.\n";
+    (void)!::write(STDERR_FILENO, inputName.data(), std::strlen(inputName.data()));
+    (void)!::write(STDERR_FILENO, why, std::strlen(why));
+    std::signal(signal, SIG_DFL);
+    ::raise(signal);
+}
+
+/// What ends the process tells of which input it was.
+void nameInputAtSignals()
+{
+    for (int const signal : {SIGALRM, SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGTRAP})
+        std::signal(signal, nameInput);
+#if !defined(__SANITIZE_ADDRESS__) // which has more to say
+    std::signal(SIGSEGV, nameInput);
+#endif
+}
+
 /// Runs targets and holds each input to its bounds.
 class Replay
 {
@@ -75,6 +105,9 @@ public:
     void run(std::string const& name, std::string const& bytes)
     {
         ++m_numInputs;
+        inputName.fill('\0');
+        name.copy(inputName.data(), inputName.size() - 1);
+        ::alarm(MOST_SECONDS);
         // On the heap without room to spare, so that an address sanitizer sees its end.
         std::vector<std::uint8_t> const input(bytes.begin(), bytes.end());
         double const start = secondsOfProcessor();
@@ -119,28 +152,46 @@ void cut(std::vector<fs::path> const& files, std::size_t stride, Replay& replay)
     }
 }
 
+bool isDataFile(std::string const& bytes)
+{
+    return bytes.starts_with("#!HDQFS ");
+}
+
+/// Changes an input in a way that a number determines.
+void mutate(std::string& bytes, std::size_t number)
+{
+    if (!isDataFile(bytes)) {
+        varnox::fuzz::StreamMutator(number).mutate(bytes);
+        return;
+    }
+    std::mt19937_64 random(number);
+    auto const mutateBytes = [&](std::uint8_t* data, std::size_t size, std::size_t) {
+        for (std::size_t n = 1 + random() % 8; n > 0 && size > 0; --n)
+            data[random() % size] = static_cast<std::uint8_t>(random());
+        return size;
+    };
+    varnox::fuzz::FileMutator(static_cast<unsigned>(number), mutateBytes)
+        .mutate(bytes, bytes.size() + 1024);
+}
+
 /// The files in turn, each time changed in another way, which its number determines.
-void corrupt(std::vector<fs::path> const& files, std::size_t count, Replay& replay)
+void corrupt(std::vector<fs::path> const& files, std::size_t first, std::size_t last,
+             Replay& replay)
 {
     std::vector<std::string> contents;
     for (fs::path const& path : files)
         contents.push_back(contentsOf(path));
-    for (std::size_t i = 0; i < count && !contents.empty(); ++i) {
-        std::mt19937_64 random(i);
-        auto const mutateBytes = [&](std::uint8_t* bytes, std::size_t size, std::size_t) {
-            for (std::size_t n = 1 + random() % 8; n > 0 && size > 0; --n)
-                bytes[random() % size] = static_cast<std::uint8_t>(random());
-            return size;
-        };
+    for (std::size_t i = first; i < last && !contents.empty(); ++i) {
         std::size_t const which = i % contents.size();
         std::string bytes = contents[which];
-        varnox::fuzz::FileMutator(static_cast<unsigned>(i), mutateBytes)
-            .mutate(bytes, bytes.size() + 1024);
+        mutate(bytes, i);
+        if (first + 1 == last) // to be looked at, and to join the corpus
+            std::ofstream("corruption-" + std::to_string(i), std::ios::binary) << bytes;
         replay.run(files[which].string() + " in corruption " + std::to_string(i), bytes);
     }
 }
 
-/// [--cut STRIDE | --corrupt COUNT] FILE OR FOLDER...
+/// [--cut STRIDE | --corrupt COUNT | --corruption NUMBER] FILE OR FOLDER...
 void run(std::vector<std::string> arguments, Replay& replay)
 {
     std::string mode;
@@ -157,7 +208,9 @@ void run(std::vector<std::string> arguments, Replay& replay)
     if (mode == "--cut")
         cut(files, std::max<std::size_t>(number, 1), replay);
     else if (mode == "--corrupt")
-        corrupt(files, number, replay);
+        corrupt(files, 0, number, replay);
+    else if (mode == "--corruption")
+        corrupt(files, number, number + 1, replay);
     else
         for (fs::path const& path : files)
             replay.run(path.string(), contentsOf(path));
@@ -167,6 +220,7 @@ void run(std::vector<std::string> arguments, Replay& replay)
 
 int main(int argc, char** argv)
 {
+    nameInputAtSignals();
     try {
         Replay replay;
         run({argv + 1, argv + argc}, replay);
