@@ -18,6 +18,7 @@ endif()
 
 option(VNX_SANITIZE "Address and undefined-behaviour sanitizers" OFF)
 option(VNX_FUZZ "Link the fuzz targets with libFuzzer and watch coverage; needs clang" OFF)
+option(VNX_COVERAGE "Count what the tests run of the library; needs gcc" OFF)
 option(VNX_WERROR "Warnings are errors" ${PROJECT_IS_TOP_LEVEL})
 
 find_program(VNX_CCACHE ccache)
@@ -47,4 +48,12 @@ if(VNX_FUZZ)
     # Not function: the types of an add-on's callbacks are others to it than those of the library.
     # The indicator: the same class, hidden in a target and in the library that it loads, is no violation.
     add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize=function -fsanitize-address-use-odr-indicator)
+endif()
+if(VNX_COVERAGE)
+    # All of what sdk/CMakeLists.txt makes the library of. Of an inline function the linker keeps any one copy,
+    # and so whatever else is compiled counts those of the library's headers.
+    set(folders "^${PROJECT_SOURCE_DIR}/(command|expressions|filedata|hostapi|include|proxy|query|socket)/")
+    target_compile_options(vnx_options INTERFACE --coverage -fprofile-abs-path -fprofile-update=atomic
+        "-fprofile-filter-files=${folders}$<IF:$<BOOL:$<TARGET_PROPERTY:VNX_IN_LIBRARY>>,.,.*[.]h$>")
+    add_link_options(--coverage)
 endif()

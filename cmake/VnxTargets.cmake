@@ -32,7 +32,8 @@ endfunction()
 
 # vnx_test(NAME name SOURCES ... USES ... [LABELS ...] [TIMEOUT seconds])
 # The test program vnx_<name>_tests in bin/; each of its tests is a ctest named
-# <name>.<suite>.<test> with the label <name>.
+# <name>.<suite>.<test> with the label <name>. Where coverage is counted, a program is one test, and
+# those that VNX_COVERAGE_TESTS names have the label coverage.
 function(vnx_test)
     cmake_parse_arguments(ARG "" "NAME;TIMEOUT" "SOURCES;USES;LABELS" ${ARGN})
     if(NOT ARG_TIMEOUT)
@@ -50,6 +51,14 @@ function(vnx_test)
         VNX_LIB_DIR="${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
     target_link_libraries(${target} PRIVATE varnox::headers ${ARG_USES} vnx_options
                           GTest::gmock GTest::gtest GTest::gtest_main)
+    if(VNX_COVERAGE)
+        add_test(NAME ${ARG_NAME} COMMAND ${target} --gtest_brief=1)
+        if(ARG_NAME IN_LIST VNX_COVERAGE_TESTS)
+            set_tests_properties(${ARG_NAME} PROPERTIES LABELS coverage TIMEOUT 300)
+            add_dependencies(coverage_tests ${target})
+        endif()
+        return()
+    endif()
     gtest_discover_tests(${target} TEST_PREFIX "${ARG_NAME}." DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES
                          DISCOVERY_TIMEOUT 60
                          PROPERTIES LABELS "${ARG_NAME};${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT})
