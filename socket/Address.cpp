@@ -147,11 +147,15 @@ Address boundTcpAddress(int descriptor)
     return address;
 }
 
-/// 0, or the reason as of errno. An interrupted attempt goes on in the background: it is waited
-/// for.
+/// 0, or the reason as of errno. An interrupted attempt goes on in the background and is waited
+/// for; that of a Unix socket has ended and is made again.
 int connectOnce(int descriptor, sockaddr const* address, socklen_t size)
 {
-    if (::connect(descriptor, address, size) == 0)
+    int result = 0;
+    while ((result = ::connect(descriptor, address, size)) != 0 && errno == EINTR &&
+           address->sa_family == AF_UNIX) {
+    }
+    if (result == 0)
         return 0;
     if (errno != EINTR)
         return errno;

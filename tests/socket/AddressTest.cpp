@@ -5,16 +5,25 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <optional>
 #include <stdexcept>
+#include <thread>
+#include <vector>
 
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 namespace varnox::socketutil {
 namespace {
@@ -56,6 +65,8 @@ RefusedAddress const refusedAddresses[] = {
     {"NoPath", "unix:", "'unix:' has no path; write unix:PATH."},
     {"NoPort", "tcp:host", "'tcp:host' has no port; write tcp:HOST:PORT."},
     {"NoHost", "tcp::80", "'tcp::80' has no host; write tcp:HOST:PORT."},
+    {"BracketAlone", "tcp:[:80", "'tcp:[:80' has no host; write tcp:HOST:PORT."},
+    {"OpenBracket", "tcp:[::1:80", "'tcp:[::1:80' has no host; write tcp:HOST:PORT."},
     {"EmptyBrackets", "tcp:[]:80", "'tcp:[]:80' has no host; write tcp:HOST:PORT."},
     {"EmptyPort", "tcp:host:", "'tcp:host:' needs a port from 0 to 65535 behind its host."},
     {"PortTooLarge", "tcp:h:65536", "'tcp:h:65536' needs a port from 0 to 65535 behind its host."},
@@ -181,6 +192,148 @@ TEST(ConnectTo, NobodyListeningIsSaid)
               "Can't connect to " + textOf(address) + ": Connection refused.");
 }
 
+/// While one lives, the process can open nothing more.
+class NoMoreDescriptors
+{
+public:
+    NoMoreDescriptors()
+    {
+        ::getrlimit(RLIMIT_NOFILE, &m_before);
+        rlimit none = m_before;
+        none.rlim_cur = 0;
+        ::setrlimit(RLIMIT_NOFILE, &none);
+    }
+    NoMoreDescriptors(NoMoreDescriptors const&) = delete;
+    NoMoreDescriptors& operator=(NoMoreDescriptors const&) = delete;
+    ~NoMoreDescriptors() { ::setrlimit(RLIMIT_NOFILE, &m_before); }
+
+private:
+    rlimit m_before{};
+};
+
+TEST(Address, LackOfDescriptorsIsSaid)
+{
+    Listener const listener(parseAddress("tcp:127.0.0.1:0"));
+    Address const bound = listener.boundAddress();
+    NoMoreDescriptors const none;
+    EXPECT_EQ(messageOf<SocketException>([&] { connectTo(bound); }),
+              "Can't connect to " + textOf(bound) + ": Too many open files.");
+    EXPECT_EQ(messageOf<SocketException>([] { Listener(parseAddress("tcp:127.0.0.1:0")); }),
+              "Can't listen on tcp:127.0.0.1:0: Too many open files.");
+    EXPECT_EQ(messageOf<SocketException>([] { connectTo(parseAddress("unix:/nowhere")); }),
+              "Can't make a socket: Too many open files.");
+    EXPECT_EQ(messageOf<SocketException>([] { Listener(parseAddress("unix:/nowhere")); }),
+              "Can't make a socket: Too many open files.");
+}
+
+std::atomic<int> numSignals{0};
+
+/// A listening socket without room for more connections: whoever connects has to wait.
+class FullListener
+{
+public:
+    explicit FullListener(bool isUnix)
+        : m_socket(::socket(isUnix ? AF_UNIX : AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0))
+    {
+        if (isUnix) {
+            std::string folder = (std::filesystem::temp_directory_path() / "vnxXXXXXX").string();
+            EXPECT_NE(::mkdtemp(folder.data()), nullptr);
+            m_folder = folder;
+            sockaddr_un address = {};
+            address.sun_family = AF_UNIX;
+            std::string const path = folder + "/s";
+            std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+            bindTo(&address, sizeof(address));
+            m_address = parseAddress("unix:" + path);
+        } else {
+            sockaddr_in address = {};
+            address.sin_family = AF_INET;
+            address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+            bindTo(&address, sizeof(address));
+            m_address = parseAddress("tcp:127.0.0.1:" + std::to_string(ntohs(address.sin_port)));
+        }
+    }
+    FullListener(FullListener const&) = delete;
+    FullListener& operator=(FullListener const&) = delete;
+    ~FullListener()
+    {
+        if (!m_folder.empty())
+            std::filesystem::remove_all(m_folder);
+    }
+
+    Address const& address() const { return m_address; }
+    /// The next connection, if one comes within some milliseconds.
+    Descriptor accept() const
+    {
+        pollfd waiting{m_socket.get(), POLLIN, 0};
+        ::poll(&waiting, 1, 10);
+        return Descriptor(::accept4(m_socket.get(), nullptr, nullptr, SOCK_CLOEXEC));
+    }
+
+private:
+    void bindTo(void* address, socklen_t size)
+    {
+        auto* const generic = static_cast<sockaddr*>(address);
+        EXPECT_EQ(::bind(m_socket.get(), generic, size), 0);
+        EXPECT_EQ(::listen(m_socket.get(), 0), 0);
+        EXPECT_EQ(::getsockname(m_socket.get(), generic, &size), 0);
+        m_first = Descriptor(::socket(generic->sa_family, SOCK_STREAM | SOCK_NONBLOCK, 0));
+        EXPECT_TRUE(::connect(m_first.get(), generic, size) == 0 || errno == EINPROGRESS);
+    }
+
+    std::string m_folder;
+    Descriptor m_socket;
+    Address m_address;
+    Descriptor m_first; ///< Takes the only place.
+};
+
+class InterruptedConnect : public testing::TestWithParam<bool>
+{
+};
+
+INSTANTIATE_TEST_SUITE_P(Kinds, InterruptedConnect, testing::Bool(),
+                         [](auto const& test) { return test.param ? "Unix" : "Tcp"; });
+
+TEST_P(InterruptedConnect, GoesOnUntilItIsConnected)
+{
+    using namespace std::chrono_literals;
+    struct sigaction count = {};
+    count.sa_handler = [](int) { ++numSignals; };
+    struct sigaction before = {};
+    ASSERT_EQ(::sigaction(SIGUSR1, &count, &before), 0);
+    numSignals = 0;
+
+    FullListener const listener(GetParam());
+    std::vector<Descriptor> accepted;
+    std::atomic<bool> isConnected{false};
+    pthread_t const connecting = ::pthread_self();
+    std::thread other([&] {
+        for (int i = 0; i < 5; ++i) {
+            std::this_thread::sleep_for(20ms);
+            ::pthread_kill(connecting, SIGUSR1);
+        }
+        while (!isConnected)
+            if (Descriptor connection = listener.accept(); connection.isOpen())
+                accepted.push_back(std::move(connection));
+    });
+    Descriptor const client = connectTo(listener.address());
+    bool const wasSent = ::send(client.get(), "x", 1, MSG_NOSIGNAL) == 1;
+    isConnected = true;
+    other.join();
+    ::sigaction(SIGUSR1, &before, nullptr);
+    for (Descriptor last = listener.accept(); last.isOpen(); last = listener.accept())
+        accepted.push_back(std::move(last));
+    EXPECT_EQ(numSignals, 5);
+    EXPECT_TRUE(wasSent);
+    int numArrived = 0;
+    for (Descriptor const& connection : accepted) {
+        char letter = 0;
+        if (::recv(connection.get(), &letter, 1, MSG_DONTWAIT) == 1 && letter == 'x')
+            ++numArrived;
+    }
+    EXPECT_EQ(numArrived, 1);
+}
+
 class UnixListener : public testing::Test
 {
 protected:
@@ -257,6 +410,18 @@ TEST_F(UnixListener, LeavesAnotherFileAlone)
                              ": there is already a file of that name, and no socket. Choose "
                              "another path or remove it.");
     EXPECT_EQ(std::filesystem::file_size(path), 4U);
+}
+
+TEST_F(UnixListener, LeavesASocketOfAnotherKindAlone)
+{
+    Descriptor const datagrams(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    sockaddr_un name = {};
+    name.sun_family = AF_UNIX;
+    std::memcpy(name.sun_path, path.c_str(), path.string().size() + 1);
+    ASSERT_EQ(::bind(datagrams.get(), reinterpret_cast<sockaddr const*>(&name), sizeof(name)), 0);
+    EXPECT_EQ(failure(), "Can't find out whether a server is listening on unix:" + path.string() +
+                             ": Protocol wrong type for socket.");
+    EXPECT_TRUE(std::filesystem::is_socket(path));
 }
 
 TEST_F(UnixListener, LeavesTheSocketOfASuccessorInPlace)
