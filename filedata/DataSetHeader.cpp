@@ -409,8 +409,10 @@ char readDatasetTitle(FileReaderInterface& reader, TagMap const& tags, std::stri
     if (length == 0)
         return 1;
     LightweightVector<char> text;
-    if (!fileCanHold(reader, length, 1) || !text.alloc(length))
+    if (!fileCanHold(reader, length, 1))
         return errorMessage("The file is too short for its title of %u bytes.", length);
+    if (!text.alloc(length))
+        throw std::bad_alloc();
     if (!readString(reader, length, text, {"dataSetTitle"}))
         return 0;
     title.assign(text.data(), text.size());

@@ -96,22 +96,30 @@ char readRangesOfType(FileReaderInterface& reader, std::uint8_t type, std::uint3
     }
 }
 
+char readRanges(FileReaderInterface& reader, FileInfo const& file, ZoneMetadata const& zone,
+                std::size_t var, MinMaxTree& tree)
+{
+    std::uint32_t const count = zone.numPartitions;
+    std::uint8_t const type =
+        file.zoneVarMetadata.fieldDataTypes[var][static_cast<std::size_t>(zone.zone)];
+    if (!reader.seekToFileLoc(zone.varPtnMinMaxFileLocs[var]) ||
+        !fileCanHold(reader, count, reader.isAscii() ? 2 : 1) || !tree.levels.isNull())
+        return 0;
+    if (!tree.alloc(count))
+        return errorMessage("Cannot allocate memory for the ranges of %u partitions.", count);
+    return readRangesOfType(reader, type, count, tree, static_cast<std::int32_t>(var));
+}
+
 /// The ranges of a variable in the partitions of a zone.
 bool readPartitionTree(FileReaderInterface& reader, FileInfo const& file, ZoneMetadata& zone,
                        std::size_t var)
 {
     MinMaxTree& tree = zone.varMinMaxTrees[var];
-    std::uint32_t const count = zone.numPartitions;
-    std::uint8_t const type =
-        file.zoneVarMetadata.fieldDataTypes[var][static_cast<std::size_t>(zone.zone)];
-    if (!reader.seekToFileLoc(zone.varPtnMinMaxFileLocs[var]) ||
-        !fileCanHold(reader, count, reader.isAscii() ? 2 : 1) || !tree.levels.isNull() ||
-        !tree.alloc(count) ||
-        !readRangesOfType(reader, type, count, tree, static_cast<std::int32_t>(var))) {
+    if (!readRanges(reader, file, zone, var, tree)) {
         tree.levels.dealloc();
         return false;
     }
-    tree.populateTree(count);
+    tree.populateTree(zone.numPartitions);
     return true;
 }
 

@@ -10,6 +10,7 @@ namespace {
 bool isCounting = false;
 std::size_t inUse = 0;
 std::size_t mostInUse = 0;
+std::size_t allocationsToFault = 0; // the last of them fails; 0 if none does
 
 void count(void* block, std::size_t size)
 {
@@ -32,6 +33,8 @@ void __real_free(void* block);
 
 void* __wrap_malloc(std::size_t size)
 {
+    if (allocationsToFault > 0 && --allocationsToFault == 0)
+        return nullptr;
     void* const block = __real_malloc(size);
     count(block, block == nullptr ? 0 : malloc_usable_size(block));
     return block;
@@ -60,6 +63,17 @@ void* operator new(std::size_t size, std::nothrow_t const&) noexcept
     return std::malloc(size == 0 ? 1 : size);
 }
 
+// Arrays too: a sanitizer's operators for them are its own.
+void* operator new[](std::size_t size)
+{
+    return operator new(size);
+}
+
+void* operator new[](std::size_t size, std::nothrow_t const& nothrow) noexcept
+{
+    return operator new(size, nothrow);
+}
+
 void operator delete(void* block) noexcept
 {
     std::free(block);
@@ -71,6 +85,21 @@ void operator delete(void* block, std::size_t) noexcept
 }
 
 void operator delete(void* block, std::nothrow_t const&) noexcept
+{
+    std::free(block);
+}
+
+void operator delete[](void* block) noexcept
+{
+    std::free(block);
+}
+
+void operator delete[](void* block, std::size_t) noexcept
+{
+    std::free(block);
+}
+
+void operator delete[](void* block, std::nothrow_t const&) noexcept
 {
     std::free(block);
 }
@@ -92,6 +121,21 @@ AllocationMeter::~AllocationMeter()
 std::size_t AllocationMeter::peak() const
 {
     return mostInUse;
+}
+
+AllocationFault::AllocationFault(std::size_t n)
+{
+    allocationsToFault = n;
+}
+
+AllocationFault::~AllocationFault()
+{
+    allocationsToFault = 0;
+}
+
+bool AllocationFault::hasStruck() const
+{
+    return allocationsToFault == 0;
 }
 
 }

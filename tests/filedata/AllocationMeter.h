@@ -18,4 +18,17 @@ public:
     std::size_t peak() const;
 };
 
+/// While one lives, the n-th allocation, counted from 1, finds no memory; the others do.
+class AllocationFault
+{
+public:
+    explicit AllocationFault(std::size_t n);
+    AllocationFault(AllocationFault const&) = delete;
+    AllocationFault& operator=(AllocationFault const&) = delete;
+    ~AllocationFault();
+
+    /// False: there were fewer allocations.
+    bool hasStruck() const;
+};
+
 }

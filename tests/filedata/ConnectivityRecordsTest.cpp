@@ -2,6 +2,7 @@
 
 #include "tests/filedata/ConnectivityBuilder.h"
 #include "tests/filedata/OpenFile.h"
+#include "tests/filedata/ScarceMemory.h"
 #include "tests/support/RecordingSocket.h"
 
 #include <gtest/gtest.h>
@@ -300,6 +301,23 @@ TEST(CszConnectivity, PartitionNumberBehindTheListIsReported)
     record.refs[4].partitionNumber = 3;
     EXPECT_EQ(ReadRecord(bytesOf(105, false, record), false, 105, zone).message,
               "Bad value for refPtn2BitOffsets.");
+}
+
+TEST(CszConnectivity, ScarceMemoryEndsInAMessage)
+{
+    ZoneMetadata zone = zoneOf(ZoneType_FEBrick, 256);
+    setReferenceCounts(zone, 2048);
+    setPartitions(zone, 300);
+    OpenFile file(bytesOf(105, false, cellRecordOf(2048, 2048, 300)));
+    FileDescription description;
+    description.setFileVersion(105);
+    // Three vectors of the result, and room for the numbers of partitions and of references.
+    EXPECT_EQ(tests::expectEveryShortageIsSaid([&] {
+                  CszConnectivity cells;
+                  return file.reader.seekToFileLoc(0) != 0 &&
+                         readCszConnectivity(file.reader, description, zone, 1, 0, 0, cells) != 0;
+              }),
+              5U);
 }
 
 // Sizes.

@@ -123,6 +123,8 @@ RefusedCase const refusedCases[] = {
      "HDQFS file has incorrect header. Version format is not correct."},
     {"NoVersion", "#!HDQFS BF\n",
      "HDQFS file has incorrect header. Version format is not correct."},
+    {"OtherLetterForTheForm", "#!HDQFS 105FF\n",
+     "HDQFS file has incorrect header. Version format is not correct."},
     {"NoTypeLetter", "#!HDQFS 105B\n",
      "HDQFS file has incorrect header. Expected data file type identifier."},
     {"WrongTypeLetter", "#!HDQFS 105BX\n",

@@ -4,6 +4,7 @@
 #include "filedata/DataSetHeader.h"
 #include "tests/filedata/GroupBuilder.h"
 #include "tests/filedata/OpenFile.h"
+#include "tests/filedata/ScarceMemory.h"
 #include "tests/support/RecordingSocket.h"
 
 #include <gtest/gtest.h>
@@ -299,6 +300,48 @@ TEST_P(DataSetGroups, FileCutAtEveryByteIsRefused)
             ASSERT_NE(reading.message, "") << length;
         }
     }
+}
+
+template <typename T>
+LightweightVector<T> roomFor(std::uint32_t count)
+{
+    LightweightVector<T> room;
+    if (!room.alloc(count))
+        throw std::bad_alloc();
+    return room;
+}
+
+TEST_P(DataSetGroups, ScarceMemoryEndsInAMessage)
+{
+    GroupFile const aux = auxFile(GetParam());
+    OpenFile auxData(aux.bytes, GetParam());
+    EXPECT_GT(expectEveryShortageIsSaid([&] {
+                  auto out = roomFor<AuxData>(3);
+                  return readAuxData(auxData.reader, aux.tags, 0, 0, 0, out) != 0;
+              }),
+              3U);
+    GroupFile const geom = geomFile(GetParam());
+    OpenFile geometries(geom.bytes, GetParam());
+    EXPECT_GT(expectEveryShortageIsSaid([&] {
+                  auto out = roomFor<Geom>(7);
+                  return readGeometries(geometries.reader, geom.tags, 0, out) != 0;
+              }),
+              10U);
+    GroupFile const text = textFile(GetParam());
+    OpenFile texts(text.bytes, GetParam());
+    EXPECT_GT(expectEveryShortageIsSaid([&] {
+                  auto out = roomFor<Text>(2);
+                  return readTexts(texts.reader, text.tags, 0, out) != 0;
+              }),
+              3U);
+    GroupFile const label = labelFile(GetParam());
+    OpenFile labels(label.bytes, GetParam());
+    EXPECT_GT(expectEveryShortageIsSaid([&] {
+                  auto out = roomFor<CustomLabelSet>(2);
+                  std::uint32_t startIndex = 0;
+                  return readCustomLabels(labels.reader, label.tags, startIndex, out) != 0;
+              }),
+              2U);
 }
 
 TEST_P(DataSetGroups, MarkerStandsInTextAlone)

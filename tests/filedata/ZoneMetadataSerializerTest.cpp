@@ -323,6 +323,24 @@ TEST(ZoneMetadataSerializer, NumberOfVariablesAloneTakesNoMemory)
               "Received zone metadata of 2147483647 variables with ranges and no partition.");
 }
 
+TEST(ZoneMetadataSerializer, NegativeNumberOfVariablesIsRefused)
+{
+    RecordingSocket socket(cached([&](WriteCache& cache) {
+        cache.addInt32(7);
+        cache.addBool(true);
+        for (int axis = 0; axis < 3; ++axis)
+            cache.addInt64(0);
+        cache.addUInt32(0);
+        cache.addInt64Vector({});
+        cache.addInt64Vector({});
+        cache.addUInt32Vector({});
+        cache.addUInt32Vector({});
+        cache.addInt32(-1);
+    }));
+    EXPECT_EQ(tests::messageOf<IOException>([&] { ZoneMetadataSerializer::deserialize(socket); }),
+              "Received zone metadata with a negative number of variables.");
+}
+
 TEST(ZoneMetadataSerializer, FailureOfTheConnectionIsAnIOExceptionWithItsText)
 {
     for (std::string const& whole : {mixedGolden, orderedGolden}) {
