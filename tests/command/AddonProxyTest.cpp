@@ -1,7 +1,10 @@
 #include "varnox/hdqremote/AddonProxy.h"
 
 #include "command/LoaderCommands.h"
+#include "filedata/FileSetMetadata.h"
+#include "filedata/ZoneMetadataSerializer.h"
 #include "tests/support/RecordingSocket.h"
+#include "tests/support/Wire.h"
 #include "varnox/hdqremote/DataSetRegistrationServer.h"
 #include "varnox/hostapi/VnxMock.h"
 #include "varnox/socketutil/WriteCache.h"
@@ -548,6 +551,59 @@ TEST_F(AddonProxySession, EveryQueryCommandReachesItsOwnService)
         EXPECT_EQ(messageOf<DataSetRegistrationServer::Error>(
                       [&] { proxy->serviceCommandsUntil("end"); }),
                   std::string("There is no query service for ") + query.service + ".");
+        EXPECT_TRUE(socket.allWasRead()) << query.command;
+    }
+}
+
+TEST_F(AddonProxySession, EveryQueryCommandIsAnsweredByItsOwnObject)
+{
+    namespace wire = tests::wire;
+    std::string const path = fileNamed("serves.hdqfs");
+    script([&](WriteCache& c) {
+        c.addString("load dataset");
+        c.addString(path);
+        c.addInt32(2);                   // the variable is of doubles
+        c.addString("command finished"); // VnxUtilDataLoadFinishX
+        c.addInt(0);
+        c.addString("close data server");
+    });
+    proxy->serviceCommandsUntil(CLOSE_DATA_SERVER);
+    ASSERT_TRUE(socket.allWasRead());
+
+    hdqio::FileSetMetadata files({path});
+    std::string const zone = cached([&](WriteCache& c) {
+        hdqlib::ZoneMetadataSerializer(files.zoneMetadata(0, 0)).addToCache(c);
+    });
+    std::string const first = wire::i32(0);
+    std::string const last = wire::i32(2);
+    std::string const subzone = wire::vec({wire::u64(0)});
+    struct QueryCase
+    {
+        char const* command;
+        std::string place;
+        char const* method;
+        std::string arguments;
+        std::string answer;
+    };
+    QueryCase const queries[] = {
+        {"CellConnectivityQuery", first, "numSubzones", "", wire::u64(11)},
+        {"NodeConnectivityQuery", first, "numSubzones", "", wire::u64(12)},
+        {"OrderedSubzoneQuery", first, "findIJKPlaneCellSubzones", wire::i32(1) + wire::i64(2),
+         wire::vec({wire::u64(13 << 8)})},
+        {"ZoneVarIDQuery", first, "varExists", wire::u64(5), wire::u8(1)},
+        {"NodalVarQuery", first + last, "checkout", subzone,
+         wire::vec({wire::f64(100), wire::f64(101)})},
+        {"CellCenteredVarQuery", first + last, "checkout", subzone, wire::vec({wire::f64(200)})},
+        {"VarSubzoneQuery", first + last, "partitionMinMaxes", "",
+         wire::vec({wire::f64(-1), wire::f64(1)})},
+        {"loaderQuery", "", "zoneMetadata", wire::u32(0) + wire::u32(0) + wire::i32(0), zone},
+    };
+    for (QueryCase const& query : queries) {
+        socket.takeSent();
+        socket.appendScript(wire::text(query.command) + query.place + wire::text(query.method) +
+                            query.arguments + wire::text("close data server"));
+        proxy->serviceCommandsUntil(CLOSE_DATA_SERVER);
+        EXPECT_EQ(socket.sent(), query.answer) << query.command;
         EXPECT_TRUE(socket.allWasRead()) << query.command;
     }
 }

@@ -1,6 +1,8 @@
 // A loader add-on whose loader does what the path's last word says.
 
+#include "tests/support/QueryFakes.h"
 #include "varnox/Export.h"
+#include "varnox/hdq/DataSetRegistrationInterface.h"
 #include "varnox/hostapi/VnxUtil.h"
 
 #include <memory>
@@ -95,6 +97,47 @@ void registerEveryCallback()
     VnxUtilDataLoadFinishX(empty.get(), ids);
 }
 
+/// Query objects that each answer something else.
+struct Services
+{
+    Services()
+    {
+        cells.count = 11;
+        cells.subzoneSize = 1;
+        nodes.count = 12;
+        nodes.sizeOf = [](varnox::tests::Subzone) -> unsigned short { return 2; };
+        ordered.subzones = {varnox::tests::Subzone(13 << 8)};
+        identity.exists = true;
+        nodal.valueOf = [](varnox::tests::Item item) { return 100.0 + item.itemOffset(); };
+        cellCentered.valueOf = [](varnox::tests::Item item) { return 200.0 + item.itemOffset(); };
+        ranges.values = {-1, 1};
+    }
+
+    varnox::tests::FakeCells cells;
+    varnox::tests::FakeNodes nodes;
+    varnox::tests::FakeOrdered ordered;
+    varnox::tests::FakeZoneVarID identity;
+    varnox::tests::FakeVarValues cellCentered;
+    varnox::tests::FakeVarValues nodal;
+    varnox::tests::FakeVarSubzones ranges;
+};
+
+/// The first zone with its last variable.
+void registerServices()
+{
+    static Services services; // the host asks them until the process ends
+    auto* const registration =
+        static_cast<varnox::hdq::DataSetRegistrationInterface*>(VnxUtilDataSetGetHDQRegistration());
+    registration->registerZoneConnectivityQueryServices(&services.cells, &services.nodes,
+                                                        &services.ordered, 0);
+    registration->registerZoneVarIDQueryServices(&services.identity, 0);
+    registration->registerVarQueryServices(&services.cellCentered, &services.nodal,
+                                           &services.ranges, 0, 2);
+    std::unique_ptr<_ArgList_s, Dealloc> const empty(VnxUtilArgListAlloc());
+    long ids[4] = {};
+    VnxUtilDataLoadFinishX(empty.get(), ids);
+}
+
 /// The instructions as they came, with a bar behind each.
 std::string told(StringList_s* instructions)
 {
@@ -115,6 +158,10 @@ char load(StringList_s* instructions, unsigned long clientData)
         throw std::runtime_error(told(instructions));
     if (word == "registers.hdqfs") {
         registerEveryCallback();
+        return 1;
+    }
+    if (word == "serves.hdqfs") {
+        registerServices();
         return 1;
     }
     if (word == "throws.hdqfs")
