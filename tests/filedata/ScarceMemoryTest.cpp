@@ -68,7 +68,7 @@ TEST(ScarceMemory, PartitionsOfAMixedZoneEndInTheirMessage)
     FileSpec spec;
     spec.version = "106";
     spec.title = "short of memory";
-    spec.zones[0].letter = 'x';
+    spec.zones[0].letter = 'M';
     spec.zones[0].i = 300;
     spec.zones[0].j = 30;
     spec.zones[0].sections = {{20, 4}, {10, 3}};

@@ -1,5 +1,6 @@
 #include "filedata/ZoneVarMetadata.h"
 
+#include "tests/filedata/AllocationMeter.h"
 #include "tests/filedata/FakeHost.h"
 
 #include <gtest/gtest.h>
@@ -49,6 +50,23 @@ TEST(ZoneVarMetadata, AllocFailsIfAnyFieldIsInUse)
     EXPECT_FALSE(last.alloc(1, 1, {0}));
     ZoneVarMetadata short1;
     EXPECT_FALSE(short1.alloc(2, 1, {0}));
+}
+
+TEST(ZoneVarMetadata, AllocIsFalseWithoutMemoryForAnyOneArray)
+{
+    std::vector<std::uint8_t> const sectionCounts{1, 4};
+    std::size_t n = 1;
+    for (bool isLast = false; !isLast; ++n) {
+        ZoneVarMetadata metadata;
+        bool result = false;
+        {
+            tests::AllocationFault const fault(n);
+            result = metadata.alloc(2, 3, sectionCounts);
+            isLast = !fault.hasStruck();
+        }
+        ASSERT_EQ(result, isLast) << n;
+    }
+    EXPECT_GT(n, 30U); // of some arrays a compiler makes calloc, which finds memory
 }
 
 TEST(ZoneVarMetadata, ArraysOfNoZonesOrVariablesStayNull)
@@ -122,6 +140,26 @@ TEST(ZoneVarMetadata, AssignCopiesEveryFieldBehindItsFirstZone)
     EXPECT_EQ(all.cellShapePerSection[3][1], 16);
     EXPECT_EQ(all.gridOrderPerSection[3][1], 17);
     EXPECT_EQ(all.basisFuncPerSection[3][1], 18);
+}
+
+TEST(ZoneVarMetadata, AssignWithoutMemoryIsFalse)
+{
+    ZoneVarMetadata other = sample();
+    other.varNames[0] = "a name that needs memory of its own";
+    other.zoneNames[0] = "another name that needs memory";
+    std::size_t n = 1;
+    for (bool isLast = false; !isLast; ++n) {
+        ZoneVarMetadata all;
+        ASSERT_TRUE(all.alloc(4, 1, {0, 0, 0, 2}));
+        bool result = false;
+        {
+            tests::AllocationFault const fault(n);
+            result = all.assign(other, 2);
+            isLast = !fault.hasStruck();
+        }
+        ASSERT_EQ(result, isLast) << n;
+    }
+    EXPECT_GT(n, 3U); // two names and the run without a fault
 }
 
 TEST(ZoneVarMetadata, AssignWithoutRoomIsFalse)
