@@ -12,12 +12,13 @@
 namespace {
 
 std::atomic<long> count = 0;
+std::atomic<bool> isShort = false;
 
 }
 
 void* operator new(std::size_t size)
 {
-    void* const block = std::malloc(size != 0 ? size : 1);
+    void* const block = isShort ? nullptr : std::malloc(size != 0 ? size : 1);
     if (block == nullptr)
         throw std::bad_alloc();
     ++count;
@@ -42,6 +43,16 @@ namespace varnox::tests {
 long numAllocations()
 {
     return count;
+}
+
+NoMemory::NoMemory()
+{
+    isShort = true;
+}
+
+NoMemory::~NoMemory()
+{
+    isShort = false;
 }
 
 ExpectedLoss::ExpectedLoss()

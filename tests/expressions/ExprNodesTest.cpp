@@ -1,5 +1,6 @@
 #include "varnox/eqn/ExprNodes.h"
 
+#include "tests/expressions/Allocations.h"
 #include "tests/support/Slots.h"
 #include "varnox/eqn/ExprEvalInterface.h"
 #include "varnox/eqn/WarningLogInterface.h"
@@ -194,6 +195,19 @@ TEST(ExprNodes, MillionsOfNestedNodesAreDeletedOnASmallStack)
     for (ExprInterface* const root : {unary, left, right, any})
         delete root;
     EXPECT_EQ(deaths, 4);
+}
+
+TEST(ExprNodes, AreDeletedWithoutMemoryToo)
+{
+    int deaths = 0;
+    ExprInterface* root = new Mortal(deaths);
+    for (int i = 0; i < 100; ++i)
+        root = new AddExpr(1, new Mortal(deaths), root);
+    {
+        tests::NoMemory const none;
+        delete root;
+    }
+    EXPECT_EQ(deaths, 101);
 }
 
 TEST(ExprEvalInterface, OperationsStandInTheirSlots)

@@ -395,6 +395,19 @@ TEST(ExpressionSerializer, PlaneEquationIsTheSameFunctionAfterwards)
     EXPECT_EQ(Text::of(node.opExprs()[2]), "v7");
 }
 
+TEST(ExpressionSerializer, PlaneEquationOfThreeCoefficientsIsRefusedAndLeavesItsOperands)
+{
+    Expression first = owned(variable(5));
+    Expression second = owned(variable(6));
+    Expression third = owned(variable(7));
+    EXPECT_EQ(messageOf<std::invalid_argument>([&] {
+                  makePlaneEquation(ID, first, second, third, {0.5, -2, 8});
+              }),
+              "A plane equation has four coefficients.");
+    EXPECT_NE(first, nullptr);
+    EXPECT_NE(third, nullptr);
+}
+
 TEST(ExpressionSerializer, CoefficientsLoseTheDigitsOfASubtraction)
 {
     Expression first = owned(variable(5));

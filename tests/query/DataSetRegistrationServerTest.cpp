@@ -341,6 +341,9 @@ TEST_F(DataSetRegistration, NumbersThatCannotBeTakeNoMemory)
     EXPECT_EQ(failure([&] { server.registerZoneVarIDQueryServices(&addon.zoneVarID, 2147483647); }),
               "Zone 2147483647 does not exist.");
     EXPECT_EQ(failure([&] { registerVar(addon, 0, -1); }), "Zone 0 does not exist for var -1.");
+    server.registerZoneConnectivityQueryServices(&addon.cells, &addon.nodes, 0);
+    registerVar(addon, 0, 2'000'000);
+    EXPECT_EQ(failure([&] { deliver({1}); }), "Variable 2000000 does not exist.");
 }
 
 TEST_F(DataSetRegistration, ObjectsThatAreMissingAreErrors)

@@ -15,6 +15,7 @@
 
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -160,6 +161,19 @@ TEST_P(StreamSocketPairs, HangUpShowsOnceEverythingIsRead)
     EXPECT_TRUE(pair.a->peerHasHungUp());
 }
 
+TEST_P(StreamSocketPairs, BytesThatAreStillToBeReadAreNoHangUp)
+{
+    Pair pair(GetParam());
+    pair.b->sendInt(1);
+    EXPECT_FALSE(pair.a->peerHasHungUp());
+    pair.b->sendInt(2);
+    EXPECT_EQ(pair.a->receiveInt(), 1); // the other one has been taken with it
+    pair.b.reset();
+    EXPECT_FALSE(pair.a->peerHasHungUp());
+    EXPECT_EQ(pair.a->receiveInt(), 2);
+    EXPECT_TRUE(pair.a->peerHasHungUp());
+}
+
 TEST_P(StreamSocketPairs, SilentPeerIsAnExceptionAfterTheIdleTimeout)
 {
     Pair pair(GetParam());
@@ -278,6 +292,33 @@ TEST(StreamSocket, DescriptorsThatDoNotBlockIdleToo)
     EXPECT_EQ(messageOf([&] { a.receiveUInt8(); }),
               "Receiving failed: the other side sent nothing within 20 milliseconds.");
     EXPECT_TRUE(a.hasIdled());
+}
+
+/// A TCP connection whose other end is gone with a reset.
+std::unique_ptr<StreamSocket> resetConnection()
+{
+    Listener const listener(parseAddress("tcp:127.0.0.1:0"));
+    int const near = connectTo(listener.boundAddress()).release();
+    pollfd waiting{listener.descriptor(), POLLIN, 0};
+    EXPECT_EQ(::poll(&waiting, 1, 10'000), 1);
+    int const far = ::accept(listener.descriptor(), nullptr, nullptr);
+    linger const none{1, 0};
+    EXPECT_EQ(::setsockopt(far, SOL_SOCKET, SO_LINGER, &none, sizeof(none)), 0);
+    ::close(far);
+    waiting = {near, POLLIN, 0};
+    EXPECT_EQ(::poll(&waiting, 1, 10'000), 1);
+    return std::make_unique<StreamSocket>(near, near);
+}
+
+TEST(StreamSocket, ResetConnectionIsSaid)
+{
+    auto const receiving = resetConnection();
+    EXPECT_TRUE(receiving->peerHasHungUp());
+    auto const failing = resetConnection();
+    EXPECT_EQ(messageOf([&] { failing->receiveInt(); }),
+              "Receiving failed: Connection reset by peer.");
+    EXPECT_EQ(messageOf([&] { resetConnection()->sendInt(1); }),
+              "Sending failed: Connection reset by peer.");
 }
 
 TEST(StreamSocket, DelayIsOffOnATcpStream)
