@@ -8,7 +8,6 @@
 #include "filedata/ValueInput.h"
 #include "filedata/ZoneHeader.h"
 
-#include <new>
 #include <stdexcept>
 #include <unordered_map>
 #include <unordered_set>
@@ -17,12 +16,6 @@
 namespace varnox::hdqio {
 
 namespace {
-
-void require(bool allocated)
-{
-    if (!allocated)
-        throw std::bad_alloc();
-}
 
 struct FileInfo
 {

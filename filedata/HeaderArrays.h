@@ -10,17 +10,10 @@
 
 #include <cstdint>
 #include <functional>
-#include <new>
 
 /// The arrays that the tags of zone headers and partition headers lead to. Tags and arrays bear the
 /// same names.
 namespace varnox::hdqio {
-
-inline void require(bool allocated)
-{
-    if (!allocated)
-        throw std::bad_alloc();
-}
 
 /// The labels of a zone's arrays, and of a partition's.
 struct HeaderPlace

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <limits>
 #include <memory>
+#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -84,5 +85,12 @@ private:
 
     T* m_elements = nullptr;
 };
+
+/// For the result of alloc, where short memory is an exception.
+inline void require(bool allocated)
+{
+    if (!allocated)
+        throw std::bad_alloc();
+}
 
 }

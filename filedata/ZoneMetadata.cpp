@@ -3,19 +3,8 @@
 #include "filedata/ZoneTypes.h"
 
 #include <algorithm>
-#include <new>
 
 namespace varnox::hdqio {
-
-namespace {
-
-void require(bool allocated)
-{
-    if (!allocated)
-        throw std::bad_alloc();
-}
-
-}
 
 void ZoneMetadata::setZoneType(ZoneType_e type)
 {

@@ -26,7 +26,7 @@ constexpr std::uint8_t OF_A_ZONE = 0;
 constexpr std::uint8_t OF_THE_DATA_SET = 1;
 constexpr std::uint8_t OF_A_VARIABLE = 3;
 
-constexpr std::size_t LARGEST_PIECE = (std::size_t{4} << 20) / sizeof(int);
+constexpr std::size_t MAX_NEIGHBORS_AT_ONCE = (std::size_t{4} << 20) / sizeof(int);
 
 /// A number of the file as one of the host's enumerations.
 template <typename Enumeration>
@@ -226,7 +226,7 @@ void sendFaceNeighbors(DataSet const& dataSet, std::uint32_t zone, FaceNeighbor_
     DataSet::ZoneInFile const grid = dataSet.grid(zone);
     std::vector<int> const neighbors = readFaceNeighbors(*grid.file, grid.zone);
     for (std::size_t done = 0; done < neighbors.size();) {
-        std::size_t const count = std::min(neighbors.size() - done, LARGEST_PIECE);
+        std::size_t const count = std::min(neighbors.size() - done, MAX_NEIGHBORS_AT_ONCE);
         if (VnxUtilDataFaceNbrAssignByRef(handle, static_cast<long>(done) + 1, 0, 0,
                                           static_cast<int>(count), neighbors.data() + done,
                                           nullptr) == 0)

@@ -1,6 +1,5 @@
 #include "addons/hdqfs/BoxReader.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace varnox::hdqfsloader {
@@ -8,16 +7,6 @@ namespace varnox::hdqfsloader {
 namespace {
 
 using Box = SubzoneLayout::Box;
-
-Box intersection(Box const& a, Box const& b)
-{
-    Box result{};
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        result.begin[axis] = std::max(a.begin[axis], b.begin[axis]);
-        result.end[axis] = std::max(result.begin[axis], std::min(a.end[axis], b.end[axis]));
-    }
-    return result;
-}
 
 bool coversAlong(std::size_t axis, Box const& a, Box const& b)
 {
@@ -49,7 +38,7 @@ void BoxReader::read(Box const& box, unsigned char* out)
     Box const whole{m_origin,
                     {m_origin[0] + m_bricks.axis(0).size, m_origin[1] + m_bricks.axis(1).size,
                      m_origin[2] + m_bricks.axis(2).size}};
-    Box const part = intersection(whole, box);
+    Box const part = whole.intersection(box);
     if (part.numItems() == 0)
         return;
     auto const brickOf = [&](std::size_t axis, std::uint64_t index) {
@@ -65,7 +54,7 @@ void BoxReader::readRow(std::uint64_t firstSubzone, Target const& target)
     std::uint64_t const numBricks = m_bricks.axis(0).numBricks;
     Box row = boxOfBrick(firstSubzone);
     row.end[0] = boxOfBrick(firstSubzone + numBricks - 1).end[0];
-    if (intersection(row, target.box).numItems() == 0)
+    if (row.intersection(target.box).numItems() == 0)
         return;
     if (coversAlong(0, target.box, row) && coversAlong(1, target.box, row) &&
         coversAlong(2, target.box, row)) {
@@ -74,7 +63,7 @@ void BoxReader::readRow(std::uint64_t firstSubzone, Target const& target)
     }
     for (std::uint64_t subzone = firstSubzone; subzone < firstSubzone + numBricks; ++subzone) {
         Box const brick = boxOfBrick(subzone);
-        Box const part = intersection(brick, target.box);
+        Box const part = brick.intersection(target.box);
         if (part.numItems() != 0)
             readPartOfBrick(subzone, brick, part, target);
     }

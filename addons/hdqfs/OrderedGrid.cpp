@@ -30,16 +30,6 @@ std::string singular(Items items)
     return items == Items::Nodes ? "node" : "cell";
 }
 
-Box intersection(Box const& a, Box const& b)
-{
-    Box result{};
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-        result.begin[axis] = std::max(a.begin[axis], b.begin[axis]);
-        result.end[axis] = std::max(result.begin[axis], std::min(a.end[axis], b.end[axis]));
-    }
-    return result;
-}
-
 /// The partitions whose nodes lie in a box that isn't empty, in ascending order.
 std::vector<std::uint32_t> partitionsAt(ZoneMetadata const& zone, Box const& box)
 {
@@ -177,7 +167,7 @@ Indices OrderedGrid::indicesOf(std::uint64_t number, Items items) const
 void OrderedGrid::appendSubzones(Box const& box, Items items,
                                  RawArray<SubzoneAddress>& result) const
 {
-    Box const part = intersection(box, {{0, 0, 0}, size(items)});
+    Box const part = box.intersection({{0, 0, 0}, size(items)});
     if (part.numItems() == 0)
         return;
     ZoneMetadata const& zone = m_grid.file->zone(m_grid.zone);
@@ -197,7 +187,7 @@ void OrderedGrid::appendSubzones(std::uint32_t partition, Box const& box, Items 
     Box whole{first, first};
     for (std::size_t axis = 0; axis < 3; ++axis)
         whole.end[axis] += layout.axis(axis).size;
-    Box const part = intersection(box, whole);
+    Box const part = box.intersection(whole);
     if (part.numItems() == 0)
         return;
     auto const brickOf = [&](std::size_t axis, std::uint64_t index) {

@@ -80,6 +80,16 @@ std::uint64_t SubzoneLayout::numItems() const
     return total;
 }
 
+SubzoneLayout::Box SubzoneLayout::Box::intersection(Box const& other) const
+{
+    Box result{};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        result.begin[axis] = std::max(begin[axis], other.begin[axis]);
+        result.end[axis] = std::max(result.begin[axis], std::min(end[axis], other.end[axis]));
+    }
+    return result;
+}
+
 SubzoneLayout::Box SubzoneLayout::brick(std::uint64_t subzone) const
 {
     if (!m_isOrdered || subzone >= numSubzones(0))

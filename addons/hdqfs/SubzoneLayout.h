@@ -29,6 +29,8 @@ public:
 
         std::uint64_t extent(std::size_t axis) const { return end[axis] - begin[axis]; }
         std::uint64_t numItems() const { return extent(0) * extent(1) * extent(2); }
+        /// What both cover; without items if they don't meet.
+        Box intersection(Box const& other) const;
     };
 
     /// Along one axis of an ordered partition: index i lies in brick (i + shift) / limit.

@@ -55,13 +55,6 @@ std::string textOf(std::array<double, 3> const& point)
     return text + ")";
 }
 
-json jsonOf(SubzoneAddress const& subzone)
-{
-    return {{"partition", subzone.partition()},
-            {"section", subzone.section()},
-            {"subzone", subzone.subzoneOffset()}};
-}
-
 class CellWriter
 {
 public:
@@ -122,7 +115,7 @@ private:
 
     void writeJson(CellSubzone const& cells, Coordinates const* coordinates)
     {
-        json entry = jsonOf(cells.address);
+        json entry = jsonOfAddress(cells.address);
         entry["shape"] = client::nameOf(cells.shape);
         entry["corners"] = cells.numCornersPerCell;
         entry["faces"] = cells.numFacesPerCell;

@@ -205,6 +205,13 @@ std::string shownBound(ZoneVariable const& variable, double bound)
     return isFloat ? shown(asFloat) : shown(bound);
 }
 
+json jsonOfAddress(client::SubzoneAddress const& address)
+{
+    return {{"partition", address.partition()},
+            {"section", address.section()},
+            {"subzone", address.subzoneOffset()}};
+}
+
 void reportTypes(client::FileTypes const& types, bool asJson, Output& output)
 {
     if (asJson)

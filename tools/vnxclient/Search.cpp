@@ -64,13 +64,6 @@ std::string wordOf(ValueLocation_e kind)
     return kind == ValueLocation_Nodal ? "node" : "cell";
 }
 
-json jsonOf(SubzoneAddress address)
-{
-    return {{"partition", address.partition()},
-            {"section", address.section()},
-            {"subzone", address.subzoneOffset()}};
-}
-
 std::string textOf(ZoneVariable const& variable, Range const& range)
 {
     return range.min > range.max
@@ -140,7 +133,7 @@ void reportSubzoneRanges(Engine& engine, Subject const& subject, std::uint32_t p
         report["of"] = wordOf(kind) + "s";
         report["subzones"] = json::array();
         for (std::size_t n = 0; n < ranges.size(); ++n) {
-            json entry = jsonOf(subzones.at(n));
+            json entry = jsonOfAddress(subzones.at(n));
             entry["range"] = jsonOf(ranges[n]);
             report["subzones"].push_back(entry);
         }
@@ -168,7 +161,7 @@ void reportSubzones(Engine& engine, int zone, ValueLocation_e kind, json head,
         head["totalSubzones"] = total;
         head["subzones"] = json::array();
         for (SubzoneAddress const address : found)
-            head["subzones"].push_back(jsonOf(address));
+            head["subzones"].push_back(jsonOfAddress(address));
         output.write(dumped(head) + "\n");
         return;
     }
@@ -197,8 +190,9 @@ std::pair<std::string, double> parseWantedValue(std::string const& text)
 
 void requireOneOrTwoIndices(PlaneRequest const& request)
 {
-    int const count =
-        int{request.i.has_value()} + int{request.j.has_value()} + int{request.k.has_value()};
+    int count = 0;
+    for (auto const* index : {&request.i, &request.j, &request.k})
+        count += index->has_value() ? 1 : 0;
     if (count != 1 && count != 2)
         throw WrongUsage("Give one of --i, --j and --k for a plane, or two for a line.");
 }

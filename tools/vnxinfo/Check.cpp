@@ -229,7 +229,7 @@ private:
     std::vector<std::uint32_t> m_sources; ///< Of connectivity, in the file that has the grid.
 };
 
-Json jsonOf(CheckedFile const& file)
+Json verdictOf(CheckedFile const& file)
 {
     Json faults = Json::array();
     for (Fault const& fault : file.faults.kept())
@@ -275,7 +275,7 @@ bool checkFiles(std::vector<std::string> const& paths, bool asJson, Output& outp
         FileCheck(*file, grid.get()).run();
         isSound = isSound && file->faults.isEmpty();
         if (asJson)
-            list.push_back(jsonOf(*file));
+            list.push_back(verdictOf(*file));
         else
             writeText(*file, output);
         if (path == paths.front() && file->description.dataFileType() == DataFileType_Grid &&

@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::uint32_t SUBZONE_ITEMS = 256;
 
-std::string textOf(SubzoneAddress const& address)
+std::string subzoneText(SubzoneAddress const& address)
 {
     return "subzone " + std::to_string(address.subzoneOffset()) + " of section " +
            std::to_string(address.section() + 1) + " in partition " +
@@ -121,7 +121,7 @@ private:
             seen.push_back(record.refNszs[r]);
             if (sizes[r] == 0) {
                 m_file.faults.add(place, loc,
-                                  "It refers to the nodes of " + textOf(record.refNszs[r]) +
+                                  "It refers to the nodes of " + subzoneText(record.refNszs[r]) +
                                       ", which doesn't exist.");
                 return false;
             }
@@ -136,8 +136,8 @@ private:
             if (record.nszOffsets[i] >= sizes[reference]) {
                 m_file.faults.add(place, loc,
                                   "It refers to node " + std::to_string(record.nszOffsets[i]) +
-                                      " of " + textOf(record.refNszs[reference]) + ", which has " +
-                                      std::to_string(sizes[reference]) + ".");
+                                      " of " + subzoneText(record.refNszs[reference]) +
+                                      ", which has " + std::to_string(sizes[reference]) + ".");
                 return false;
             }
         }
@@ -145,7 +145,7 @@ private:
         for (std::uint32_t r = 0; r < record.numRefNszs; ++r) {
             if (!isUsed[r])
                 m_file.faults.add(place, loc,
-                                  "It lists " + textOf(record.refNszs[r]) +
+                                  "It lists " + subzoneText(record.refNszs[r]) +
                                       ", whose nodes none of its cells has.");
             else
                 noteTouch(record.refNszs[r], own);
@@ -181,7 +181,7 @@ private:
         for (std::uint32_t r = 0; r < record.numRefCszs; ++r) {
             if (!hasCellSubzone(m_zone, record.refCszs[r]))
                 m_file.faults.add(place, loc,
-                                  "It refers to the cells of " + textOf(record.refCszs[r]) +
+                                  "It refers to the cells of " + subzoneText(record.refCszs[r]) +
                                       ", which doesn't exist.");
             told.push_back(record.refCszs[r]);
         }
@@ -323,7 +323,8 @@ void MeshRanges::take(CheckedCells const& cells)
     for (std::uint32_t r = 0; r < cells.record.numRefNszs; ++r)
         if (numNodesOf(m_impl->metadata, cells.record.refNszs[r]) == 0)
             throw std::runtime_error("The connectivity refers to the nodes of " +
-                                     textOf(cells.record.refNszs[r]) + ", which doesn't exist.");
+                                     subzoneText(cells.record.refNszs[r]) +
+                                     ", which doesn't exist.");
     for (std::uint32_t v = 0; v < m_impl->cross.size(); ++v) {
         if (!m_impl->isComplete(v))
             continue;

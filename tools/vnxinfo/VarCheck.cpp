@@ -21,7 +21,7 @@ using hdqio::ZoneMetadata;
 
 namespace {
 
-constexpr std::uint64_t VALUES_AT_ONCE = 4096;
+constexpr std::uint64_t VALUES_IN_A_PART = 4096;
 /// Half a unit of the last digit that text has of a float, and its rounding to the float.
 constexpr double TEXT_TOLERANCE = 2e-7;
 
@@ -48,7 +48,7 @@ template <typename T>
 bool readValuesOf(CheckedFile& file, std::uint64_t count, IODescription& description,
                   std::function<void(double)> const& f)
 {
-    std::array<T, VALUES_AT_ONCE> values;
+    std::array<T, VALUES_IN_A_PART> values;
     while (count > 0) {
         std::uint64_t const part = std::min<std::uint64_t>(count, values.size());
         if (!hdqio::readValues<T, false, 0>(file.reader, part, values.data(), description))
