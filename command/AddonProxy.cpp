@@ -138,6 +138,7 @@ private:
         }
         auto* const entry = reinterpret_cast<void (*)()>(::dlsym(library, ADDON_ENTRY));
         if (entry == nullptr)
+            // cppcheck-suppress resourceLeak ; it stays, as said above
             throw Error(std::string("Function ") + ADDON_ENTRY + " not found in load library " +
                         path);
         entry();

@@ -108,7 +108,7 @@ std::vector<FileEntry> entriesOf(std::string const& directory,
 
 // Deliberate: a ".." directly behind the first component leaves a doubled slash, and a "~" in the
 // middle loses the slash on its left. Test: CanonicalPath.KeepsItsQuirks
-std::string getCanonicalPath(std::string path)
+std::string getCanonicalPath(std::string const& path)
 {
     std::vector<std::string> const parts = components(withoutEmptyComponents(path));
     std::string result;

@@ -11,7 +11,7 @@ namespace varnox::hdqremote {
 
 /// The path without empty components, "." and "..", by its text alone: the disk isn't asked, and a
 /// leading slash is given where there is none. The root is the empty string.
-std::string getCanonicalPath(std::string path);
+std::string getCanonicalPath(std::string const& path);
 
 /// Adds a directory to a reply: its canonical path, the number of entries, and for each its name,
 /// type, size and last write time. Hidden files, and what is neither a file nor a directory, are

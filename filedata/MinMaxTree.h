@@ -21,7 +21,7 @@ public:
     /// Entries of a level over n entries at the bottom, n at least 1.
     static std::uint64_t numEntries(std::uint32_t n, std::uint32_t level)
     {
-        return ((std::uint64_t{n} - 1) >> (6 * level)) + 1;
+        return ((static_cast<std::uint64_t>(n) - 1) >> (6 * level)) + 1;
     }
 
     /// False if memory is short or the tree is in use.

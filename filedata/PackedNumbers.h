@@ -39,7 +39,7 @@ class ShortLivedArray
 {
 public:
     explicit ShortLivedArray(std::size_t count)
-        : m_block(count > SMALL_COUNT ? new (std::nothrow) T[count] : nullptr),
+        : m_block(count > SMALL_COUNT ? (new (std::nothrow) T[count]) : nullptr),
           m_data(count > SMALL_COUNT ? m_block.get() : m_small)
     {
     }

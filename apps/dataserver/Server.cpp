@@ -33,9 +33,9 @@ using socketutil::Listener;
 
 namespace {
 
-constexpr auto GRACE = 5s;        // for running sessions, from the signal to end on
-constexpr auto LAST_GRACE = 1s;   // from a worker's SIGTERM to its SIGKILL
-constexpr auto TRIAL_LIMIT = 60s; // for an add-on to come up
+constexpr std::chrono::seconds GRACE{5};      // for running sessions, from the signal to end on
+constexpr std::chrono::seconds LAST_GRACE{1}; // from a worker's SIGTERM to its SIGKILL
+constexpr auto TRIAL_LIMIT = 60s;             // for an add-on to come up
 constexpr char WRONG_USER[] = "this data server serves other users of this machine";
 constexpr auto GREETINGS_OWN = 500ms; // a greeting makes way for another after that time only
 constexpr auto ACCEPT_PAUSE = 200ms;
@@ -487,7 +487,7 @@ bool Server::mayComeIn(Peer const& peer) const
 /// In the form of a greeting's answer, though there was no greeting.
 void Server::tellRefusal(Ends ends, std::string const& reason)
 {
-    constexpr auto MOMENT = 1s;
+    constexpr std::chrono::seconds MOMENT{1};
     constexpr std::size_t ENOUGH = 64;
     constexpr char TLS_ALERT[] = "\x15\x03\x03\x00\x02\x02\x50"; // fatal, internal error
     std::string const answer = m_options.tls.certificate.empty()
