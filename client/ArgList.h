@@ -35,7 +35,7 @@ public:
     /// value is, and SocketException.
     ArgList(EngineSocket& socket, ArgKeys const& keys);
 
-    bool has(std::string const& key) const { return m_values.count(key) != 0; }
+    bool has(std::string const& key) const { return m_values.contains(key); }
     /// The value, or the default if the key is absent. Each is for keys of its type only.
     std::int64_t integer(std::string const& key, std::int64_t otherwise) const;
     double number(std::string const& key, double otherwise) const;

@@ -121,6 +121,7 @@ void Engine::sendCellQuery(Zone const& zone, std::string const& method,
                            std::vector<SubzoneAddress> const& subzones)
 {
     std::vector<unsigned long> words;
+    words.reserve(subzones.size());
     for (SubzoneAddress const& address : subzones)
         words.push_back(address.word());
     sendZoneQuery(CELL_CONNECTIVITY_QUERY, zone, method);

@@ -42,7 +42,7 @@ void Coordinates::fetch(std::vector<SubzoneAddress> const& nodeSubzones)
         m_points.clear();
     std::vector<SubzoneAddress> missing;
     for (SubzoneAddress const& subzone : nodeSubzones)
-        if (m_points.count(subzone) == 0)
+        if (!m_points.contains(subzone))
             missing.push_back(subzone);
     if (missing.empty())
         return;

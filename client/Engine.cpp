@@ -72,7 +72,6 @@ private:
     std::int64_t m_total;
 };
 
-
 }
 
 std::uint64_t PartitionShape::numSubzones(ValueLocation_e kind) const
@@ -445,6 +444,7 @@ void Engine::checkOut(Source const& source, std::vector<SubzoneAddress> const& b
                       SubzoneSink const& sink)
 {
     std::vector<unsigned long> words;
+    words.reserve(batch.size());
     for (SubzoneAddress const address : batch)
         words.push_back(address.word());
     std::size_t const maxSize = announcement()->subzoneMaxSize & 0xFFFF;

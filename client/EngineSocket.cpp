@@ -21,10 +21,10 @@ using socketutil::WriteCache;
 
 namespace {
 
-constexpr std::size_t BUFFER_SIZE = 256 * 1024;
+constexpr std::size_t BUFFER_SIZE = std::size_t{256} * 1024;
 
 /// Answers that the server doesn't fetch may not pile up without end.
-constexpr std::size_t MAX_UNSENT_BYTES = 256 * 1024 * 1024;
+constexpr std::size_t MAX_UNSENT_BYTES = std::size_t{256} * 1024 * 1024;
 
 [[noreturn]] void throwSystemError(char const* what)
 {

@@ -150,6 +150,7 @@ void ServerProcess::start(std::vector<std::string> arguments, Stream stream)
     Descriptor const failureReader(pipe[0]);
     Descriptor failureWriter(pipe[1]);
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (std::string& argument : arguments)
         pointers.push_back(argument.data());
     pointers.push_back(nullptr);
@@ -226,7 +227,7 @@ std::string findServerProgram()
     std::string const folders = path != nullptr ? path : "";
     for (std::size_t begin = 0; begin <= folders.size();) {
         std::size_t const end = std::min(folders.find(':', begin), folders.size());
-        std::string const candidate = folders.substr(begin, end - begin) + "/" + SERVER_NAME;
+        std::string candidate = folders.substr(begin, end - begin) + "/" + SERVER_NAME;
         if (end > begin && isProgram(candidate))
             return candidate;
         begin = end + 1;

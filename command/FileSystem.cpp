@@ -53,7 +53,7 @@ bool fileSize(std::string const& path, unsigned long& size)
 
 std::string homeDirectory()
 {
-    std::string const home = environmentValue("HOME");
+    std::string home = environmentValue("HOME");
     if (!home.empty())
         return home;
     std::string user = environmentValue("USERNAME");

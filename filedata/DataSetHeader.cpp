@@ -46,7 +46,7 @@ char checkRequiredTags(FileDescription const& description, TagMap const& tags)
     if (description.getFileVersion() >= FIRST_VERSION_WITH_SECTIONS)
         return 1;
     for (TagInfo const& tag : dataSetHeaderTags)
-        if (tag.presence == TagPresence::RequiredBefore106 && tags.count(tag.number) == 0)
+        if (tag.presence == TagPresence::RequiredBefore106 && !tags.contains(tag.number))
             return errorMessage("Missing required %s header tag %lu, '%s'.", "file",
                                 std::uint64_t{tag.number}, tag.name);
     return 1;
@@ -75,8 +75,8 @@ char checkSubzoneLimit(DataSetHeaderTag tag, std::int64_t limit)
 /// and per variable and zone, from the type to the shared zone. In text a value takes two bytes.
 constexpr std::uint64_t BINARY_ZONE_BYTES = 1 + 1 + 8 + 1 + 8 + 4 + 4 + 3 * 8 + 4;
 constexpr std::uint64_t BINARY_VAR_ZONE_BYTES = 1 + 2 * 4 + 1 + 1 + 4;
-constexpr std::uint64_t TEXT_ZONE_BYTES = 11 * 2;
-constexpr std::uint64_t TEXT_VAR_ZONE_BYTES = 6 * 2;
+constexpr std::uint64_t TEXT_ZONE_BYTES = std::uint64_t{11} * 2;
+constexpr std::uint64_t TEXT_VAR_ZONE_BYTES = std::uint64_t{6} * 2;
 
 /// Up to these the tables stay small, and a file may let arrays lie on each other.
 constexpr std::uint64_t FEW_ZONES = 2048;
@@ -362,7 +362,7 @@ char readDataSetHeaderTags(FileReaderInterface& reader, FileDescription& descrip
 char applyDataSetHeaderScalarTagValues(TagMap const& tags, int& numVars, int& numZones)
 {
     for (DataSetHeaderTag const tag : {NUM_VARS_TAG, NUM_ZONES_TAG})
-        if (tags.count(tag) == 0)
+        if (!tags.contains(tag))
             return errorMessage("Missing value for '%s' while reading file header.",
                                 tagNames().at(tag));
     numVars = static_cast<int>(tags.at(NUM_VARS_TAG));

@@ -263,12 +263,12 @@ public:
     void applySubzoneLimits(std::size_t i, TagMap const& tags)
     {
         std::string const& name = files[i]->fileName;
-        if (tags.count(SUBZONE_MAX_I_SIZE_TAG) == 0 || tags.count(SUBZONE_MAX_J_SIZE_TAG) == 0 ||
-            tags.count(SUBZONE_MAX_K_SIZE_TAG) == 0)
+        if (!tags.contains(SUBZONE_MAX_I_SIZE_TAG) || !tags.contains(SUBZONE_MAX_J_SIZE_TAG) ||
+            !tags.contains(SUBZONE_MAX_K_SIZE_TAG))
             throw std::runtime_error("File " + name +
                                      " has an unrecognized format. It is missing the ordered "
                                      "subzone max dimensions.");
-        if (tags.count(SUBZONE_MAX_FE_SIZE_TAG) == 0)
+        if (!tags.contains(SUBZONE_MAX_FE_SIZE_TAG))
             throw std::runtime_error(
                 "File " + name +
                 " has an unrecognized format. It is missing the FE subzone max "

@@ -81,7 +81,7 @@ public:
     T const* end() const { return m_elements + size(); }
 
 private:
-    static_assert(alignof(T) <= alignof(std::uint64_t) || alignof(T) <= alignof(std::max_align_t));
+    static_assert(alignof(T) <= alignof(std::uint64_t), "element 0 stands behind the count");
 
     T* m_elements = nullptr;
 };

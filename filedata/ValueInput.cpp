@@ -16,7 +16,7 @@ namespace varnox::hdqio {
 namespace {
 
 /// An array of up to this many bytes is read without a look at what the file holds.
-constexpr std::uint64_t SMALL_ARRAY_BYTES = 64 * 1024;
+constexpr std::uint64_t SMALL_ARRAY_BYTES = std::uint64_t{64} * 1024;
 
 /// The least that a value takes: its bytes, or a digit and a separator.
 template <typename T>

@@ -2,8 +2,6 @@
 #include "varnox/IOException.h"
 #include "varnox/socketutil/SocketException.h"
 
-#include <utility>
-
 namespace varnox {
 
 ExceptionBase::ExceptionBase(std::string const& message, bool) : m_message(message)
@@ -36,7 +34,8 @@ void ExceptionBase::printStackTrace(std::FILE* file) const
     std::fprintf(file, "%s\n", what());
 }
 
-IOException::IOException(std::string message) : ExceptionBase(std::move(message), false)
+// NOLINTNEXTLINE(performance-unnecessary-value-param): callers are compiled with this signature
+IOException::IOException(std::string message) : ExceptionBase(message, false)
 {
 }
 IOException::~IOException() = default;

@@ -73,9 +73,9 @@ public:
     }
 
 private:
-    static constexpr std::size_t FIRST_STEP_BYTES = 1024 * 1024;
+    static constexpr std::size_t FIRST_STEP_BYTES = std::size_t{1024} * 1024;
     static constexpr std::size_t RESERVED_BYTES =
-        16 * 1024 * 1024; // costs nothing until it is written
+        std::size_t{16} * 1024 * 1024; // costs nothing until it is written
 
     [[noreturn]] void throwTooLarge(char const* what, std::uint64_t byteCount) const
     {

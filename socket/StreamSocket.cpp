@@ -216,7 +216,7 @@ public:
         return {const_cast<void*>(bytes), byteCount}; // sending doesn't write to it
     }
 
-    static constexpr std::size_t BUFFER_SIZE = 256 * 1024;
+    static constexpr std::size_t BUFFER_SIZE = std::size_t{256} * 1024;
 
     int readDescriptor;
     int writeDescriptor;

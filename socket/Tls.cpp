@@ -70,7 +70,7 @@ void refuseOpenKey(std::string const& path)
 
 struct Buffer
 {
-    static constexpr std::size_t SIZE = 64 * 1024;
+    static constexpr std::size_t SIZE = std::size_t{64} * 1024;
 
     std::array<unsigned char, SIZE> bytes;
     std::size_t begin = 0;

@@ -18,8 +18,8 @@ using Block = std::unique_ptr<unsigned char[]>;
 
 /// Behind the first bytes come blocks of growing size, the large ones all alike so that they can be
 /// used again.
-constexpr std::size_t SMALLEST_BLOCK = 8 * 1024;
-constexpr std::size_t LARGEST_BLOCK = 512 * 1024;
+constexpr std::size_t SMALLEST_BLOCK = std::size_t{8} * 1024;
+constexpr std::size_t LARGEST_BLOCK = std::size_t{512} * 1024;
 
 /// The large blocks that no cache uses at the moment. Fresh memory costs a page fault per 4 KiB,
 /// which is more than the copy into it.

@@ -96,6 +96,7 @@ std::uint64_t BlockWriter::marker(hdqio::IODescription const& label, std::uint32
 std::uint64_t BlockWriter::tagList(std::vector<Tag> const& tags)
 {
     std::vector<std::uint16_t> numbers;
+    numbers.reserve(tags.size());
     for (Tag const& tag : tags)
         numbers.push_back(tag.number);
     std::uint64_t const start =

@@ -49,6 +49,7 @@ void writePartitionNumbers(BlockWriter& blocks, RecordForm const& form,
                            std::vector<SubzoneReference> const& references)
 {
     std::vector<std::uint16_t> numbers;
+    numbers.reserve(references.size());
     for (SubzoneReference const& reference : references)
         numbers.push_back(placeIn(form.refPartitions, reference.partition));
     std::size_t const count = form.refPartitions.size();

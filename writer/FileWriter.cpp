@@ -40,7 +40,7 @@ Summary writeFile(std::string const& path, DataSet const& dataSet, Options const
     for (std::size_t z = 0; z < dataSet.zones.size(); ++z)
         records.push_back(writeZone(plan, blocks, z, records));
     std::uint64_t const headerLoc = writeDataSetHeader(plan, blocks, records);
-    Summary const result{plan.version, blocks.loc(), plan.variables};
+    Summary result{plan.version, blocks.loc(), plan.variables};
     enterHeaderLocation(file, place, headerLoc);
     file.commit();
     return result;

@@ -33,9 +33,10 @@ hdqio::IJK sizeOf(Box const& box)
 Bricks bricksOf(Box const& items, Options const& options, std::uint32_t partition, bool isPartition)
 {
     auto const& limit = options.subzoneSize;
-    return Bricks(items, hdqio::IJKSubzoneInfo(sizeOf(items),
-                                               {limit[0], limit[1], limit[2], limit[0] * limit[1]},
-                                               partition, isPartition));
+    return Bricks(items, hdqio::IJKSubzoneInfo(
+                             sizeOf(items),
+                             {limit[0], limit[1], limit[2], std::int64_t{limit[0]} * limit[1]},
+                             partition, isPartition));
 }
 
 /// The nodes of a box of cells.

@@ -301,7 +301,7 @@ PartitionMetadata const& DataFile::partition(std::uint32_t zoneIndex, std::uint3
                                 zoneName(zoneIndex) + ".");
     PartitionMetadata& result = metadata.ptnMetadata[partition];
     // That of a zone of one partition came with its header.
-    if (metadata.numPartitions == 1 || m_readPartitions.count({zoneIndex, partition}) != 0)
+    if (metadata.numPartitions == 1 || m_readPartitions.contains({zoneIndex, partition}))
         return result;
     FileStreamReader reader(m_path);
     open(reader, m_description);

@@ -109,6 +109,7 @@ void findSubzones(RangeTrees& cache, DataSet::ZoneInFile const& grid,
             owners.push_back(cache.subzones(*variable, partition, items, layout));
         for (std::uint32_t section = 0; section < layout.numSections(); ++section) {
             std::vector<MinMaxTree const*> trees;
+            trees.reserve(owners.size());
             for (auto const& ofVariable : owners)
                 trees.push_back(ofVariable.sections[section].get());
             std::uint64_t const first = result.size;

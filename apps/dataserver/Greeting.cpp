@@ -105,7 +105,7 @@ void Greeting::refuse(std::string const& reason)
     if (::shutdown(m_writeEnd, SHUT_WR) != 0)
         return; // a pipe keeps what it holds
     std::size_t numTaken = 0;
-    constexpr std::size_t ENOUGH = 1024 * 1024;
+    constexpr std::size_t ENOUGH = std::size_t{1024} * 1024;
     char unread[4096];
     while (numTaken < ENOUGH && waitFor(m_readEnd, POLLIN, until)) {
         ssize_t const got = ::read(m_readEnd, unread, sizeof(unread));

@@ -113,7 +113,7 @@ std::optional<Options> parseOptions(int argc, char const* const* argv, int& exit
 {
     constexpr double MAX_TIMEOUT_SECONDS = 86'400;
     constexpr double MAX_IDLE_SECONDS = 20 * MAX_TIMEOUT_SECONDS;
-    constexpr std::uint64_t MIN_MEMORY = 16 * 1024 * 1024;
+    constexpr std::uint64_t MIN_MEMORY = std::uint64_t{16} * 1024 * 1024;
     constexpr std::uint64_t MIN_OPEN_FILES = 16;
     constexpr std::uint64_t MAX_OPEN_FILES = 1'000'000'000;
     constexpr std::uint64_t MAX_PROCESSOR_SECONDS = 1'000'000'000;

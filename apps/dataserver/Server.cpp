@@ -128,6 +128,7 @@ std::vector<std::string> environmentOf(std::vector<std::string> const& keptBesid
 std::vector<char*> pointersTo(std::vector<std::string>& words)
 {
     std::vector<char*> result;
+    result.reserve(words.size() + 1);
     for (std::string& word : words)
         result.push_back(word.data());
     result.push_back(nullptr);

@@ -128,7 +128,7 @@ bool greet(WorkerOrder const& order, int serverSocket)
     } catch (std::exception const& error) {
         spdlog::warn("{}: {}", order.name, printable(error.what()));
     }
-    plain.reset();
+    plain.reset(); // NOLINT(bugprone-use-after-move): still open if the handshake failed
     endAs(child);
 }
 

@@ -54,6 +54,7 @@ int run(int argc, char const* const* argv)
 }
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): without memory for its last words it may end so
 int main(int argc, char** argv)
 {
     using namespace varnox::dataserver;

@@ -64,6 +64,7 @@ void copy(Column const& column, ValueType type, std::size_t count, void* out, F&
         withValue(type, [&](auto value) {
             auto* const to = static_cast<decltype(value)*>(out);
             for (std::size_t i = 0; i < count; ++i)
+                // NOLINTNEXTLINE(bugprone-signed-char-misuse): a column of bytes holds numbers
                 to[i] = static_cast<decltype(value)>(from[placeOf(i) * column.stride]);
         });
     });

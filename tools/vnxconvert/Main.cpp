@@ -203,6 +203,7 @@ int run(CommandLine& line)
 
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): without memory for its command line it may end so
 int main(int argc, char** argv)
 {
     std::signal(SIGPIPE, SIG_IGN);

@@ -81,7 +81,7 @@ std::vector<std::pair<Variables::Known, std::string>> Variables::named() const
     for (Known const& known : m_known) {
         std::string name = known.field;
         bool const isCoordinate = name == "X" || name == "Y" || name == "Z";
-        if (known.location == ValueLocation::Cells && taken.count(name) != 0)
+        if (known.location == ValueLocation::Cells && taken.contains(name))
             name += "_cell";
         else if (isCoordinate)
             name += "_2";

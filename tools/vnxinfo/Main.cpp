@@ -192,6 +192,7 @@ int guardedRun(Options const& options)
 
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): without memory for its command line it may end so
 int main(int argc, char** argv)
 {
     std::signal(SIGPIPE, SIG_IGN); // a reader that has gone shows as an error of its write

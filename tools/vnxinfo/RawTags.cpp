@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <stdexcept>
 
@@ -39,9 +40,14 @@ std::uint64_t readTextValue(FileStreamReader& reader)
 {
     std::array<char, 128> line{};
     std::array<char, 100> word{};
-    std::uint64_t value = 0;
+    int wordEnd = 0;
     if (reader.fgets(line.data(), static_cast<int>(line.size())) == nullptr ||
-        std::sscanf(line.data(), "%99s %lx", word.data(), &value) != 2)
+        std::sscanf(line.data(), "%99s%n", word.data(), &wordEnd) != 1)
+        throw std::runtime_error("A tag has no value.");
+    char const* const number = line.data() + wordEnd;
+    char* end = nullptr;
+    std::uint64_t const value = std::strtoul(number, &end, 16);
+    if (end == number)
         throw std::runtime_error("A tag has no value.");
     return value;
 }

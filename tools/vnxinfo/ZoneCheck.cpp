@@ -26,8 +26,8 @@ constexpr std::uint64_t NODES_AT_ONCE = 16384;
 void checkSubzoneCounts(CheckedFile& file, Place const& place, hdqio::TagMap const& tags,
                         std::uint64_t cellSubzones, std::uint64_t nodeSubzones)
 {
-    bool const hasCells = tags.count(hdqio::NUM_CELL_SUBZONES_TAG) != 0;
-    bool const hasNodes = tags.count(hdqio::NUM_NODE_SUBZONES_TAG) != 0;
+    bool const hasCells = tags.contains(hdqio::NUM_CELL_SUBZONES_TAG);
+    bool const hasNodes = tags.contains(hdqio::NUM_NODE_SUBZONES_TAG);
     if (hasCells != hasNodes)
         file.faults.add(place, "It counts either the cell subzones or the node subzones alone.");
     if (hasCells && tags.at(hdqio::NUM_CELL_SUBZONES_TAG) != cellSubzones)
