@@ -16,7 +16,7 @@ if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
     set(CMAKE_BUILD_TYPE Release CACHE STRING "Release, Debug or RelWithDebInfo" FORCE)
 endif()
 
-option(VNX_SANITIZE "Address and undefined-behaviour sanitizers" OFF)
+set(VNX_SANITIZE OFF CACHE STRING "ON: address and undefined-behaviour sanitizers; thread: thread sanitizer")
 option(VNX_FUZZ "Link the fuzz targets with libFuzzer and watch coverage; needs clang" OFF)
 option(VNX_COVERAGE "Count what the tests run of the library; needs gcc" OFF)
 option(VNX_WERROR "Warnings are errors" ${PROJECT_IS_TOP_LEVEL})
@@ -34,10 +34,15 @@ target_compile_options(vnx_options INTERFACE
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wduplicated-cond -Wlogical-op>
     # GCC 12 takes a literal added ahead of a string for an overlapping copy.
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>
+    # Sources that are compiled as one look to GCC as if they were headers, which have no anonymous namespaces.
+    $<$<AND:$<BOOL:${CMAKE_UNITY_BUILD}>,$<COMPILE_LANG_AND_ID:CXX,GNU>>:-Wno-subobject-linkage>
     $<$<BOOL:${VNX_WERROR}>:-Werror>)
 # Boost's geometry still includes headers that Boost calls deprecated.
 target_compile_definitions(vnx_options INTERFACE BOOST_ALLOW_DEPRECATED_HEADERS)
-if(VNX_SANITIZE)
+if(VNX_SANITIZE STREQUAL "thread")
+    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer -g1 -O1)
+    add_link_options(-fsanitize=thread)
+elseif(VNX_SANITIZE)
     # Not vptr: an add-on may know the interfaces by their slots alone, and its objects are then of types
     # that the check doesn't know.
     add_compile_options(-fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=all

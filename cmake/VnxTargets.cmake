@@ -11,12 +11,19 @@ function(vnx_library)
                           PRIVATE $<BUILD_INTERFACE:vnx_options>)
 endfunction()
 
+function(vnx_sanitizer_options target)
+    if(VNX_SANITIZE STREQUAL "thread")
+        target_sources(${target} PRIVATE "${PROJECT_SOURCE_DIR}/cmake/ThreadSanitizer.c")
+    endif()
+endfunction()
+
 # vnx_program(NAME name SOURCES ... USES ...): a program in bin/.
 function(vnx_program)
     cmake_parse_arguments(ARG "" "NAME" "SOURCES;USES" ${ARGN})
     add_executable(${ARG_NAME} ${ARG_SOURCES})
     target_include_directories(${ARG_NAME} PRIVATE "${PROJECT_SOURCE_DIR}")
     target_link_libraries(${ARG_NAME} PRIVATE varnox::headers ${ARG_USES} vnx_options)
+    vnx_sanitizer_options(${ARG_NAME})
 endfunction()
 
 # vnx_addon(NAME name SOURCES ... USES ...): a loader add-on, lib/<name>.so. Its host API symbols stay
@@ -43,14 +50,16 @@ function(vnx_test)
     add_executable(${target} ${ARG_SOURCES})
     # What is tested is compiled as users get it. The tests themselves needn't be fast, but soon there.
     target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)
-    # An add-on that a test loads finds the host API in the test program.
-    set_target_properties(${target} PROPERTIES ENABLE_EXPORTS ON)
+    # An add-on that a test loads finds the host API in the test program. Tests may use a name twice: their
+    # sources are always compiled one by one.
+    set_target_properties(${target} PROPERTIES ENABLE_EXPORTS ON UNITY_BUILD OFF)
     target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}")
     target_compile_definitions(${target} PRIVATE
         VNX_SOURCE_DIR="${PROJECT_SOURCE_DIR}" VNX_BIN_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}"
         VNX_LIB_DIR="${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
     target_link_libraries(${target} PRIVATE varnox::headers ${ARG_USES} vnx_options
                           GTest::gmock GTest::gtest GTest::gtest_main)
+    vnx_sanitizer_options(${target})
     if(VNX_COVERAGE)
         add_test(NAME ${ARG_NAME} COMMAND ${target} --gtest_brief=1)
         if(ARG_NAME IN_LIST VNX_COVERAGE_TESTS)

@@ -33,7 +33,7 @@ namespace {
 constexpr auto TIME_TO_LISTEN = 60s;
 constexpr auto TIME_TO_END = 30s;
 
-std::string contents(fs::path const& path, std::size_t from = 0)
+std::string textOf(fs::path const& path, std::size_t from = 0)
 {
     std::ifstream file(path, std::ios::binary);
     file.seekg(static_cast<std::streamoff>(from));
@@ -134,10 +134,10 @@ void TestedServer::waitForAddress()
     while (!fs::exists(place("address"))) {
         if (reap(WNOHANG) || std::chrono::steady_clock::now() > limit)
             throw std::runtime_error("The data server doesn't come to listen. It said:\n" +
-                                     contents(place("log")));
+                                     textOf(place("log")));
         std::this_thread::sleep_for(10ms);
     }
-    m_address = contents(place("address"));
+    m_address = textOf(place("address"));
     m_address.erase(m_address.find_last_not_of('\n') + 1);
 }
 
@@ -150,7 +150,7 @@ bool TestedServer::reap(int flags)
 
 void TestedServer::readLog()
 {
-    std::string const text = contents(place("log"), m_logRead);
+    std::string const text = textOf(place("log"), m_logRead);
     std::size_t begin = 0;
     for (std::size_t end = 0; (end = text.find('\n', begin)) != std::string::npos; begin = end + 1)
         readLine(text.substr(begin, end - begin));

@@ -90,7 +90,7 @@ using Limits = DataServer;
 
 TEST_F(Limits, MemoryIsBounded)
 {
-#ifdef __SANITIZE_ADDRESS__
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "the sanitizer's own memory is beyond any limit";
 #endif
     auto const program = listen({"--max-memory", "134217728"});
