@@ -116,7 +116,7 @@ std::uint64_t itemCount(std::int64_t a, std::int64_t b, std::int64_t c, std::str
 
 namespace {
 
-bool isLocation(std::uint64_t value)
+bool isSetLocation(std::uint64_t value)
 {
     return value != 0 && value != hdqio::ABSENT_FILE_LOC;
 }
@@ -171,7 +171,7 @@ bool DataFile::hasArrays(int numZones, int numVars) const
                (number != hdqio::ZONE_NUM_SECTIONS_FILE_LOC_TAG || hasSections);
     };
 #define TAG(number, constant, name, presence)                                                      \
-    if (isNeeded(number) && !isLocation(hdqio::valueOrZero(m_tags, number)))                       \
+    if (isNeeded(number) && !isSetLocation(hdqio::valueOrZero(m_tags, number)))                       \
         return hdqio::errorMessage("Header tag " #number ", '" name "', leads nowhere.") != 0;
 #include "filedata/DataSetHeaderTags.def"
     return true;
@@ -339,7 +339,7 @@ SubzoneLayout const& DataFile::layout(std::uint32_t zoneIndex, std::uint32_t par
 /// A variable's location may be unset.
 void DataFile::requireValues(std::uint64_t location, std::uint32_t zone, std::uint32_t var) const
 {
-    if (!isLocation(location))
+    if (!isSetLocation(location))
         throw std::runtime_error("Variable " + std::to_string(var + 1) + " has no values in " +
                                  zoneName(zone) + ".");
 }

@@ -11,7 +11,7 @@ bool CheckedFile::attempt(Place const& place, std::optional<std::uint64_t> fileL
                           std::function<bool()> const& read)
 {
     // Each block of a sound file is read once.
-    constexpr std::uint64_t LITTLE = 1024 * 1024;
+    constexpr std::uint64_t LITTLE = std::uint64_t{1024} * 1024;
     if (numBytes != 0 && reader.numWatched() > numBytes + LITTLE) {
         faults.add(place, fileLoc,
                    "It isn't read: the file's blocks lie on each other, and more was read than the "

@@ -35,7 +35,7 @@ Json headerLocations(DataFile const& file)
     Json result = Json::object();
 #define TAG(number, constant, name, presence)                                                      \
     if (number > hdqio::SUBZONE_MAX_FE_SIZE_TAG && number != hdqio::NUM_PARTITION_FILES_TAG &&     \
-        file.tags().count(number) != 0)                                                            \
+        file.tags().contains(number))                                                              \
         result[name] = locationOf(file.tags().at(number));
 #include "filedata/DataSetHeaderTags.def"
     return result;
