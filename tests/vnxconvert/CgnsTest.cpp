@@ -213,6 +213,20 @@ TEST_F(Cgns, TimesOfAFileAreASeries)
     EXPECT_EQ(early.mesh(0).atNodes.at("p")[0], 1.0);
 }
 
+TEST_F(Cgns, ArraysBeyondMemoryAreRefused)
+{
+    addZone("Zone", {2, 2, 2, 1, 1, 1, 0, 0, 0}, Structured, std::vector<double>(24));
+    must(cg_close(file));
+    ReadOptions reading;
+    reading.maxArrayBytes = 8 * sizeof(double);
+    EXPECT_EQ(readCgnsFile(folder.file("in.cgns"), reading).size(), 1u);
+    reading.maxArrayBytes -= 1;
+    std::string const message = messageOf<std::runtime_error>(
+        [&] { readCgnsFile(folder.file("in.cgns"), reading); });
+    EXPECT_THAT(message, HasSubstr("in.cgns: an array is said to have 8 numbers, more than memory "
+                                   "can hold."));
+}
+
 TEST_F(Cgns, ADamagedFileIsNamedWithTheReason)
 {
     must(cg_close(file));

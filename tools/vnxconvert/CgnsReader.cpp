@@ -78,27 +78,36 @@ std::size_t numNodesOf(ElementType_t type)
     return static_cast<std::size_t>(std::max(0, result));
 }
 
-template <typename T, typename Read>
-Column readColumn(NumberType type, std::size_t count, Read&& read)
+/// Sizes are the file's, and memory is taken before the library looks for the numbers themselves.
+std::size_t inMemory(std::size_t count, std::size_t size, ReadOptions const& options)
 {
-    std::vector<T> numbers(count);
+    if (count > options.maxArrayBytes / size)
+        throw std::runtime_error("an array is said to have " + std::to_string(count) +
+                                 " numbers, more than memory can hold.");
+    return count;
+}
+
+template <typename T, typename Read>
+Column readColumn(NumberType type, std::size_t count, ReadOptions const& options, Read&& read)
+{
+    std::vector<T> numbers(inMemory(count, sizeof(T), options));
     check(read(numbers.data()));
     return columnOf(type, std::move(numbers));
 }
 
 /// A column of the type that the file has; read is given the place for it.
 template <typename Read>
-Column readColumn(DataType_t type, std::size_t count, Read&& read)
+Column readColumn(DataType_t type, std::size_t count, ReadOptions const& options, Read&& read)
 {
     switch (type) {
     case RealSingle:
-        return readColumn<float>(NumberType::Float, count, read);
+        return readColumn<float>(NumberType::Float, count, options, read);
     case RealDouble:
-        return readColumn<double>(NumberType::Double, count, read);
+        return readColumn<double>(NumberType::Double, count, options, read);
     case Integer:
-        return readColumn<std::int32_t>(NumberType::Int32, count, read);
+        return readColumn<std::int32_t>(NumberType::Int32, count, options, read);
     case LongInteger:
-        return readColumn<std::int64_t>(NumberType::Int64, count, read);
+        return readColumn<std::int64_t>(NumberType::Int64, count, options, read);
     default:
         throw std::runtime_error(std::string("numbers of type ") + cg_DataTypeName(type) +
                                  " are not known.");
@@ -216,7 +225,8 @@ private:
     {
         std::size_t result = 1;
         for (std::size_t axis = 0; axis < (m_grid.isOrdered ? m_numIndices : 1); ++axis)
-            result *= countOf(end[axis]);
+            if (__builtin_mul_overflow(result, countOf(end[axis]), &result))
+                throw std::runtime_error("a size is no count.");
         return result;
     }
 
@@ -253,7 +263,7 @@ private:
     {
         std::array<cgsize_t, 3> const begin{1, 1, 1};
         std::array<cgsize_t, 3> const end = endOf(ValueLocation::Nodes);
-        return readColumn(type, m_grid.numNodes, [&](void* place) {
+        return readColumn(type, m_grid.numNodes, m_options, [&](void* place) {
             return cg_coord_read(m_file, m_base, m_zone, name.data(), type, begin.data(),
                                  end.data(), place);
         });
@@ -278,7 +288,8 @@ private:
         check(cg_ElementDataSize(m_file, m_base, m_zone, number, &size));
         if (result.first < 1 || result.last < result.first)
             throw std::runtime_error("section '" + result.name + "' has no elements.");
-        result.items.resize(countOf(size));
+        inMemory(result.count(), sizeof(cgsize_t), m_options);
+        result.items.resize(inMemory(countOf(size), sizeof(cgsize_t), m_options));
         if (isOfManyShapes(result.type)) {
             result.offsets.resize(result.count() + 1);
             check(cg_poly_elements_read(m_file, m_base, m_zone, number, result.items.data(),
@@ -491,7 +502,7 @@ private:
             std::string name = given.data();
             if (m_options.wants && !m_options.wants(name))
                 continue;
-            Column const column = readColumn(type, numItems(end), [&](void* place) {
+            Column const column = readColumn(type, numItems(end), m_options, [&](void* place) {
                 return cg_field_read(m_file, m_base, m_zone, solution, given.data(), type,
                                      begin.data(), end.data(), place);
             });

@@ -68,6 +68,12 @@ std::vector<double> timesIn(std::string const& path)
     return timesInCgnsFile(path);
 }
 
+std::uint64_t memoryOfMachine()
+{
+    return static_cast<std::uint64_t>(::sysconf(_SC_PHYS_PAGES)) *
+           static_cast<std::uint64_t>(::sysconf(_SC_PAGE_SIZE));
+}
+
 std::vector<Grid> readFile(std::string const& path, ReadOptions const& options)
 {
     requireReadable(path);

@@ -3,6 +3,7 @@
 #include "tools/vnxconvert/Grid.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <stdexcept>
@@ -10,6 +11,9 @@
 #include <vector>
 
 namespace varnox::convert {
+
+/// Bytes.
+std::uint64_t memoryOfMachine();
 
 struct ReadOptions
 {
@@ -19,6 +23,8 @@ struct ReadOptions
     std::function<void(std::string const& path, double part)> progress{};
     /// Which time of a file that has several.
     std::optional<std::size_t> step{};
+    /// Bytes that one array may take. A file that claims more is refused before memory is taken.
+    std::uint64_t maxArrayBytes = memoryOfMachine();
 };
 
 /// The user has ended the work. Readers let it through.
