@@ -28,7 +28,7 @@ constexpr std::size_t MAX_COMMAND_BYTES = 256;
 constexpr std::size_t ANSWER_BYTES = std::size_t{1} << 20;
 
 /// A passive variable's zeros are made here; a zone may claim any size.
-constexpr std::uint64_t MAX_ZERO_BYTES = std::uint64_t{4} << 30;
+constexpr std::uint64_t MAX_ZERO_BYTES = std::uint64_t{64} << 20;
 
 /// Face neighbours come without a total.
 constexpr std::uint64_t MAX_FACE_NEIGHBOR_BYTES = std::uint64_t{4} << 30;
@@ -596,7 +596,7 @@ Values Engine::values(int zone, int var)
     if (source.variable.isPassive) {
         if (static_cast<std::uint64_t>(total) > MAX_ZERO_BYTES / sizeOf(type))
             throw Error("The " + name + " is passive, and its " + std::to_string(total) +
-                        " zeros are too many to hold.");
+                        " values, all of them 0, are too many to hold.");
         return zeros(type, static_cast<std::size_t>(total));
     }
     if (!source.variable.onDemand.load)

@@ -2,6 +2,7 @@
 #include "expressions/BoundEvaluator.h"
 #include "expressions/ExpressionSerializer.h"
 #include "fuzz/support/Entry.h"
+#include "fuzz/support/ExpectedLoss.h"
 #include "tests/support/RecordingSocket.h"
 #include "varnox/IOException.h"
 #include "varnox/socketutil/SocketException.h"
@@ -36,37 +37,9 @@ void evaluate(std::shared_ptr<eqn::ExprInterface> const& expression)
     }
 }
 
-}
-
-// Of an address sanitizer, where there is one.
-extern "C" {
-void __lsan_disable() __attribute__((weak));
-void __lsan_enable() __attribute__((weak));
-}
-
-namespace {
-
-/// Operands of functions that don't exist are lost, as ExpressionDeserializer says.
-class ExpectedLoss
-{
-public:
-    ExpectedLoss()
-    {
-        if (__lsan_disable != nullptr)
-            __lsan_disable();
-    }
-    ExpectedLoss(ExpectedLoss const&) = delete;
-    ExpectedLoss& operator=(ExpectedLoss const&) = delete;
-    ~ExpectedLoss()
-    {
-        if (__lsan_enable != nullptr)
-            __lsan_enable();
-    }
-};
-
 ExpressionSerializer receive(socketutil::SocketInterface& socket)
 {
-    ExpectedLoss const loss;
+    fuzz::ExpectedLoss const loss;
     return ExpressionSerializer::deserialize(socket);
 }
 

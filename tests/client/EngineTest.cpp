@@ -781,6 +781,30 @@ TEST_F(ScriptedEngine, FollowsSharingToTheSource)
     EXPECT_EQ(heard(), "") << "neither needs the server";
 }
 
+TEST_F(ScriptedEngine, ManyValuesOfAPassiveVariableAreNotMade)
+{
+    say([](WriteCache& c) {
+        c.addString("VnxUtilDataSetCreate");
+        c.addString("");
+        c.addStringVector({"p"});
+        c.addInt(1);
+        for (std::int64_t const count : {(64 << 20) / 4, (64 << 20) / 4 + 1}) {
+            c.addString("VnxUtilDataSetAddZoneX");
+            c.addInt(2);
+            c.addString("IMAX");
+            c.addInt64(count);
+            c.addString("ISPASSIVEVAR");
+            c.addIntVector({1});
+        }
+    });
+    peer.say(finished(true));
+    engine.load({"a"});
+    EXPECT_EQ(count(engine.values(1, 1)), std::size_t{16} << 20);
+    EXPECT_EQ(messageOf<Error>([&] { engine.values(2, 1); }),
+              "The variable 1 'p' of zone 2 is passive, and its 16777217 values, all of them 0, are "
+              "too many to hold.");
+}
+
 TEST_F(ScriptedEngine, TypeThatDoesNotTravelIsAnError)
 {
     say([](WriteCache& c) {

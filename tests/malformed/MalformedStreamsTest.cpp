@@ -7,6 +7,7 @@
 #include "filedata/ZoneMetadata.h"
 #include "filedata/ZoneMetadataSerializer.h"
 #include "fuzz/support/Conversation.h"
+#include "fuzz/support/ExpectedLoss.h"
 #include "fuzz/support/SessionRun.h"
 #include "query/Arrays.h"
 #include "query/SubzoneCellConnectivity.h"
@@ -33,12 +34,6 @@
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-// Of an address sanitizer, where there is one.
-extern "C" {
-void __lsan_disable() __attribute__((weak));
-void __lsan_enable() __attribute__((weak));
-}
 
 namespace varnox::malformed {
 namespace {
@@ -234,34 +229,15 @@ std::string baseOf(Case const& each)
     return file.empty() ? "" : baseFile(file);
 }
 
-/// Operands of functions that don't exist are lost, as ExpressionDeserializer says: no leak is
-/// looked for.
-class ExpectedLoss
+bool losesOperands(Case const& each)
 {
-public:
-    explicit ExpectedLoss(Case const& each)
-        : m_isExpected((each.group == "Expressions" || each.group == "Calculated variables") &&
-                       __lsan_disable != nullptr && __lsan_enable != nullptr)
-    {
-        if (m_isExpected)
-            __lsan_disable();
-    }
-    ExpectedLoss(ExpectedLoss const&) = delete;
-    ExpectedLoss& operator=(ExpectedLoss const&) = delete;
-    ~ExpectedLoss()
-    {
-        if (m_isExpected)
-            __lsan_enable();
-    }
-
-private:
-    bool m_isExpected;
-};
+    return each.group == "Expressions" || each.group == "Calculated variables";
+}
 
 Said ask(Case const& each, std::string const& input)
 {
     hdqio::MessageCapture const quiet;
-    ExpectedLoss const loss(each);
+    fuzz::ExpectedLoss const loss(losesOperands(each));
     return {{"ends", receivers().at(wordsOf(each).first)(input)}};
 }
 
