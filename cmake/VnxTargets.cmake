@@ -17,11 +17,13 @@ function(vnx_sanitizer_options target)
     endif()
 endfunction()
 
-# vnx_program(NAME name SOURCES ... USES ...): a program in bin/.
+# vnx_program(NAME name SOURCES ... USES ...): a program in bin/. It reads a command line and talks: what has to
+# be fast stands in libraries, and the parsing of options takes long to optimise.
 function(vnx_program)
     cmake_parse_arguments(ARG "" "NAME" "SOURCES;USES" ${ARGN})
     add_executable(${ARG_NAME} ${ARG_SOURCES})
     target_include_directories(${ARG_NAME} PRIVATE "${PROJECT_SOURCE_DIR}")
+    target_compile_options(${ARG_NAME} PRIVATE $<$<CONFIG:Release>:-O1>)
     target_link_libraries(${ARG_NAME} PRIVATE varnox::headers ${ARG_USES} vnx_options)
     vnx_sanitizer_options(${ARG_NAME})
 endfunction()
