@@ -842,7 +842,7 @@ TEST(Engine, ZerosOfAnAbsurdZoneAreNotMade)
     }));
     peer.say(finished(true));
     engine.load({"a"});
-    EXPECT_THAT(messageOf<Error>([&] { engine.values(1, 1); }), HasSubstr("zeros are too many"));
+    EXPECT_THAT(messageOf<Error>([&] { engine.values(1, 1); }), HasSubstr("too many to hold"));
 }
 
 }
