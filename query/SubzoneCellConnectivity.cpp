@@ -114,8 +114,9 @@ SubzoneCellConnectivity::Address SubzoneCellConnectivity::nodeAddress(unsigned s
                                                                       int index) const
 {
     std::size_t const i = item * m_nodeCount + static_cast<std::size_t>(index);
+    auto const subzone = referencedSubzone(i); // looks whether there is an i
     Address result(0);
-    result.assign(referencedSubzone(i), m_nodeItemOffsets[i]);
+    result.assign(subzone, m_nodeItemOffsets[i]);
     return result;
 }
 
@@ -158,9 +159,10 @@ void SubzoneCellConnectivity::rebuild(unsigned short item, unsigned long count,
     // Deliberate: an address that was in use keeps its form flag.
     // Test: SubzoneCellConnectivity.RebuildingKeepsTheFormFlagOfTheTarget
     std::size_t const first = item * m_nodeCount;
-    for (unsigned long index = 0; index < count; ++index)
-        result.data[index].assign(referencedSubzone(first + index),
-                                  m_nodeItemOffsets[first + index]);
+    for (unsigned long index = 0; index < count; ++index) {
+        auto const subzone = referencedSubzone(first + index);
+        result.data[index].assign(subzone, m_nodeItemOffsets[first + index]);
+    }
 }
 
 void SubzoneCellConnectivity::cornerNodeAddresses(unsigned short item,
