@@ -10,6 +10,7 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <netinet/tcp.h>
 #include <openssl/err.h>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
@@ -57,6 +58,14 @@ bool isNumber(std::string const& host)
 void setNonBlocking(int descriptor)
 {
     ::fcntl(descriptor, F_SETFL, ::fcntl(descriptor, F_GETFL) | O_NONBLOCK);
+}
+
+/// The last record of an answer doesn't wait until the one before is acknowledged, which takes 40
+/// ms. Without effect on what isn't TCP.
+void sendAtOnce(int descriptor)
+{
+    int const on = 1;
+    ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
 }
 
 void refuseOpenKey(std::string const& path)
@@ -435,6 +444,7 @@ void TlsConnection::shakeHands(Descriptor connection, int plain, std::chrono::mi
 {
     m_impl->network = std::move(connection);
     setNonBlocking(m_impl->network.get());
+    sendAtOnce(m_impl->network.get());
     if (::SSL_set_fd(m_impl->session.get(), m_impl->network.get()) != 1)
         throwError("Can't set up TLS");
     m_impl->shakeHands(plain, Clock::now() + limit);

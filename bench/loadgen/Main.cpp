@@ -3,9 +3,9 @@
 // and finds what is lost: wrong or missing answers, crashes, memory, descriptors, processes and
 // files.
 
+#include "bench/loadgen/Connector.h"
 #include "bench/loadgen/Crowd.h"
 #include "bench/loadgen/Soak.h"
-#include "socket/Address.h"
 
 #include <CLI/CLI.hpp>
 
@@ -46,9 +46,8 @@ std::vector<FileSet> makeFileSets(TestedServer const& server, std::string const&
 {
     std::vector<FileSet> result;
     for (auto const& paths : sampleFiles(folder)) {
-        varnox::client::Engine engine(
-            varnox::socketutil::connectTo(varnox::socketutil::parseAddress(server.address()))
-                .release());
+        Connector connector(server.entrance());
+        varnox::client::Engine engine(connector.connect().stream);
         engine.greet("");
         result.push_back(makeFileSet(engine, paths));
         engine.close();
@@ -173,7 +172,7 @@ int runCrowd(Settings const& settings)
     auto const fileSets = makeFileSets(server, settings.samples);
     Board board(settings.crowd.numClients);
     VisitorSettings visitors = settings.visitors;
-    visitors.address = server.address();
+    visitors.entrance = server.entrance();
     Faults faults;
     if (!getsQuiet(server))
         faults.emplace_back("Workers stay before the load.");
@@ -232,8 +231,9 @@ int main(int argc, char** argv)
     long think = 0;
     CLI::App app("Puts load on a vnxdataserver that it starts, and finds what is lost.", "loadgen");
     app.require_subcommand(1);
-    app.add_option("--listen", settings.listen, "How clients come in: unix or tcp")
-        ->check(CLI::IsMember({"unix", "tcp"}))
+    app.add_option("--listen", settings.listen,
+                   "How clients come in: unix, tcp, or tls for tcp with TLS")
+        ->check(CLI::IsMember({"unix", "tcp", "tls"}))
         ->capture_default_str();
     app.add_option("--samples", settings.samples, "The folder of the sample files");
     app.add_option("--server-option", settings.serverOptions, "Another argument for the server");

@@ -1,8 +1,8 @@
 #include "bench/loadgen/Soak.h"
 
+#include "bench/loadgen/Connector.h"
 #include "bench/loadgen/Fault.h"
 #include "bench/loadgen/Visitor.h"
-#include "socket/Address.h"
 
 #include <chrono>
 #include <thread>
@@ -23,6 +23,17 @@ pid_t waitForWorkerOf(TestedServer& server, std::string const& peer)
     throw Fault("The server's log doesn't name the session of " + peer + ".");
 }
 
+/// With TLS the server's child encrypts, and the add-on runs in a child of that.
+SoakLook lookAt(pid_t worker, std::uint64_t commands)
+{
+    SoakLook result{commands, residentBytes(worker), numDescriptors(worker)};
+    for (ChildProcess const& child : childrenOf(worker)) {
+        result.resident += residentBytes(child.process);
+        result.descriptors += numDescriptors(child.process);
+    }
+    return result;
+}
+
 }
 
 SoakResult soak(SoakSettings const& settings, std::vector<FileSet> const& fileSets, Board& board,
@@ -30,10 +41,9 @@ SoakResult soak(SoakSettings const& settings, std::vector<FileSet> const& fileSe
 {
     std::mt19937_64 random(settings.seed);
     Stopwatch stopwatch(board, board.slots().front());
-    int const connection =
-        socketutil::connectTo(socketutil::parseAddress(server.address())).release();
-    std::string const peer = peerNameOf(connection);
-    client::Engine engine(connection);
+    Connector connector(server.entrance());
+    auto const [stream, peer] = connector.connect();
+    client::Engine engine(stream);
     engine.greet("");
     pid_t const worker = waitForWorkerOf(server, peer);
     Visit visit{engine, {}};
@@ -47,7 +57,7 @@ SoakResult soak(SoakSettings const& settings, std::vector<FileSet> const& fileSe
                 runTask(chooseTask(fileSet, random), visit, stopwatch);
             done += settings.loadAgainAfter;
         }
-        result.looks.push_back({done, residentBytes(worker), numDescriptors(worker)});
+        result.looks.push_back(lookAt(worker, done));
     }
     result.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();

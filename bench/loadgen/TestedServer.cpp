@@ -2,6 +2,7 @@
 
 #include "client/ServerProcess.h"
 #include "socket/Descriptor.h"
+#include "tests/support/Certificates.h"
 
 #include <algorithm>
 #include <array>
@@ -83,11 +84,17 @@ TestedServer::TestedServer(std::string const& where, std::size_t maxSessions,
     fs::create_directory(place("work"));
     std::string const program = client::findServerProgram();
     std::vector<std::string> arguments{program, "--listen",
-                                       where == "tcp" ? "tcp:127.0.0.1:0"
-                                                      : "unix:" + place("socket").string(),
+                                       where == "unix" ? "unix:" + place("socket").string()
+                                                       : "tcp:127.0.0.1:0",
                                        "--address-file", place("address").string()};
     auto const room = roomFor(maxSessions, helpOf(program));
     arguments.insert(arguments.end(), room.begin(), room.end());
+    if (where == "tls") {
+        tests::Certificate const own =
+            tests::makeCertificate(m_folder.string(), "server", "127.0.0.1");
+        m_entrance.authority = own.certificate;
+        arguments.insert(arguments.end(), {"--tls-cert", own.certificate, "--tls-key", own.key});
+    }
     arguments.insert(arguments.end(), options.begin(), options.end());
     start(std::move(arguments));
     waitForAddress();
@@ -137,8 +144,9 @@ void TestedServer::waitForAddress()
                                      textOf(place("log")));
         std::this_thread::sleep_for(10ms);
     }
-    m_address = textOf(place("address"));
-    m_address.erase(m_address.find_last_not_of('\n') + 1);
+    std::string address = textOf(place("address"));
+    address.erase(address.find_last_not_of('\n') + 1);
+    m_entrance.address = address;
 }
 
 bool TestedServer::reap(int flags)
@@ -220,8 +228,8 @@ std::vector<std::string> TestedServer::whatIsLeft() const
     std::vector<std::string> result;
     for (auto const& entry : fs::recursive_directory_iterator(m_folder)) {
         fs::path const name = fs::relative(entry.path(), m_folder);
-        // The address file belongs to who asked for it, as the log does.
-        if (name != "work" && name != "log" && name != "address")
+        // The address file belongs to who asked for it, as the log and a certificate do.
+        if (name != "work" && name != "log" && name != "address" && name.stem() != "server")
             result.push_back("the file " + name.string());
     }
     for (pid_t const process : processesWithArgument("server=" + std::to_string(m_process)))

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bench/loadgen/Connector.h"
 #include "bench/loadgen/Processes.h"
 
 #include <cstddef>
@@ -18,7 +19,8 @@ namespace varnox::loadgen {
 class TestedServer
 {
 public:
-    /// where: "unix" or "tcp". Throws std::runtime_error if it doesn't come to listen.
+    /// where: "unix", "tcp", or "tls" for tcp with TLS. Throws std::runtime_error if it doesn't
+    /// come to listen.
     TestedServer(std::string const& where, std::size_t maxSessions,
                  std::vector<std::string> const& options);
     TestedServer(TestedServer const&) = delete;
@@ -26,7 +28,7 @@ public:
     ~TestedServer();
 
     pid_t process() const { return m_process; }
-    std::string const& address() const { return m_address; }
+    Entrance const& entrance() const { return m_entrance; }
 
     /// Reads what has joined the log. Call it often.
     void readLog();
@@ -53,7 +55,7 @@ private:
     pid_t m_process = -1;
     bool m_hasEnded = false;
     int m_status = 0;
-    std::string m_address;
+    Entrance m_entrance;
     std::size_t m_logRead = 0;
     std::map<std::string, std::string> m_sessions; ///< names by peer
     std::set<std::string> m_killed;                ///< names

@@ -3,21 +3,12 @@
 #include "bench/loadgen/BadVisits.h"
 #include "bench/loadgen/Fault.h"
 #include "client/Errors.h"
-#include "socket/Address.h"
-#include "socket/Descriptor.h"
 
 #include <exception>
 #include <optional>
 #include <thread>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 namespace varnox::loadgen {
-
-using socketutil::Descriptor;
 
 namespace {
 
@@ -51,7 +42,7 @@ public:
     Visitor(VisitorSettings const& settings, std::vector<FileSet> const& fileSets, Board& board,
             Slot& slot, std::uint64_t seed)
         : m_settings(settings), m_fileSets(fileSets), m_board(board), m_slot(slot),
-          m_stopwatch(board, slot), m_random(seed)
+          m_stopwatch(board, slot), m_random(seed), m_connector(settings.entrance)
     {
     }
 
@@ -67,10 +58,11 @@ public:
 private:
     int connect()
     {
-        Descriptor connection = socketutil::connectTo(socketutil::parseAddress(m_settings.address));
-        copyText(peerNameOf(connection.get()), m_slot.peer);
+        m_slot.hasPeer = false;
+        Connector::Connection const connection = m_connector.connect();
+        copyText(connection.peer, m_slot.peer);
         m_slot.hasPeer = true;
-        return connection.release();
+        return connection.stream;
     }
 
     /// Tries again as long as the server asks for that.
@@ -136,6 +128,7 @@ private:
     Slot& m_slot;
     Stopwatch m_stopwatch;
     std::mt19937_64 m_random;
+    Connector m_connector;
 };
 
 }
@@ -176,17 +169,6 @@ void runVisitor(VisitorSettings const& settings, std::vector<FileSet> const& fil
         copyText(error.what(), slot.text);
         slot.outcome = Slot::Faulty;
     }
-}
-
-std::string peerNameOf(int connection)
-{
-    sockaddr_storage own = {};
-    socklen_t size = sizeof(own);
-    ::getsockname(connection, reinterpret_cast<sockaddr*>(&own), &size);
-    if (own.ss_family == AF_INET)
-        return "tcp:127.0.0.1:" +
-               std::to_string(ntohs(reinterpret_cast<sockaddr_in const&>(own).sin_port));
-    return "process " + std::to_string(::getpid()) + " of user " + std::to_string(::geteuid());
 }
 
 }

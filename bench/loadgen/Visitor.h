@@ -1,6 +1,7 @@
 #pragma once
 
 #include "bench/loadgen/Board.h"
+#include "bench/loadgen/Connector.h"
 #include "bench/loadgen/Work.h"
 
 #include <chrono>
@@ -50,7 +51,7 @@ void runLoad(FileSet const& fileSet, Visit& visit, Stopwatch& stopwatch);
 
 struct VisitorSettings
 {
-    std::string address;
+    Entrance entrance;
     std::size_t maxTasks = 1000;        ///< In one session; a random number up to this.
     std::chrono::milliseconds think{0}; ///< On average, between two requests.
     unsigned badVisitsIn = 12;          ///< One of so many visits is a bad one.
@@ -59,8 +60,5 @@ struct VisitorSettings
 /// One visit of a client, in a process of its own. Leaves its outcome in the slot.
 void runVisitor(VisitorSettings const& settings, std::vector<FileSet> const& fileSets, Board& board,
                 Slot& slot, std::uint64_t seed);
-
-/// How the server names the client of a connection.
-std::string peerNameOf(int connection);
 
 }

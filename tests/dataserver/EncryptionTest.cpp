@@ -8,6 +8,9 @@
 #include <fstream>
 #include <thread>
 
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -94,6 +97,19 @@ TEST_F(Encryption, LargeAnswersCrossWhole)
     EXPECT_EQ(client.client->socket().receiveString(), "VnxUtilDialogErrMsg");
     EXPECT_EQ(client.client->socket().receiveString(), std::string(64 << 20, 'x'));
     client.client->close();
+}
+
+TEST_F(Encryption, NothingWaitsForAnAcknowledgement)
+{
+    auto const program = listenEncrypted();
+    socketutil::Descriptor connection = connectTo(socketutil::parseAddress(address));
+    socketutil::Descriptor const same(::fcntl(connection.get(), F_DUPFD_CLOEXEC, 0));
+    TlsTunnel tunnel(std::move(connection), options, 10s);
+    int isOn = 0;
+    socklen_t size = sizeof(isOn);
+    ASSERT_EQ(::getsockopt(same.get(), IPPROTO_TCP, TCP_NODELAY, &isOn, &size), 0);
+    EXPECT_NE(isOn, 0);
+    tunnel.takeStream();
 }
 
 TEST_F(Encryption, LastWordsOfAClientThatLeavesAreRead)

@@ -1,10 +1,9 @@
 #include "tests/support/Certificates.h"
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <cstdio>
 #include <memory>
+#include <stdexcept>
 
 #include <openssl/evp.h>
 #include <openssl/pem.h>
@@ -27,10 +26,17 @@ File open(std::string const& path, char const* mode)
     return file;
 }
 
+void sign(X509* certificate, EVP_PKEY* key)
+{
+    if (::X509_sign(certificate, key, ::EVP_sha256()) <= 0)
+        throw std::runtime_error("can't sign a certificate");
+}
+
 void extend(X509* certificate, int what, std::string const& value)
 {
     X509_EXTENSION* const extension = ::X509V3_EXT_conf_nid(nullptr, nullptr, what, value.c_str());
-    EXPECT_NE(extension, nullptr) << value;
+    if (extension == nullptr)
+        throw std::runtime_error("can't make the extension " + value);
     ::X509_add_ext(certificate, extension, -1);
     ::X509_EXTENSION_free(extension);
 }
@@ -63,10 +69,10 @@ Certificate makeCertificate(std::string const& folder, std::string const& name,
             ::PEM_read_PrivateKey(open(issuer->key, "r").get(), nullptr, nullptr, nullptr),
             ::EVP_PKEY_free);
         ::X509_set_issuer_name(certificate.get(), ::X509_get_subject_name(authority.get()));
-        EXPECT_GT(::X509_sign(certificate.get(), authoritysKey.get(), ::EVP_sha256()), 0);
+        sign(certificate.get(), authoritysKey.get());
     } else {
         ::X509_set_issuer_name(certificate.get(), ::X509_get_subject_name(certificate.get()));
-        EXPECT_GT(::X509_sign(certificate.get(), key.get(), ::EVP_sha256()), 0);
+        sign(certificate.get(), key.get());
     }
     Certificate const result{folder + "/" + name + ".pem", folder + "/" + name + ".key"};
     ::PEM_write_X509(open(result.certificate, "w").get(), certificate.get());
