@@ -21,6 +21,24 @@ namespace {
 
 /// Subzones of an answer: at 256 hexahedra each this is less than half a megabyte.
 constexpr std::size_t SUBZONES_PER_ANSWER = 64;
+/// Of two thousand million nodes or cells; the list takes 64 MiB.
+constexpr std::uint64_t MOST_LISTED = std::uint64_t{1} << 23;
+
+/// In the order of partition, section and number.
+template <typename Visit>
+void forEachSubzone(ZoneShape const& shape, ValueLocation_e kind, Visit const& visit)
+{
+    auto const& partitions = shape.partitions;
+    for (std::uint32_t p = 0; p < partitions.size(); ++p) {
+        std::size_t const numSections =
+            kind == ValueLocation_Nodal ? 1 : partitions[p].numCellSubzones.size();
+        for (std::uint32_t section = 0; section < numSections; ++section) {
+            std::uint32_t const count = shape.numSubzones(kind, p, section);
+            for (std::uint32_t n = 0; n < count; ++n)
+                visit(SubzoneAddress(p, section, n));
+        }
+    }
+}
 
 FECellShape_e shapeOf(Zone const& zone, std::uint32_t section)
 {
@@ -194,12 +212,28 @@ void Engine::cells(int zone, std::vector<SubzoneAddress> const& wanted, CellSink
 void Engine::allCells(int zone, CellSink const& sink)
 {
     Zone const& asked = zoneWithCells(zone);
+    ZoneShape const& zoneShape = shape(zone);
     std::uint64_t numReceived = 0;
     auto const numCells = static_cast<std::uint64_t>(asked.numCells());
-    cells(zone, subzonesOf(zone, ValueLocation_CellCentered), [&](CellSubzone const& subzone) {
-        numReceived += subzone.numCells;
-        sink(subzone);
+    std::uint64_t numRead = 0;
+    std::vector<SubzoneAddress> batch;
+    auto const readBatch = [&] {
+        for (CellSubzone const& subzone : checkOutCells(asked, batch)) {
+            numReceived += subzone.numCells;
+            sink(subzone);
+        }
+        numRead += batch.size();
+        report("Reading", numRead, zoneShape.numCellSubzones());
+        batch.clear();
+    };
+    // Not from a list: of the largest zones that alone takes hundreds of megabytes.
+    forEachSubzone(zoneShape, ValueLocation_CellCentered, [&](SubzoneAddress const& subzone) {
+        batch.push_back(subzone);
+        if (batch.size() == SUBZONES_PER_ANSWER)
+            readBatch();
     });
+    if (!batch.empty())
+        readBatch();
     if (numReceived != numCells)
         throw Error("The subzones of zone " + std::to_string(zone) + " hold " +
                     std::to_string(numReceived) + " cells where the zone has " +
@@ -208,15 +242,16 @@ void Engine::allCells(int zone, CellSink const& sink)
 
 std::vector<SubzoneAddress> Engine::subzonesOf(int zone, ValueLocation_e kind)
 {
+    ZoneShape const& zoneShape = shape(zone);
+    std::uint64_t const count = zoneShape.numSubzones(kind);
+    if (count > MOST_LISTED)
+        throw Error("Zone " + std::to_string(zone) + " has " + std::to_string(count) +
+                    (kind == ValueLocation_Nodal ? " node" : " cell") +
+                    " subzones, too many to list.");
     std::vector<SubzoneAddress> result;
-    auto const& partitions = shape(zone).partitions;
-    for (std::uint32_t p = 0; p < partitions.size(); ++p) {
-        std::size_t const numSections =
-            kind == ValueLocation_Nodal ? 1 : partitions[p].numCellSubzones.size();
-        for (std::uint32_t section = 0; section < numSections; ++section)
-            for (std::uint32_t n = 0; n < shape(zone).numSubzones(kind, p, section); ++n)
-                result.emplace_back(p, section, n);
-    }
+    result.reserve(static_cast<std::size_t>(count));
+    forEachSubzone(zoneShape, kind,
+                   [&](SubzoneAddress const& subzone) { result.push_back(subzone); });
     return result;
 }
 

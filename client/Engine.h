@@ -164,7 +164,7 @@ public:
     /// The cell subzones at the nodes of some node subzones.
     std::vector<NodeSubzone> nodeSubzones(int zone, std::vector<SubzoneAddress> const& wanted);
     /// All node or cell subzones of a zone with queries, in the order of partition, section and
-    /// number.
+    /// number. Throws Error if they are more than 2^23; allCells goes through them without a list.
     std::vector<SubzoneAddress> subzonesOf(int zone, ValueLocation_e kind);
 
     /// Whether the server knows a variable of the data set in a zone. It goes by the variable's

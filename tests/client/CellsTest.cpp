@@ -23,14 +23,14 @@ using tests::hex;
 using tests::messageOf;
 using tests::Peer;
 
-/// A zone of tetrahedra in two partitions: 300 cells and 280 nodes in the first, 1 and 4 in the
-/// second; and a plain zone.
+/// A zone of tetrahedra in two partitions: 300 cells and 280 nodes in the first, unless a test
+/// wants more, 1 and 4 in the second; and a plain zone.
 class CellEngine : public testing::Test
 {
 protected:
-    CellEngine()
+    explicit CellEngine(std::int64_t numNodesInFirst = 280)
     {
-        say([](WriteCache& c) {
+        say([=](WriteCache& c) {
             c.addString("VnxUtilDataSetCreate");
             c.addString("");
             c.addStringVector({"p"});
@@ -39,7 +39,7 @@ protected:
                 c.addString("VnxUtilDataSetAddZoneX");
                 c.addInt(4);
                 c.addString("IMAX");
-                c.addInt64(284);
+                c.addInt64(numNodesInFirst + 4);
                 c.addString("JMAX");
                 c.addInt64(301);
                 c.addString("ZONETYPE");
@@ -65,16 +65,16 @@ protected:
             c.addUInt32(1);
         });
         engine.load({"a"});
-        say([](WriteCache& c) {
+        say([=](WriteCache& c) {
             c.addInt32(3);
             c.addBool(true);
-            for (long const size : {284L, 301L, 4L})
+            for (long const size : {numNodesInFirst + 4, 301L, 4L})
                 c.addInt64(size);
             c.addUInt32(2);
             c.addInt64Vector({300, 1});
-            c.addInt64Vector({280, 4});
+            c.addInt64Vector({numNodesInFirst, 4});
             c.addUInt32Vector({2, 1});
-            c.addUInt32Vector({2, 1});
+            c.addUInt32Vector({static_cast<std::uint32_t>((numNodesInFirst + 255) / 256), 1});
             c.addInt32(0);
         });
         engine.shape(1);
@@ -155,6 +155,35 @@ TEST_F(CellEngine, SubzonesOfAZoneStandInTheirOrder)
     EXPECT_EQ(engine.subzonesOf(1, ValueLocation_Nodal).size(), 3U);
 }
 
+constexpr std::int64_t MOST_LISTED = std::int64_t{1} << 23;
+
+class EngineWithAsManyNodesAsAreListed : public CellEngine
+{
+protected:
+    EngineWithAsManyNodesAsAreListed() : CellEngine(256 * (MOST_LISTED - 1)) {}
+};
+
+TEST_F(EngineWithAsManyNodesAsAreListed, ListsThem)
+{
+    auto const subzones = engine.subzonesOf(1, ValueLocation_Nodal);
+    EXPECT_EQ(subzones.size(), std::size_t{MOST_LISTED});
+    EXPECT_EQ(subzones.capacity(), subzones.size());
+    EXPECT_EQ(subzones.back(), SubzoneAddress(1, 0, 0));
+}
+
+class EngineWithTooManyNodesToList : public CellEngine
+{
+protected:
+    EngineWithTooManyNodesToList() : CellEngine(256 * MOST_LISTED) {}
+};
+
+TEST_F(EngineWithTooManyNodesToList, SaysSo)
+{
+    EXPECT_EQ(messageOf<Error>([&] { engine.subzonesOf(1, ValueLocation_Nodal); }),
+              "Zone 1 has 8388609 node subzones, too many to list.");
+    EXPECT_EQ(engine.subzonesOf(1, ValueLocation_CellCentered).size(), 3U);
+}
+
 struct BadCells
 {
     char const* name;
@@ -198,7 +227,8 @@ TEST_P(BadCellAnswers, AreViolations)
                 HasSubstr(GetParam().problem));
 }
 
-INSTANTIATE_TEST_SUITE_P(Cells, BadCellAnswers, testing::ValuesIn(badCells), tests::caseName<BadCells>);
+INSTANTIATE_TEST_SUITE_P(Cells, BadCellAnswers, testing::ValuesIn(badCells),
+                         tests::caseName<BadCells>);
 
 TEST_F(CellEngine, CellSubzoneAtNodesThatDoesntExistIsAViolation)
 {

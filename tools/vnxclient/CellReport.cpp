@@ -151,9 +151,6 @@ private:
 void reportCells(Engine& engine, CellRequest const& request, bool asJson, Output& output)
 {
     int const zone = zoneNumberOf(request.zone, engine.dataSet());
-    auto const subzones = request.subzones.empty()
-                              ? engine.subzonesOf(zone, ValueLocation_CellCentered)
-                              : request.subzones;
     std::optional<Coordinates> coordinates;
     if (request.withCoordinates)
         coordinates.emplace(engine, zone, variablesOf(request, engine.dataSet()));
@@ -164,12 +161,16 @@ void reportCells(Engine& engine, CellRequest const& request, bool asJson, Output
             writer.begin(*engine.dataSet().zone(zone), request.withCoordinates);
         hasBegun = true;
     };
-    engine.cells(zone, subzones, [&](CellSubzone const& cells) {
+    auto const write = [&](CellSubzone const& cells) {
         if (coordinates)
             coordinates->fetch(cells.nodeSubzones);
         begin();
         writer.subzone(cells, coordinates ? &*coordinates : nullptr);
-    });
+    };
+    if (request.subzones.empty())
+        engine.allCells(zone, write);
+    else
+        engine.cells(zone, request.subzones, write);
     begin();
     writer.end();
 }
