@@ -37,7 +37,9 @@ constexpr std::chrono::seconds GRACE{5};      // for running sessions, from the 
 constexpr std::chrono::seconds LAST_GRACE{1}; // from a worker's SIGTERM to its SIGKILL
 constexpr auto TRIAL_LIMIT = 60s;             // for an add-on to come up
 constexpr char WRONG_USER[] = "this data server serves other users of this machine";
-constexpr auto GREETINGS_OWN = 500ms; // a greeting makes way for another after that time only
+// A greeting makes way for another after that time only; agreeing about keys takes some of it.
+constexpr auto GREETINGS_OWN = 500ms;
+constexpr auto ENCRYPTED_GREETINGS_OWN = 2s;
 constexpr auto ACCEPT_PAUSE = 200ms;
 constexpr std::size_t MOST_WAITING = 256; // for a greeting
 constexpr auto REPORT_PAUSE = 10s; // between log lines that somebody else could cause without end
@@ -590,7 +592,9 @@ std::optional<Server::Clock::time_point> Server::timeOfPlaceForGreeting() const
 {
     if (numIn(Worker::State::Greeting) < m_options.maxGreetings)
         return std::nullopt;
-    Clock::time_point const time = greetingToDrop()->start + GREETINGS_OWN;
+    Clock::time_point const time =
+        greetingToDrop()->start +
+        (m_options.tls.certificate.empty() ? GREETINGS_OWN : ENCRYPTED_GREETINGS_OWN);
     return Clock::now() < time ? std::optional(time) : std::nullopt;
 }
 
@@ -603,11 +607,17 @@ void Server::makeWayForGreeting()
         return;
     spdlog::warn("{}: {} is dropped in its greeting, for others are waiting", oldest->name,
                  oldest->peer.name);
-    // Those that were told before are given no more time to read it.
-    if (numIn(Worker::State::Dropped) >= m_options.maxGreetings)
-        for (Worker const& worker : m_workers)
-            if (worker.state == Worker::State::Dropped)
-                ::kill(worker.process, SIGKILL);
+    // Who was told before all others is given no more time to read it.
+    if (numIn(Worker::State::Dropped) >= m_options.maxGreetings) {
+        auto const first =
+            std::find_if(m_workers.begin(), m_workers.end(), [](Worker const& worker) {
+                return worker.state == Worker::State::Dropped && !worker.isKilled;
+            });
+        if (first != m_workers.end()) {
+            ::kill(first->process, SIGKILL);
+            first->isKilled = true;
+        }
+    }
     oldest->state = Worker::State::Dropped;
     control::send(oldest->control.get(), control::REFUSE,
                   "the data server has " + std::to_string(m_options.maxGreetings) +

@@ -53,6 +53,7 @@ private:
         pid_t process = -1;
         socketutil::Descriptor control; ///< until the session has begun
         State state = State::Greeting;
+        bool isKilled = false; ///< of those that are dropped
         Clock::time_point start;
     };
 
