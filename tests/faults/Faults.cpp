@@ -20,10 +20,18 @@
 extern "C" {
 #ifdef __SANITIZE_ADDRESS__
 void* __interceptor_malloc(std::size_t size);
+void* __interceptor_calloc(std::size_t count, std::size_t size);
+void* __interceptor_realloc(void* block, std::size_t size);
 #define VNX_REAL_MALLOC __interceptor_malloc
+#define VNX_REAL_CALLOC __interceptor_calloc
+#define VNX_REAL_REALLOC __interceptor_realloc
 #else
 void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
 #define VNX_REAL_MALLOC __libc_malloc
+#define VNX_REAL_CALLOC __libc_calloc
+#define VNX_REAL_REALLOC __libc_realloc
 #endif
 }
 
@@ -258,6 +266,8 @@ using varnox::tests::FaultKind;
 extern "C" {
 
 void* faultyMalloc(std::size_t size) VNX_STANDS_FOR("malloc");
+void* faultyCalloc(std::size_t count, std::size_t size) VNX_STANDS_FOR("calloc");
+void* faultyRealloc(void* block, std::size_t size) VNX_STANDS_FOR("realloc");
 std::FILE* faultyFopen(char const* path, char const* mode) VNX_STANDS_FOR("fopen");
 std::FILE* faultyFopen64(char const* path, char const* mode) VNX_STANDS_FOR("fopen64");
 int faultyOpen(char const* path, int flags, ...) VNX_STANDS_FOR("open");
@@ -282,14 +292,29 @@ int faultyFsync(int descriptor) VNX_STANDS_FOR("fsync");
 int faultyRename(char const* from, char const* to) VNX_STANDS_FOR("rename");
 ssize_t faultySendmsg(int descriptor, msghdr const* message, int flags) VNX_STANDS_FOR("sendmsg");
 
+/// Whether an allocation that was asked for at this place of the code shall fail.
+static bool failsToAllocate(void const* caller)
+{
+    if (active == nullptr || !varnox::tests::isOurs(caller) || !fails(FaultKind::Allocation))
+        return false;
+    errno = ENOMEM;
+    return true;
+}
+
 void* faultyMalloc(std::size_t size)
 {
-    if (active != nullptr && varnox::tests::isOurs(__builtin_return_address(0)) &&
-        fails(FaultKind::Allocation)) {
-        errno = ENOMEM;
-        return nullptr;
-    }
-    return VNX_REAL_MALLOC(size);
+    return failsToAllocate(__builtin_return_address(0)) ? nullptr : VNX_REAL_MALLOC(size);
+}
+
+// Compilers make it of a malloc whose memory is filled with zeros.
+void* faultyCalloc(std::size_t count, std::size_t size)
+{
+    return failsToAllocate(__builtin_return_address(0)) ? nullptr : VNX_REAL_CALLOC(count, size);
+}
+
+void* faultyRealloc(void* block, std::size_t size)
+{
+    return failsToAllocate(__builtin_return_address(0)) ? nullptr : VNX_REAL_REALLOC(block, size);
 }
 
 std::FILE* faultyFopen(char const* path, char const* mode)

@@ -4,8 +4,8 @@
 #include <cstdint>
 
 /// Operations of the system that fail on demand. The test program stands in for operator new, for
-/// malloc as this project's libraries call it, and for the C library's functions on files and
-/// sockets; everything else passes through.
+/// malloc, calloc and realloc as this project's libraries call them, and for the C library's
+/// functions on files and sockets; everything else passes through.
 namespace varnox::tests {
 
 enum class FaultKind {

@@ -12,13 +12,25 @@ std::size_t inUse = 0;
 std::size_t mostInUse = 0;
 std::size_t allocationsToFault = 0; // the last of them fails; 0 if none does
 
-void count(void* block, std::size_t size)
+void countTaken(void* block)
 {
     if (!isCounting || block == nullptr)
         return;
-    inUse += size;
+    inUse += malloc_usable_size(block);
     if (inUse > mostInUse)
         mostInUse = inUse;
+}
+
+void countGivenBack(std::size_t size)
+{
+    if (isCounting)
+        inUse -= size < inUse ? size : inUse; // some blocks are older than the meter
+}
+
+/// Whether it is the turn of the allocation that shall fail.
+bool fails()
+{
+    return allocationsToFault > 0 && --allocationsToFault == 0;
 }
 
 }
@@ -26,26 +38,51 @@ void count(void* block, std::size_t size)
 extern "C" {
 
 void* __real_malloc(std::size_t size);
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __real_realloc(void* block, std::size_t size);
 void __real_free(void* block);
 // Shown, since the linker also puts them in the place of what a shared library asks for.
 [[gnu::visibility("default")]] void* __wrap_malloc(std::size_t size);
+[[gnu::visibility("default")]] void* __wrap_calloc(std::size_t count, std::size_t size);
+[[gnu::visibility("default")]] void* __wrap_realloc(void* block, std::size_t size);
 [[gnu::visibility("default")]] void __wrap_free(void* block);
 
 void* __wrap_malloc(std::size_t size)
 {
-    if (allocationsToFault > 0 && --allocationsToFault == 0)
+    if (fails())
         return nullptr;
     void* const block = __real_malloc(size);
-    count(block, block == nullptr ? 0 : malloc_usable_size(block));
+    countTaken(block);
     return block;
+}
+
+// Not in the code, but a compiler makes it of a malloc whose memory is filled with zeros.
+void* __wrap_calloc(std::size_t count, std::size_t size)
+{
+    if (fails())
+        return nullptr;
+    void* const block = __real_calloc(count, size);
+    countTaken(block);
+    return block;
+}
+
+void* __wrap_realloc(void* block, std::size_t size)
+{
+    if (fails())
+        return nullptr;
+    std::size_t const before = block == nullptr ? 0 : malloc_usable_size(block);
+    void* const result = __real_realloc(block, size);
+    if (result != nullptr || size == 0) {
+        countGivenBack(before);
+        countTaken(result);
+    }
+    return result;
 }
 
 void __wrap_free(void* block)
 {
-    if (isCounting && block != nullptr) {
-        std::size_t const size = malloc_usable_size(block);
-        inUse -= size < inUse ? size : inUse; // some blocks are older than the meter
-    }
+    if (block != nullptr)
+        countGivenBack(malloc_usable_size(block));
     __real_free(block);
 }
 }

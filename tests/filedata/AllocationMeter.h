@@ -4,8 +4,8 @@
 
 namespace varnox::hdqio::tests {
 
-/// Counts what is allocated while one lives, with malloc of the file layer or with operator new.
-/// The test program is linked with --wrap=malloc and --wrap=free.
+/// Counts what is allocated while one lives, with malloc, calloc or realloc of the file layer or
+/// with operator new. The test program is linked with vnx_count_allocations() of CMake.
 class AllocationMeter
 {
 public:

@@ -50,6 +50,18 @@ TEST(AllocationMeter, SeesVectorsAndStrings)
     EXPECT_LT(meter.peak(), 320000U);
 }
 
+TEST(AllocationMeter, SeesBlocksOfZerosAndBlocksThatGrow)
+{
+    AllocationMeter const meter;
+    void* volatile block = std::calloc(1000, 100);
+    EXPECT_GE(meter.peak(), 100000U);
+    EXPECT_LT(meter.peak(), 110000U);
+    block = std::realloc(block, 300000);
+    EXPECT_GE(meter.peak(), 300000U);
+    EXPECT_LT(meter.peak(), 320000U);
+    std::free(block);
+}
+
 /// A file on disk that is changed in place.
 class ChangingFile
 {
