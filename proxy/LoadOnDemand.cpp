@@ -5,6 +5,8 @@
 #include "proxy/LocalObjects.h"
 #include "proxy/VnxUtilProxyImpl.h"
 
+#include <algorithm>
+
 namespace varnox {
 
 using namespace hdqremote;
@@ -41,6 +43,15 @@ FieldDataCallbacks* VnxUtilProxy::Impl::fieldDataCallbacks(long zone, long var)
     return exists ? &record->fieldData[static_cast<std::size_t>(var - 1)] : nullptr;
 }
 
+std::uint32_t VnxUtilProxy::Impl::placeOf(FieldDataFunctions const& functions)
+{
+    auto const known = std::find(fieldDataFunctions.begin(), fieldDataFunctions.end(), functions);
+    auto const place = static_cast<std::uint32_t>(known - fieldDataFunctions.begin());
+    if (known == fieldDataFunctions.end())
+        fieldDataFunctions.push_back(functions);
+    return place;
+}
+
 void VnxUtilProxy::Impl::finishCommand() const
 {
     socket.sendString(COMMAND_FINISHED);
@@ -62,8 +73,8 @@ char VnxUtilProxy::VnxUtilDataValueCustomLOD(int zone, int var, char (*load)(Fie
     FieldDataCallbacks* const callbacks = m_impl->fieldDataCallbacks(zone, var);
     if (callbacks == nullptr)
         return 0;
-    *callbacks = {load, unload, cleanUp, getValue, setValue, clientData};
     try {
+        *callbacks = {clientData, m_impl->placeOf({load, unload, cleanUp, getValue, setValue})};
         WriteCache command;
         command.addString(VNXUTILDATAVALUECUSTOMLOD);
         command.addInt32(zone);
@@ -271,13 +282,14 @@ namespace {
 /// Receives a zone and a variable, and calls one of the variable's callbacks; one that doesn't
 /// exist gives 0.
 template <typename Impl, typename Result>
-Result callForVariable(Impl& impl, Result (*FieldDataCallbacks::*callback)(FieldData_s*))
+Result callForVariable(Impl& impl, Result (*FieldDataFunctions::*callback)(FieldData_s*))
 {
     FieldData_s handle{};
     handle.zone = impl.socket.receiveInt32();
     handle.var = impl.socket.receiveInt32();
     FieldDataCallbacks const* const callbacks = impl.fieldDataCallbacks(handle.zone, handle.var);
-    auto* const function = callbacks != nullptr ? callbacks->*callback : nullptr;
+    auto* const function =
+        callbacks != nullptr ? impl.fieldDataFunctions[callbacks->functions].*callback : nullptr;
     return function != nullptr ? function(&handle) : Result();
 }
 
@@ -294,17 +306,17 @@ Result callForZone(Impl& impl, int zone, Result (*ZoneRecord::*callback)(Handle*
 
 void VnxUtilProxy::handleLoadFieldData() const
 {
-    m_impl->finishCommand(callForVariable(*m_impl, &FieldDataCallbacks::load) != 0);
+    m_impl->finishCommand(callForVariable(*m_impl, &FieldDataFunctions::load) != 0);
 }
 
 void VnxUtilProxy::handleUnloadFieldData() const
 {
-    m_impl->finishCommand(callForVariable(*m_impl, &FieldDataCallbacks::unload) != 0);
+    m_impl->finishCommand(callForVariable(*m_impl, &FieldDataFunctions::unload) != 0);
 }
 
 void VnxUtilProxy::handleCleanUpFieldData() const
 {
-    callForVariable(*m_impl, &FieldDataCallbacks::cleanUp);
+    callForVariable(*m_impl, &FieldDataFunctions::cleanUp);
     m_impl->finishCommand();
 }
 

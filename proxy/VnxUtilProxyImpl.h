@@ -74,6 +74,8 @@ public:
     /// The record of a zone number, or null if there is none.
     ZoneRecord* zoneRecord(long zone);
     FieldDataCallbacks* fieldDataCallbacks(long zone, long var);
+    /// Their place in the table, which they get if they are new.
+    std::uint32_t placeOf(FieldDataFunctions const& functions);
     /// Where a handle leads that is itself a zone number, or null.
     template <typename Handle>
     ZoneRecord* recordOfHandle(Handle* handle)
@@ -101,7 +103,8 @@ public:
     std::string fileExtensions;
     std::unordered_map<std::int32_t, std::int64_t> zoneUniqueIds;
     boost::bimap<AuxData_s*, AuxDataOwner> auxDataRefs;
-    std::vector<ZoneRecord> zones; ///< By zone number minus 1.
+    std::vector<ZoneRecord> zones;                          ///< By zone number minus 1.
+    std::vector<FieldDataFunctions> fieldDataFunctions{{}}; ///< Those of all variables, each once.
 };
 
 }

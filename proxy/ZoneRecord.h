@@ -7,15 +7,25 @@
 
 namespace varnox {
 
-/// How the values of one variable of one zone are loaded on demand. A null callback doesn't exist.
-struct FieldDataCallbacks
+/// The functions of an add-on that load the values of variables on demand. A null one doesn't
+/// exist.
+struct FieldDataFunctions
 {
     char (*load)(FieldData_s*) = nullptr;
     char (*unload)(FieldData_s*) = nullptr;
     void (*cleanUp)(FieldData_s*) = nullptr;
     double (*getValue)(FieldData_s*, long) = nullptr;
     void (*setValue)(FieldData_s*, long, double) = nullptr;
+
+    friend bool operator==(FieldDataFunctions const&, FieldDataFunctions const&) = default;
+};
+
+/// How the values of one variable of one zone are loaded on demand. There may be millions of these;
+/// the functions are mostly the same for all.
+struct FieldDataCallbacks
+{
     std::int64_t clientData = 0;
+    std::uint32_t functions = 0; ///< Their place in the proxy's table; the first has none.
 };
 
 /// What the proxy remembers of a zone, to answer the client's requests for its data without asking

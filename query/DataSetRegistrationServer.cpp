@@ -6,13 +6,8 @@
 #include "filedata/FileSetMetadata.h"
 #include "filedata/FileStreamReader.h"
 #include "filedata/ZoneMetadataSerializer.h"
-#include "query/CellConnectivityQueryServer.h"
 #include "query/LoaderServer.h"
-#include "query/NodeConnectivityQueryServer.h"
-#include "query/OrderedSubzoneQueryServer.h"
-#include "query/VarSubzoneQueryServer.h"
-#include "query/VarValueQueryServer.h"
-#include "query/ZoneVarIDQueryServer.h"
+#include "query/ServerStore.h"
 #include "varnox/hdq/VarValueQueryInterface.h"
 #include "varnox/socketutil/SocketInterface.h"
 #include "varnox/socketutil/WriteCache.h"
@@ -69,26 +64,30 @@ std::int32_t inDataSet(std::int32_t shared, std::int32_t firstZone)
 class VNX_LOCAL DataSetRegistrationServer::Impl
 {
 public:
-    Impl(SocketInterface& connection, CommandCache& cache) : socket(connection), commandCache(cache)
+    using Number = ServerStore::Number;
+
+    /// What was registered for a zone, by its numbers in the store.
+    struct ZoneQueries
+    {
+        Number connectivity = 0;
+        Number ordered = 0;
+        Number identity = 0;
+    };
+
+    Impl(SocketInterface& connection, CommandCache& cache, DataSetRegistrationServer& owner)
+        : socket(connection), commandCache(cache), store(connection, owner)
     {
     }
-
-    template <typename T>
-    using Servers = std::vector<std::shared_ptr<T>>;
 
     void startAfresh()
     {
         loaderServer.reset();
-        zoneVarIDQueryServers.clear();
-        cellConnectivityQueryServers.clear();
-        nodeConnectivityQueryServers.clear();
-        orderedSubzoneQueryServers.clear();
+        zoneQueries.clear();
+        varQueries.clear();
+        store.clear();
         zoneFileSets.clear();
         zoneShareConnectivity.clear();
         varZoneShareVar.clear();
-        nodalVarQueryServers.clear();
-        cellCenteredVarQueryServers.clear();
-        varSubzoneQueryServers.clear();
         numSlotsOfEveryZone = 0;
         fileSetFirstZones.clear();
         fileSets.clear();
@@ -154,21 +153,16 @@ public:
     void ensureCapacityForZoneService(int zone)
     {
         auto const wanted = static_cast<std::size_t>(std::int64_t{zone} + 1);
-        if (cellConnectivityQueryServers.size() >= wanted)
+        if (zoneQueries.size() >= wanted)
             return;
-        if (wanted > std::max(zoneFileSets.size(), cellConnectivityQueryServers.size()) + MAX_GAP)
+        if (wanted > std::max(zoneFileSets.size(), zoneQueries.size()) + MAX_GAP)
             throw Error(zoneMessage(zone));
         numSlotsOfEveryZone = 0; // the new ones have none
-        zoneVarIDQueryServers.resize(wanted);
-        cellConnectivityQueryServers.resize(wanted);
-        nodeConnectivityQueryServers.resize(wanted);
-        orderedSubzoneQueryServers.resize(wanted);
+        zoneQueries.resize(wanted);
         zoneFileSets.resize(wanted, 0);
         zoneShareConnectivity.resize(wanted, -1);
         varZoneShareVar.resize(wanted);
-        nodalVarQueryServers.resize(wanted);
-        cellCenteredVarQueryServers.resize(wanted);
-        varSubzoneQueryServers.resize(wanted);
+        varQueries.resize(wanted);
     }
 
     /// Gives every zone of the data set a slot for the variable, so that variables are numbered
@@ -180,13 +174,11 @@ public:
         if (wanted <= numSlotsOfEveryZone)
             return;
         checkSlots(wanted);
-        for (std::size_t z = 0; z < cellCenteredVarQueryServers.size(); ++z) {
-            if (cellCenteredVarQueryServers[z].size() >= wanted)
+        for (std::size_t z = 0; z < varQueries.size(); ++z) {
+            if (varQueries[z].size() >= wanted)
                 continue;
             varZoneShareVar[z].resize(wanted, -1);
-            nodalVarQueryServers[z].resize(wanted);
-            cellCenteredVarQueryServers[z].resize(wanted);
-            varSubzoneQueryServers[z].resize(wanted);
+            varQueries[z].resize(wanted);
         }
         numSlotsOfEveryZone = wanted;
     }
@@ -201,11 +193,10 @@ public:
         }
         if (wanted > widest + MAX_GAP)
             throw Error("Variable " + std::to_string(wanted - 1) + " does not exist.");
-        std::size_t const slots = wanted * cellCenteredVarQueryServers.size();
+        std::size_t const slots = wanted * varQueries.size();
         if (slots > FEW_SLOTS && slots / MAX_SLOTS_PER_SLOT > total)
             throw Error("The data set would have " + std::to_string(wanted) +
-                        " variables for each of " +
-                        std::to_string(cellCenteredVarQueryServers.size()) +
+                        " variables for each of " + std::to_string(varQueries.size()) +
                         " zones, of which most have far fewer.");
     }
 
@@ -222,13 +213,12 @@ public:
         return *fileSets.front();
     }
 
+    /// The zone, which exists, or the one whose connectivity it shares.
     std::size_t connectivityZone(int zone) const
     {
         std::int32_t const shared = zoneShareConnectivity[static_cast<std::size_t>(zone)];
         auto const result = static_cast<std::size_t>(shared == -1 ? zone : shared);
-        if (result >= cellConnectivityQueryServers.size() ||
-            cellConnectivityQueryServers[result] == nullptr ||
-            nodeConnectivityQueryServers[result] == nullptr)
+        if (result >= zoneQueries.size() || zoneQueries[result].connectivity == 0)
             throw Error("The connectivity of zone " + std::to_string(zone) +
                         " must be registered before its variables.");
         return result;
@@ -241,17 +231,13 @@ public:
     {
         std::uint16_t const maxSize = firstFileSet().subzoneMaxSize();
         ensureCapacityForZoneVarService(zone, var);
-        std::size_t const connectivity = connectivityZone(zone);
+        std::size_t const source = connectivityZone(zone);
         auto const z = static_cast<std::size_t>(zone);
         auto const v = static_cast<std::size_t>(var);
-        cellCenteredVarQueryServers[z][v] = std::make_shared<VarValueQueryServer>(
-            cellCentered, &cellConnectivityQueryServers[connectivity]->queryInterface(), socket,
-            maxSize, zone, type);
+        varQueries[z][v] =
+            store.addVariable({cellCentered, nodal, subzones},
+                              {zoneQueries[source].connectivity, zone, maxSize}, type);
         varZoneShareVar[z][v] = -1;
-        nodalVarQueryServers[z][v] = std::make_shared<VarValueQueryServer>(
-            nodal, &nodeConnectivityQueryServers[connectivity]->queryInterface(), socket, maxSize,
-            zone, type);
-        varSubzoneQueryServers[z][v] = std::make_shared<VarSubzoneQueryServer>(*subzones, socket);
     }
 
     /// Reads the client's answer to a variable's announcement: only it tells the type.
@@ -264,38 +250,32 @@ public:
         return true;
     }
 
-    template <typename T>
-    T* lookup(Servers<T> const& servers, int zone) const
+    ZoneQueries const& queriesOf(int zone) const
     {
-        if (static_cast<std::size_t>(zone) >= servers.size())
+        if (static_cast<std::size_t>(zone) >= zoneQueries.size())
             throw Error(zoneMessage(zone));
-        return servers[static_cast<std::size_t>(zone)].get();
+        return zoneQueries[static_cast<std::size_t>(zone)];
     }
 
-    template <typename T>
-    T* lookup(std::vector<Servers<T>> const& servers, int zone, int var) const
+    Number queriesOf(int zone, int var) const
     {
-        if (static_cast<std::size_t>(zone) >= servers.size())
+        if (static_cast<std::size_t>(zone) >= varQueries.size())
             throw Error(zoneMessage(zone));
-        Servers<T> const& ofZone = servers[static_cast<std::size_t>(zone)];
+        std::vector<Number> const& ofZone = varQueries[static_cast<std::size_t>(zone)];
         if (static_cast<std::size_t>(var) >= ofZone.size())
             throw Error("Zone " + std::to_string(zone) + " does not exist for var " +
                         std::to_string(var) + ".");
-        return ofZone[static_cast<std::size_t>(var)].get();
+        return ofZone[static_cast<std::size_t>(var)];
     }
 
     SocketInterface& socket;
     CommandCache& commandCache;
-    Servers<ZoneVarIDQueryServer> zoneVarIDQueryServers;
-    Servers<CellConnectivityQueryServer> cellConnectivityQueryServers;
-    Servers<NodeConnectivityQueryServer> nodeConnectivityQueryServers;
-    Servers<OrderedSubzoneQueryServer> orderedSubzoneQueryServers;
+    ServerStore store;
+    std::vector<ZoneQueries> zoneQueries;
+    std::vector<std::vector<Number>> varQueries; ///< By zone, then variable: numbers in the store.
     std::vector<std::uint32_t> zoneFileSets;
     std::vector<std::int32_t> zoneShareConnectivity;
     std::vector<std::vector<std::int32_t>> varZoneShareVar;
-    std::vector<Servers<VarValueQueryServer>> nodalVarQueryServers;
-    std::vector<Servers<VarValueQueryServer>> cellCenteredVarQueryServers;
-    std::vector<Servers<VarSubzoneQueryServer>> varSubzoneQueryServers;
     std::vector<std::int32_t> fileSetFirstZones;
     std::vector<std::unique_ptr<FileSetMetadata>> fileSets;
     std::unique_ptr<LoaderServer> loaderServer;
@@ -311,7 +291,7 @@ DataSetRegistrationServer::Error::~Error() = default;
 
 DataSetRegistrationServer::DataSetRegistrationServer(SocketInterface& socket,
                                                      CommandCache& commandCache)
-    : m_impl(std::make_unique<Impl>(socket, commandCache))
+    : m_impl(std::make_unique<Impl>(socket, commandCache, *this))
 {
 }
 
@@ -362,11 +342,8 @@ void DataSetRegistrationServer::registerZoneConnectivityQueryServices(
 {
     requireObjects(zone, {cell, node});
     prepareZone(*m_impl, *this, zone);
-    auto const z = static_cast<std::size_t>(zone);
-    m_impl->cellConnectivityQueryServers[z] =
-        std::make_shared<CellConnectivityQueryServer>(*cell, char{0}, m_impl->socket, zone);
-    m_impl->nodeConnectivityQueryServers[z] =
-        std::make_shared<NodeConnectivityQueryServer>(*node, m_impl->socket, zone);
+    m_impl->zoneQueries[static_cast<std::size_t>(zone)].connectivity =
+        m_impl->store.addConnectivity({cell, node, zone, false});
     announceZone(m_impl->commandCache, REGISTER_FE_CONNECTIVITY_QUERY_SERVICES, zone);
 }
 
@@ -376,13 +353,9 @@ void DataSetRegistrationServer::registerZoneConnectivityQueryServices(
 {
     requireObjects(zone, {cell, node, ordered});
     prepareZone(*m_impl, *this, zone);
-    auto const z = static_cast<std::size_t>(zone);
-    m_impl->cellConnectivityQueryServers[z] =
-        std::make_shared<CellConnectivityQueryServer>(*cell, char{1}, m_impl->socket, zone);
-    m_impl->nodeConnectivityQueryServers[z] =
-        std::make_shared<NodeConnectivityQueryServer>(*node, m_impl->socket, zone);
-    m_impl->orderedSubzoneQueryServers[z] =
-        std::make_shared<OrderedSubzoneQueryServer>(*ordered, m_impl->socket);
+    auto& queries = m_impl->zoneQueries[static_cast<std::size_t>(zone)];
+    queries.connectivity = m_impl->store.addConnectivity({cell, node, zone, true});
+    queries.ordered = m_impl->store.addOrdered(*ordered);
     announceZone(m_impl->commandCache, REGISTER_ORDERED_CONNECTIVITY_QUERY_SERVICES, zone);
 }
 
@@ -391,8 +364,8 @@ void DataSetRegistrationServer::registerZoneVarIDQueryServices(
 {
     requireObjects(zone, {zoneVarID});
     prepareZone(*m_impl, *this, zone);
-    m_impl->zoneVarIDQueryServers[static_cast<std::size_t>(zone)] =
-        std::make_shared<ZoneVarIDQueryServer>(*zoneVarID, zone, m_impl->socket, *this);
+    m_impl->zoneQueries[static_cast<std::size_t>(zone)].identity =
+        m_impl->store.addIdentity(*zoneVarID, zone);
     announceZone(m_impl->commandCache, REGISTER_ZONE_VARID_QUERY_SERVICES, zone);
 }
 
@@ -433,10 +406,10 @@ int DataSetRegistrationServer::registerCalcVarQueryServices(
     hdq::VarValueQueryInterface* cellCentered, hdq::VarValueQueryInterface* nodal,
     hdq::VarSubzoneQueryInterface* subzones, FieldDataType_e fieldDataType, int zone)
 {
-    auto const& servers = m_impl->cellCenteredVarQueryServers;
-    if (static_cast<std::size_t>(zone) >= servers.size())
+    auto const& queries = m_impl->varQueries;
+    if (static_cast<std::size_t>(zone) >= queries.size())
         throw Error(zoneMessage(zone));
-    auto const var = static_cast<int>(servers[static_cast<std::size_t>(zone)].size());
+    auto const var = static_cast<int>(queries[static_cast<std::size_t>(zone)].size());
     m_impl->registerVarQueryServers(cellCentered, nodal, subzones, fieldDataType, zone, var);
     return var;
 }
@@ -445,34 +418,30 @@ int DataSetRegistrationServer::createDuplicateZoneVarIDQueryService(
     int zone, hdq::ZoneVarIDQueryInterface* zoneVarID)
 {
     Impl& impl = *m_impl;
-    if (static_cast<std::size_t>(zone) >= impl.cellConnectivityQueryServers.size())
+    if (static_cast<std::size_t>(zone) >= impl.zoneQueries.size())
         throw Error(zoneMessage(zone));
     if (zoneVarID == nullptr)
         throw Error("Zone " + std::to_string(zone) + " was not duplicated.");
     auto const source = static_cast<std::size_t>(zone);
-    std::size_t const copy = impl.cellConnectivityQueryServers.size();
+    std::size_t const copy = impl.zoneQueries.size();
     auto const newZone = static_cast<int>(copy);
-    std::size_t const numVars = impl.cellCenteredVarQueryServers[source].size();
+    std::size_t const numVars = impl.varQueries[source].size();
     std::size_t const connectivity = impl.connectivityZone(zone);
     impl.ensureCapacityForZoneVarService(newZone, static_cast<int>(numVars) - 1);
 
-    CellConnectivityQueryServer const& cells = *impl.cellConnectivityQueryServers[connectivity];
-    impl.cellConnectivityQueryServers[copy] = std::make_shared<CellConnectivityQueryServer>(
-        cells.queryInterface(), static_cast<char>(cells.isOrdered()), impl.socket, newZone);
-    impl.nodeConnectivityQueryServers[copy] = std::make_shared<NodeConnectivityQueryServer>(
-        impl.nodeConnectivityQueryServers[connectivity]->queryInterface(), impl.socket, newZone);
-    if (auto const& ordered = impl.orderedSubzoneQueryServers[connectivity])
-        impl.orderedSubzoneQueryServers[copy] =
-            std::make_shared<OrderedSubzoneQueryServer>(ordered->queryInterface(), impl.socket);
-    impl.zoneVarIDQueryServers[copy] =
-        std::make_shared<ZoneVarIDQueryServer>(*zoneVarID, newZone, impl.socket, *this);
+    Impl::ZoneQueries const shared = impl.zoneQueries[connectivity];
+    Impl::ZoneQueries& queries = impl.zoneQueries[copy];
+    ServerStore::Connectivity objects = impl.store.connectivity(shared.connectivity);
+    objects.zone = newZone;
+    queries.connectivity = impl.store.addConnectivity(objects);
+    if (shared.ordered != 0)
+        queries.ordered = impl.store.addOrdered(impl.store.ordered(shared.ordered));
+    queries.identity = impl.store.addIdentity(*zoneVarID, newZone);
     impl.zoneShareConnectivity[copy] = static_cast<std::int32_t>(connectivity);
     for (std::size_t v = 0; v < numVars; ++v) {
-        std::int32_t const shared = impl.varZoneShareVar[source][v];
-        impl.varZoneShareVar[copy][v] = shared != -1 ? shared : zone;
-        impl.nodalVarQueryServers[copy][v] = impl.nodalVarQueryServers[source][v];
-        impl.cellCenteredVarQueryServers[copy][v] = impl.cellCenteredVarQueryServers[source][v];
-        impl.varSubzoneQueryServers[copy][v] = impl.varSubzoneQueryServers[source][v];
+        std::int32_t const sharedVar = impl.varZoneShareVar[source][v];
+        impl.varZoneShareVar[copy][v] = sharedVar != -1 ? sharedVar : zone;
+        impl.varQueries[copy][v] = impl.varQueries[source][v];
     }
     return newZone;
 }
@@ -484,37 +453,37 @@ LoaderServer* DataSetRegistrationServer::loaderServer()
 
 CellConnectivityQueryServer* DataSetRegistrationServer::cellConnectivityQueryServer(int zone)
 {
-    return m_impl->lookup(m_impl->cellConnectivityQueryServers, zone);
+    return m_impl->store.cellServer(m_impl->queriesOf(zone).connectivity);
 }
 
 NodeConnectivityQueryServer* DataSetRegistrationServer::nodeConnectivityQueryServer(int zone)
 {
-    return m_impl->lookup(m_impl->nodeConnectivityQueryServers, zone);
+    return m_impl->store.nodeServer(m_impl->queriesOf(zone).connectivity);
 }
 
 OrderedSubzoneQueryServer* DataSetRegistrationServer::orderedSubzoneQueryServer(int zone)
 {
-    return m_impl->lookup(m_impl->orderedSubzoneQueryServers, zone);
+    return m_impl->store.orderedServer(m_impl->queriesOf(zone).ordered);
 }
 
 ZoneVarIDQueryServer* DataSetRegistrationServer::zoneVarIDQueryServer(int zone)
 {
-    return m_impl->lookup(m_impl->zoneVarIDQueryServers, zone);
+    return m_impl->store.identityServer(m_impl->queriesOf(zone).identity);
 }
 
 VarValueQueryServer* DataSetRegistrationServer::nodalVarQueryServer(int zone, int var)
 {
-    return m_impl->lookup(m_impl->nodalVarQueryServers, zone, var);
+    return m_impl->store.nodalServer(m_impl->queriesOf(zone, var));
 }
 
 VarValueQueryServer* DataSetRegistrationServer::cellCenteredVarQueryServer(int zone, int var)
 {
-    return m_impl->lookup(m_impl->cellCenteredVarQueryServers, zone, var);
+    return m_impl->store.cellCenteredServer(m_impl->queriesOf(zone, var));
 }
 
 VarSubzoneQueryServer* DataSetRegistrationServer::varSubzoneQueryServer(int zone, int var)
 {
-    return m_impl->lookup(m_impl->varSubzoneQueryServers, zone, var);
+    return m_impl->store.subzoneServer(m_impl->queriesOf(zone, var));
 }
 
 void DataSetRegistrationServer::handleLoaderMetadataRequest()

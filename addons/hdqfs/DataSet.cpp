@@ -19,6 +19,20 @@ bool haveSameBricks(DataFile const& a, DataFile const& b)
     return ofA.i == ofB.i && ofA.j == ofB.j && ofA.k == ofB.k;
 }
 
+/// Over all zones: those with values of their own.
+std::uint64_t numVarsInSubzones(DataFile const& grid, DataFile const& file)
+{
+    std::uint64_t result = 0;
+    for (std::uint32_t zone = 0; zone < grid.numZones(); ++zone) {
+        if (!hdqio::isHdqFileChar(grid.headers().zoneTypes[zone]))
+            continue;
+        for (std::uint32_t var = 0; var < file.numVars(); ++var)
+            if (!file.isPassive(zone, var) && file.sharedFrom(zone, var) == -1)
+                ++result;
+    }
+    return result;
+}
+
 }
 
 std::string DataSet::FileSet::varName(std::uint32_t var) const
@@ -35,7 +49,8 @@ DataSet::DataSet(std::vector<std::string> const& paths)
         set->firstZone = static_cast<std::uint32_t>(total);
         total += std::uint64_t{set->numCopies()} * set->grid().numZones();
         if (total > MAX_ZONES)
-            throw std::runtime_error("The files have more zones together than a data set can have.");
+            throw std::runtime_error(
+                "The files have more zones together than a data set can have.");
         for (std::uint32_t copy = 0; copy < set->numCopies(); ++copy)
             for (std::uint32_t zone = 0; zone < set->grid().numZones(); ++zone)
                 m_zones.push_back({set.get(), copy, zone});
@@ -44,6 +59,7 @@ DataSet::DataSet(std::vector<std::string> const& paths)
     collectNames();
     checkNames();
     checkNumVars();
+    checkSubzones();
     resolveSharing();
 }
 
@@ -83,7 +99,8 @@ void DataSet::checkSolution(DataFile const& grid, DataFile const& first, DataFil
             theirs.jMaxOrNumCells[z] != ours.jMaxOrNumCells[z] ||
             theirs.kMaxOrNumFaces[z] != ours.kMaxOrNumFaces[z])
             refuse("types or sizes of zones");
-        // Queries ask the grid which nodes and cells a brick has, and the solution for their values.
+        // Queries ask the grid which nodes and cells a brick has, and the solution for their
+        // values.
         if (hdqio::isHdqFileChar(ours.zoneTypes[z]) &&
             hdqio::zoneTypeFromFileChar(ours.zoneTypes[z]) == ZoneType_Ordered &&
             !haveSameBricks(grid, solution))
@@ -112,10 +129,10 @@ void DataSet::checkNames() const
     for (auto const& set : m_sets)
         for (std::uint32_t v = 0; v < set->numVars(); ++v)
             if (set->varName(v) != m_varNames[v])
-                throw std::runtime_error(
-                    "The files can't be loaded together: variable " + std::to_string(v + 1) +
-                    " is \"" + set->varName(v) + "\" in " + set->grid().path() + " and \"" +
-                    m_varNames[v] + "\" in another file. Load them one by one.");
+                throw std::runtime_error("The files can't be loaded together: variable " +
+                                         std::to_string(v + 1) + " is \"" + set->varName(v) +
+                                         "\" in " + set->grid().path() + " and \"" + m_varNames[v] +
+                                         "\" in another file. Load them one by one.");
 }
 
 void DataSet::checkNumVars() const
@@ -133,12 +150,33 @@ void DataSet::checkNumVars() const
                                  " zones, of which most have far fewer. Load them one by one.");
 }
 
+void DataSet::checkSubzones()
+{
+    constexpr std::uint64_t FEW = 100'000;
+    constexpr std::uint64_t BYTES_IN_HEADERS = 15 + 8; // of the data set, and a location
+    for (auto const& set : m_sets) {
+        for (auto const& file : set->files) {
+            std::uint64_t const count = numVarsInSubzones(set->grid(), *file);
+            if (count > FEW && count > m_descriptors.size(file->path()) / BYTES_IN_HEADERS)
+                throw std::runtime_error(file->path() + " is too short for the " +
+                                         std::to_string(count) +
+                                         " variables that its zones have in subzones.");
+        }
+    }
+}
+
 bool DataSet::hasHdqZone() const
 {
     for (std::uint32_t zone = 0; zone < numZones(); ++zone)
-        if (this->zone(zone).isHdq)
+        if (isHdqZone(zone))
             return true;
     return false;
+}
+
+bool DataSet::isHdqZone(std::uint32_t zone) const
+{
+    Place const& place = m_zones.at(zone);
+    return hdqio::isHdqFileChar(place.set->grid().headers().zoneTypes[place.zone]);
 }
 
 std::vector<DataSet::PlacedFile> DataSet::files() const
@@ -166,8 +204,8 @@ DataSet::Zone DataSet::zone(std::uint32_t zone) const
     std::uint32_t const first = place.set->firstZone + place.copy * grid.numZones();
 
     Zone result{};
-    result.name = own.headers().zoneNames[z].empty() ? headers.zoneNames[z]
-                                                     : own.headers().zoneNames[z];
+    result.name =
+        own.headers().zoneNames[z].empty() ? headers.zoneNames[z] : own.headers().zoneNames[z];
     result.type = hdqio::zoneTypeFromFileChar(headers.zoneTypes[z]);
     result.isHdq = hdqio::isHdqFileChar(headers.zoneTypes[z]);
     result.size = {static_cast<std::int64_t>(headers.iMaxOrNumNodes[z]),
@@ -178,12 +216,10 @@ DataSet::Zone DataSet::zone(std::uint32_t zone) const
     std::int32_t const parent = own.headers().parentZones[z];
     result.parent = parent == -1 ? -1 : static_cast<std::int32_t>(first) + parent;
     result.faceNeighborMode = headers.faceNbrModes[z];
-    result.connectivityFrom =
-        place.copy > 0
-            ? static_cast<std::int32_t>(place.set->firstZone + z)
-            : headers.shareConnectivity[z] == -1
-                  ? -1
-                  : static_cast<std::int32_t>(first) + headers.shareConnectivity[z];
+    result.connectivityFrom = place.copy > 0 ? static_cast<std::int32_t>(place.set->firstZone + z)
+                              : headers.shareConnectivity[z] == -1
+                                  ? -1
+                                  : static_cast<std::int32_t>(first) + headers.shareConnectivity[z];
     return result;
 }
 
@@ -255,8 +291,9 @@ DataSet::Variable DataSet::variable(std::uint32_t zone, std::uint32_t var) const
         bool const isNodal = found.file == nullptr || found.file->isNodal(found.zone, found.var);
         return {ValueType::Float, isNodal, true, -1, {0, 0}};
     }
-    return {found.file->valueType(found.zone, found.var), found.file->isNodal(found.zone, found.var),
-            false, source, found.file->headers().zoneMinMaxes[found.var][found.zone]};
+    return {found.file->valueType(found.zone, found.var),
+            found.file->isNodal(found.zone, found.var), false, source,
+            found.file->headers().zoneMinMaxes[found.var][found.zone]};
 }
 
 DataSet::ZoneInFile DataSet::grid(std::uint32_t zone) const

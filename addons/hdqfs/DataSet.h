@@ -14,8 +14,8 @@ namespace varnox::hdqfsloader {
 
 /// The files of a data set as one: zones of file set after file set, a grid file's zones once for
 /// each of its solution files; the variables of the grid file before those of the solution files.
-/// Zone and variable indices count from 0 across the data set. Failures are std::runtime_error with a
-/// text for a person.
+/// Zone and variable indices count from 0 across the data set. Failures are std::runtime_error with
+/// a text for a person.
 class DataSet
 {
 public:
@@ -30,8 +30,8 @@ public:
         hdqio::IJK size; ///< Nodes along I, J, K; of finite elements: nodes, cells and faces.
         double solutionTime;
         std::uint32_t strandID;
-        std::int32_t parent;            ///< Or -1, as is that below.
-        std::int32_t connectivityFrom;  ///< The zone whose connectivity this one shares.
+        std::int32_t parent;           ///< Or -1, as is that below.
+        std::int32_t connectivityFrom; ///< The zone whose connectivity this one shares.
         std::uint8_t faceNeighborMode;
     };
 
@@ -78,6 +78,7 @@ public:
 
     /// Whether any zone is cut into subzones.
     bool hasHdqZone() const;
+    bool isHdqZone(std::uint32_t zone) const;
 
     Zone zone(std::uint32_t zone) const;
     Variable variable(std::uint32_t zone, std::uint32_t var) const;
@@ -118,12 +119,16 @@ private:
     };
 
     void groupFiles(std::vector<std::string> const& paths);
-    static void checkSolution(DataFile const& grid, DataFile const& first, DataFile const& solution);
+    static void checkSolution(DataFile const& grid, DataFile const& first,
+                              DataFile const& solution);
     void collectNames();
     void checkNames() const;
     /// Every zone has every variable, be it passive: files of many zones and others of many
     /// variables, each of them small, would have more together than memory can hold.
     void checkNumVars() const;
+    /// For each variable of a zone in subzones the host gets objects, far larger than what headers
+    /// say of it: each has its part of the file.
+    void checkSubzones();
     /// The file that holds a variable of a place; null file if its set has no such variable.
     static VariableInFile find(Place const& place, std::uint32_t var);
     /// The zone that a zone itself names for a variable's values: often itself.

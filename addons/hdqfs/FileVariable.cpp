@@ -4,21 +4,24 @@ namespace varnox::hdqfsloader {
 
 using hdqio::MinMax;
 
-FileVariable::FileVariable(SubzoneReader& reader, DataSet::VariableInFile const& place,
-                           MinMax const& range)
-    : m_reader(reader), m_place(place), m_range(range),
-      m_items(place.file->isNodal(place.zone, place.var) ? Items::Nodes : Items::Cells)
-{
-}
-
 std::string FileVariable::description() const
 {
     return "Variable " + std::to_string(m_place.var + 1) + " in " + m_place.file->path();
 }
 
+Items FileVariable::items() const
+{
+    return m_place.file->isNodal(m_place.zone, m_place.var) ? Items::Nodes : Items::Cells;
+}
+
+MinMax FileVariable::range() const
+{
+    return m_place.file->headers().zoneMinMaxes[m_place.var][m_place.zone];
+}
+
 std::vector<double> const& FileVariable::values(SubzoneAddress const& subzone)
 {
-    return m_reader.read(m_place, m_items, subzone);
+    return m_reader.read(m_place, items(), subzone);
 }
 
 std::vector<MinMax> FileVariable::partitionRanges()

@@ -5,16 +5,20 @@
 
 namespace varnox::hdqfsloader {
 
-/// A variable whose values stand in a file.
-class FileVariable final : public ZoneVariable
+/// A variable whose values stand in a file. What the headers of the file say of it is looked up
+/// there: there may be millions.
+class FileVariable : public ZoneVariable
 {
 public:
-    FileVariable(SubzoneReader& reader, DataSet::VariableInFile const& place,
-                 hdqio::MinMax const& range);
+    /// Reader and file must outlive the object.
+    FileVariable(SubzoneReader& reader, DataSet::VariableInFile const& place)
+        : m_reader(reader), m_place(place)
+    {
+    }
 
     std::string description() const override;
-    Items items() const override { return m_items; }
-    hdqio::MinMax range() const override { return m_range; }
+    Items items() const override;
+    hdqio::MinMax range() const override;
     hdqio::MinMax safeRange() override { return joined(partitionRanges()); }
     std::vector<double> const& values(SubzoneAddress const& subzone) override;
     std::vector<hdqio::MinMax> partitionRanges() override;
@@ -23,8 +27,6 @@ public:
 private:
     SubzoneReader& m_reader;
     DataSet::VariableInFile m_place;
-    hdqio::MinMax m_range;
-    Items m_items;
 };
 
 }

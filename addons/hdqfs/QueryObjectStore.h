@@ -3,11 +3,10 @@
 #include "addons/hdqfs/CalcVarLog.h"
 #include "addons/hdqfs/ConnectivityReader.h"
 #include "addons/hdqfs/DataSet.h"
+#include "addons/hdqfs/FileVariables.h"
 #include "addons/hdqfs/RangeTrees.h"
-#include "addons/hdqfs/SubzoneReader.h"
-#include "addons/hdqfs/VarRanges.h"
 #include "addons/hdqfs/VariableIds.h"
-#include "addons/hdqfs/VarValues.h"
+#include "addons/hdqfs/VariableQueries.h"
 #include "addons/hdqfs/ZoneVariable.h"
 
 #include "varnox/hdq/CellConnectivityQueryInterface.h"
@@ -22,17 +21,16 @@
 
 namespace varnox::hdqfsloader {
 
-/// The three objects through which one variable of one zone is queried.
-struct VariableQueries
+/// Those of a variable that stands elsewhere and outlives the object.
+class QueriesOfVariable final : public VariableQueries
 {
-    explicit VariableQueries(ZoneVariable& variable)
-        : cellCentered(variable, Items::Cells), nodal(variable, Items::Nodes), ranges(variable)
-    {
-    }
+public:
+    explicit QueriesOfVariable(ZoneVariable& variable) : m_variable(variable) {}
 
-    VarValues cellCentered;
-    VarValues nodal;
-    VarRanges ranges;
+private:
+    ZoneVariable& variable() override { return m_variable; }
+
+    ZoneVariable& m_variable;
 };
 
 /// Owns what a data set's queries are answered from. What was added stays in its place for the life
@@ -42,7 +40,7 @@ class QueryObjectStore
 public:
     /// ids: of each variable. The data set must outlive the store.
     QueryObjectStore(DataSet& set, std::vector<long> const& variableIds)
-        : dataSet(set), ids(variableIds), reader(set.descriptors())
+        : dataSet(set), ids(variableIds), variables(set)
     {
     }
     QueryObjectStore(QueryObjectStore const&) = delete;
@@ -71,7 +69,7 @@ public:
 
     DataSet& dataSet;
     VariableIds const ids;
-    SubzoneReader reader;
+    FileVariables variables;
     ConnectivityReader connectivity;
     RangeTrees trees;
     CalcVarLog calcVarLog;
@@ -95,7 +93,7 @@ private:
     }
 
     std::vector<std::unique_ptr<ZoneVariable>> m_variables;
-    std::deque<VariableQueries> m_queries;
+    std::deque<QueriesOfVariable> m_queries;
     std::vector<std::unique_ptr<hdq::CellConnectivityQueryInterface>> m_cells;
     std::vector<std::unique_ptr<hdq::NodeConnectivityQueryInterface>> m_nodes;
     std::vector<std::unique_ptr<hdq::OrderedSubzoneQueryInterface>> m_ordered;

@@ -1,17 +1,22 @@
 #include "addons/hdqfs/QueryObjects.h"
 
 #include "addons/hdqfs/CellConnectivity.h"
-#include "addons/hdqfs/FileVariable.h"
 #include "addons/hdqfs/NodeConnectivity.h"
 #include "addons/hdqfs/OrderedCellConnectivity.h"
 #include "addons/hdqfs/OrderedNodeConnectivity.h"
 #include "addons/hdqfs/OrderedSubzones.h"
-#include "addons/hdqfs/PassiveVariable.h"
 #include "addons/hdqfs/ZoneIdentity.h"
-
-#include <utility>
+#include "varnox/hostapi/VnxUtil.h"
 
 namespace varnox::hdqfsloader {
+
+namespace {
+
+/// The host gathers what is registered until it is asked for something. What it gathers for a
+/// variable is larger than what is kept of it, so it is asked from time to time.
+constexpr std::uint64_t REGISTERED_AT_ONCE = 4096;
+
+}
 
 QueryObjects::QueryObjects(DataSet& dataSet, std::vector<long> const& variableIds)
     : m_store(dataSet, variableIds)
@@ -21,18 +26,20 @@ QueryObjects::QueryObjects(DataSet& dataSet, std::vector<long> const& variableId
 void QueryObjects::registerAll(hdq::DataSetRegistrationInterface& registration)
 {
     DataSet& dataSet = m_store.dataSet;
-    makeVariables();
     for (std::uint32_t zone = 0; zone < dataSet.numZones(); ++zone)
-        if (dataSet.zone(zone).isHdq)
+        if (dataSet.isHdqZone(zone))
             registerZone(registration, zone);
+    std::uint64_t numRegistered = 0;
     for (std::uint32_t zone = 0; zone < dataSet.numZones(); ++zone) {
-        for (std::uint32_t var = 0; var < m_stored[zone].size(); ++var) {
-            if (m_stored[zone][var] == nullptr)
+        for (std::uint32_t var = 0; var < dataSet.numVars(); ++var) {
+            VariableQueries* const queries = m_store.variables.queries(zone, var);
+            if (queries == nullptr)
                 continue;
-            VariableQueries& queries = m_store.addQueries(*m_stored[zone][var]);
-            registration.registerVarQueryServices(&queries.cellCentered, &queries.nodal,
-                                                  &queries.ranges, static_cast<int>(zone),
+            registration.registerVarQueryServices(&queries->cellCentered(), &queries->nodal(),
+                                                  &queries->ranges(), static_cast<int>(zone),
                                                   static_cast<int>(var));
+            if (++numRegistered % REGISTERED_AT_ONCE == 0)
+                VnxUtilDataSetGetNumVars();
         }
     }
 }
@@ -47,49 +54,15 @@ void QueryObjects::registerZone(hdq::DataSetRegistrationInterface& registration,
     if (dataSet.zone(zone).type == ZoneType_Ordered) {
         cells = &m_store.add<OrderedCellConnectivity>(grid);
         registration.registerZoneConnectivityQueryServices(
-            cells, &m_store.add<OrderedNodeConnectivity>(grid),
-            &m_store.add<OrderedSubzones>(grid), index);
+            cells, &m_store.add<OrderedNodeConnectivity>(grid), &m_store.add<OrderedSubzones>(grid),
+            index);
     } else {
         cells = &m_store.add<CellConnectivity>(m_store.connectivity, source);
         registration.registerZoneConnectivityQueryServices(
             cells, &m_store.add<NodeConnectivity>(m_store.connectivity, source), index);
     }
-
-    std::vector<ZoneVariable*> variables;
-    for (std::uint32_t var = 0; var < dataSet.numVars(); ++var)
-        variables.push_back(variable(zone, var));
-    registration.registerZoneVarIDQueryServices(
-        &m_store.add<ZoneIdentity>(m_store, grid, *cells, std::move(variables)), index);
-}
-
-void QueryObjects::makeVariables()
-{
-    DataSet& dataSet = m_store.dataSet;
-    m_stored.resize(dataSet.numZones());
-    for (std::uint32_t zone = 0; zone < dataSet.numZones(); ++zone) {
-        if (!dataSet.zone(zone).isHdq)
-            continue;
-        m_stored[zone].resize(dataSet.numVars());
-        for (std::uint32_t var = 0; var < dataSet.numVars(); ++var) {
-            DataSet::Variable const description = dataSet.variable(zone, var);
-            if (description.hasValues())
-                m_stored[zone][var] = &m_store.addVariable<FileVariable>(
-                    m_store.reader, dataSet.values(zone, var), description.range);
-        }
-    }
-}
-
-ZoneVariable* QueryObjects::variable(std::uint32_t zone, std::uint32_t var)
-{
-    DataSet& dataSet = m_store.dataSet;
-    DataSet::Variable const description = dataSet.variable(zone, var);
-    if (description.isPassive)
-        return &m_store.addVariable<PassiveVariable>(
-            dataSet.grid(zone), var, description.isNodal ? Items::Nodes : Items::Cells);
-    std::vector<ZoneVariable*> const& source =
-        m_stored[description.sharedFrom == -1 ? zone
-                                              : static_cast<std::uint32_t>(description.sharedFrom)];
-    return source.empty() ? nullptr : source[var];
+    registration.registerZoneVarIDQueryServices(&m_store.add<ZoneIdentity>(m_store, zone, *cells),
+                                                index);
 }
 
 }

@@ -22,13 +22,8 @@ public:
 
 private:
     void registerZone(hdq::DataSetRegistrationInterface& registration, std::uint32_t zone);
-    void makeVariables();
-    /// Null for one that is shared from a zone without subzones.
-    ZoneVariable* variable(std::uint32_t zone, std::uint32_t var);
 
     QueryObjectStore m_store;
-    /// By zone, then variable: those of HDQ zones; null for one that has no values of its own.
-    std::vector<std::vector<ZoneVariable*>> m_stored;
 };
 
 }

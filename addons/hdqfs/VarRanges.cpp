@@ -19,17 +19,17 @@ void appendRanges(RawArray<double>& out, std::vector<MinMax> const& ranges)
 
 void VarRanges::partitionMinMaxes(RawArray<double>& result)
 {
-    appendRanges(result, m_variable.partitionRanges());
+    appendRanges(result, variable().partitionRanges());
 }
 
 void VarRanges::cellSubzoneMinMaxes(unsigned int partition, RawArray<double>& result)
 {
-    appendRanges(result, m_variable.subzoneRanges(partition, Items::Cells));
+    appendRanges(result, variable().subzoneRanges(partition, Items::Cells));
 }
 
 void VarRanges::nodeSubzoneMinMaxes(unsigned int partition, RawArray<double>& result)
 {
-    appendRanges(result, m_variable.subzoneRanges(partition, Items::Nodes));
+    appendRanges(result, variable().subzoneRanges(partition, Items::Nodes));
 }
 
 }

@@ -6,13 +6,11 @@
 
 namespace varnox::hdqfsloader {
 
-/// Serves the ranges of a variable: pairs of the lower end of a range, then its upper end.
-class VarRanges final : public hdq::VarSubzoneQueryInterface
+/// Serves the ranges of a variable: pairs of the lower end of a range, then its upper end. It has
+/// nothing of its own: it belongs to something that knows the variable.
+class VarRanges : public hdq::VarSubzoneQueryInterface
 {
 public:
-    /// The variable must outlive the object.
-    explicit VarRanges(ZoneVariable& variable) : m_variable(variable) {}
-
     void setup() override {}
     void teardown() override {}
     void destroy() override {}
@@ -23,7 +21,7 @@ public:
     void nodeSubzoneMinMaxes(unsigned int partition, RawArray<double>& result) override;
 
 private:
-    ZoneVariable& m_variable;
+    virtual ZoneVariable& variable() = 0;
 };
 
 }

@@ -7,7 +7,7 @@ namespace varnox::hdqfsloader {
 
 void VarValues::minMax(double& min, double& max)
 {
-    hdqio::MinMax const range = m_variable.range();
+    hdqio::MinMax const range = variable().range();
     min = range.min;
     max = range.max;
 }
@@ -33,22 +33,22 @@ void VarValues::fieldValues(RawArray<ItemAddress<long>> const& items, RawArray<d
     if (items.size == 0)
         return;
     SubzoneAddress const subzone = items.data[0].subzoneAddress();
-    std::vector<double> const& stored = m_variable.values(subzone);
+    std::vector<double> const& stored = variable().values(subzone);
     for (std::uint64_t i = 0; i < items.size; ++i) {
         std::size_t const offset = items.data[i].itemOffset();
         if (offset >= stored.size() || items.data[i].subzoneAddress() != subzone)
             throw std::out_of_range(
-                m_variable.description() + " has " + std::to_string(stored.size()) +
+                variable().description() + " has " + std::to_string(stored.size()) +
                 " values in a subzone; number " + std::to_string(offset + 1) + " was asked for.");
         values.data[i] = stored[offset];
     }
 }
 
-void VarValues::requireForm() const
+void VarValues::requireForm()
 {
-    if (m_variable.items() != m_form)
-        throw std::runtime_error(m_variable.description() +
-                                 (m_form == Items::Cells
+    if (variable().items() != form())
+        throw std::runtime_error(variable().description() +
+                                 (form() == Items::Cells
                                       ? " has its values at nodes, not at cells."
                                       : " has its values at cells, not at nodes."));
 }

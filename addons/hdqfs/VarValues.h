@@ -7,13 +7,11 @@
 namespace varnox::hdqfsloader {
 
 /// Serves the values of a variable in one form, at nodes or at cells. A variable has its values in
-/// one of the forms; the object of the other one answers the range and refuses the rest.
-class VarValues final : public hdq::VarValueQueryInterface
+/// one of the forms; the object of the other one answers the range and refuses the rest. It has
+/// nothing of its own: it belongs to something that knows the variable.
+class VarValues : public hdq::VarValueQueryInterface
 {
 public:
-    /// The variable must outlive the object.
-    VarValues(ZoneVariable& variable, Items form) : m_variable(variable), m_form(form) {}
-
     void setup() override {}
     void teardown() override {}
     void destroy() override {}
@@ -29,10 +27,17 @@ public:
     void fieldValues(RawArray<ItemAddress<long>> const& items, RawArray<double>& values) override;
 
 private:
-    void requireForm() const;
+    virtual ZoneVariable& variable() = 0;
+    virtual Items form() const = 0;
 
-    ZoneVariable& m_variable;
-    Items m_form;
+    void requireForm();
+};
+
+template <Items FORM>
+class ValuesAt : public VarValues
+{
+private:
+    Items form() const final { return FORM; }
 };
 
 }

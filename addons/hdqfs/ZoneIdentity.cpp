@@ -6,20 +6,18 @@
 
 #include <stdexcept>
 #include <string>
-#include <utility>
 
 namespace varnox::hdqfsloader {
 
-ZoneIdentity::ZoneIdentity(QueryObjectStore& store, DataSet::ZoneInFile const& grid,
-                           hdq::CellConnectivityQueryInterface& cells,
-                           std::vector<ZoneVariable*> variables)
-    : m_store(store), m_grid(grid), m_cells(cells), m_variables(std::move(variables))
+ZoneIdentity::ZoneIdentity(QueryObjectStore& store, std::uint32_t zone,
+                           hdq::CellConnectivityQueryInterface& cells)
+    : m_store(store), m_zone(zone), m_cells(cells)
 {
 }
 
 hdq::ZoneVarIDQueryInterface* ZoneIdentity::duplicate()
 {
-    auto& result = m_store.add<ZoneIdentity>(m_store, m_grid, m_cells, m_variables);
+    auto& result = m_store.add<ZoneIdentity>(m_store, m_zone, m_cells);
     result.m_calculated = m_calculated;
     return &result;
 }
@@ -35,19 +33,20 @@ void ZoneIdentity::createCalcVar(long varID, int, int fieldDataType,
             "The unique id " + std::to_string(varID) +
             " of a calculated variable is that of a variable of the files.");
     auto& variable = m_store.addVariable<CalcVariable>(
-        CalcVariable::Place{m_grid, &m_cells, varID}, CalcVarType(fieldDataType), expression,
-        [this](long id) { return find(id); }, m_store.calcVarLog);
+        CalcVariable::Place{m_store.dataSet.grid(m_zone), &m_cells, varID},
+        CalcVarType(fieldDataType), expression, [this](long id) { return find(id); },
+        m_store.calcVarLog);
     m_calculated[varID] = &variable;
     VariableQueries& queries = m_store.addQueries(variable);
-    cellCentered = &queries.cellCentered;
-    nodal = &queries.nodal;
-    subzones = &queries.ranges;
+    cellCentered = &queries.cellCentered();
+    nodal = &queries.nodal();
+    subzones = &queries.ranges();
 }
 
 ZoneVariable* ZoneIdentity::find(long varID) const
 {
     if (auto const var = m_store.ids.find(varID))
-        return m_variables[*var];
+        return m_store.variables.find(m_zone, static_cast<std::uint32_t>(*var));
     auto const found = m_calculated.find(varID);
     return found == m_calculated.end() ? nullptr : found->second;
 }
@@ -60,13 +59,15 @@ bool ZoneIdentity::varExists(long varID)
 void ZoneIdentity::findCellSubzones(RawArray<double> const& values, RawArray<long> const& vars,
                                     RawArray<SubzoneAddress>& result)
 {
-    findSubzones(m_store.trees, m_grid, variablesOf(values, vars), values, Items::Cells, result);
+    findSubzones(m_store.trees, m_store.dataSet.grid(m_zone), variablesOf(values, vars), values,
+                 Items::Cells, result);
 }
 
 void ZoneIdentity::findNodeSubzones(RawArray<double> const& values, RawArray<long> const& vars,
                                     RawArray<SubzoneAddress>& result)
 {
-    findSubzones(m_store.trees, m_grid, variablesOf(values, vars), values, Items::Nodes, result);
+    findSubzones(m_store.trees, m_store.dataSet.grid(m_zone), variablesOf(values, vars), values,
+                 Items::Nodes, result);
 }
 
 std::vector<ZoneVariable*> ZoneIdentity::variablesOf(RawArray<double> const& values,

@@ -18,10 +18,10 @@ class QueryObjectStore;
 class ZoneIdentity final : public hdq::ZoneVarIDQueryInterface
 {
 public:
-    /// The zone's variables in the order of the data set, null for one that it can't serve.
-    /// Variables, the zone's cells and store must outlive the object; the store is to own it.
-    ZoneIdentity(QueryObjectStore& store, DataSet::ZoneInFile const& grid,
-                 hdq::CellConnectivityQueryInterface& cells, std::vector<ZoneVariable*> variables);
+    /// The zone counts from 0 in the data set. Its cells and the store must outlive the object; the
+    /// store is to own it.
+    ZoneIdentity(QueryObjectStore& store, std::uint32_t zone,
+                 hdq::CellConnectivityQueryInterface& cells);
 
     void destroy() override {}
     /// The duplicate has the variables that the zone has now, calculated ones included.
@@ -48,9 +48,8 @@ private:
                                            RawArray<long> const& vars) const;
 
     QueryObjectStore& m_store;
-    DataSet::ZoneInFile m_grid;
+    std::uint32_t m_zone;
     hdq::CellConnectivityQueryInterface& m_cells;
-    std::vector<ZoneVariable*> m_variables;
     std::map<long, ZoneVariable*> m_calculated; ///< By unique id.
 };
 
