@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
+#include <thread>
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -169,15 +171,19 @@ int connectOnce(int descriptor, sockaddr const* address, socklen_t size)
 }
 
 /// Held while a Unix socket is probed, replaced and opened, so that two servers that start at once
-/// don't take one another's socket for a dead one. Best effort: some file systems have no locks.
+/// don't take one another's socket for a dead one. Best effort: some file systems have no locks,
+/// and whoever may read the folder could keep the lock for ever.
 Descriptor lockFolderOf(std::string const& path)
 {
+    constexpr std::chrono::seconds PATIENCE{2};
+    constexpr std::chrono::milliseconds PAUSE{10};
     std::string const folder = std::filesystem::path(path).parent_path().string();
     Descriptor lock(
         ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (lock.isOpen())
-        while (::flock(lock.get(), LOCK_EX) != 0 && errno == EINTR) {
-        }
+    auto const until = std::chrono::steady_clock::now() + PATIENCE;
+    while (lock.isOpen() && ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0 &&
+           (errno == EINTR || errno == EWOULDBLOCK) && std::chrono::steady_clock::now() < until)
+        std::this_thread::sleep_for(PAUSE);
     return lock;
 }
 

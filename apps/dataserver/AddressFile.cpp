@@ -32,6 +32,11 @@ bool writeAll(int descriptor, std::string const& text)
 void writeAddressFile(std::string const& path, std::string const& address)
 {
     constexpr mode_t READABLE = 0644;
+    struct stat existing = {};
+    if (::lstat(path.c_str(), &existing) == 0 && !S_ISREG(existing.st_mode))
+        throw std::runtime_error("Can't write the address file " + path +
+                                 ": there is something of that name that is no ordinary file, and "
+                                 "it isn't replaced. Choose another name or remove it.");
     std::string const beside = path + "." + std::to_string(::getpid()) + ".tmp";
     ::unlink(beside.c_str()); // of a dead process with the same number
     socketutil::Descriptor file(

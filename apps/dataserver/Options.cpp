@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <filesystem>
 
 namespace varnox::dataserver {
@@ -77,6 +78,23 @@ std::string whatIsWrongWithSource(std::string const& text)
     }
 }
 
+/// For CLI11. A variable of the shell that isn't set must not switch off what was asked for.
+std::string whatIsWrongWithName(std::string const& text)
+{
+    return text.empty() ? "The name is empty; give one, or leave the option away." : "";
+}
+
+CLI::Validator isNamed()
+{
+    return {whatIsWrongWithName, ""};
+}
+
+/// For CLI11, for which not-a-number lies in any range.
+std::string whatIsWrongWithNumber(std::string const& text)
+{
+    return std::isnan(std::strtod(text.c_str(), nullptr)) ? "Value " + text + " is no number." : "";
+}
+
 /// Not less than a millisecond, unless it is 0.
 std::chrono::milliseconds milliseconds(double seconds)
 {
@@ -129,7 +147,8 @@ std::optional<Options> parseOptions(int argc, char const* const* argv, int& exit
     app.add_option("--addon", options.addonPath,
                    "The loader add-on, a shared object. Default: the HDQFS loader that is "
                    "installed with this program")
-        ->type_name("PATH");
+        ->type_name("PATH")
+        ->check(isNamed());
     app.add_option("--listen", listen, "Where clients come in, see below")
         ->required()
         ->type_name("ADDRESS")
@@ -137,27 +156,33 @@ std::optional<Options> parseOptions(int argc, char const* const* argv, int& exit
     app.add_option("--address-file", options.addressFile,
                    "When ready, writes the bound address to FILE in one step, in the form of "
                    "--listen")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(isNamed());
     app.add_option("--token-file", options.tokenFile,
                    "The first line of FILE is the token that a client must show. Others must not "
                    "be able to read FILE. Needed for tcp: beyond this machine")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(isNamed());
     app.add_option(
            "--tls-cert", options.tls.certificate,
            "Encrypts tcp: with TLS. FILE has the server's certificate in PEM form, with those "
            "that lead to its authority; it is read for each connection")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(isNamed());
     app.add_option("--tls-key", options.tls.key,
                    "The key of that certificate; others must not be able to read FILE")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(isNamed());
     app.add_option("--tls-client-ca", options.tls.clientCa,
                    "Clients must show a certificate signed by one in FILE")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(isNamed());
     app.add_option(
            "--root", options.sharedFolders,
            "A directory in which clients may browse and load, after links are resolved; may "
            "be given again for more. Default: all that this user may read")
         ->type_name("DIR")
+        ->check(isNamed())
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     app.add_option("--allow-uid", options.allowedUsers,
@@ -217,6 +242,7 @@ std::optional<Options> parseOptions(int argc, char const* const* argv, int& exit
     app.add_option("--greeting-timeout", greetingTimeout,
                    "Time for a client to finish its greeting")
         ->type_name("SECONDS")
+        ->check(CLI::Validator(whatIsWrongWithNumber, ""))
         ->check(CLI::Range(0.001, MAX_TIMEOUT_SECONDS).description(""))
         ->capture_default_str();
     app.add_option(
@@ -224,6 +250,7 @@ std::optional<Options> parseOptions(int argc, char const* const* argv, int& exit
            "A session ends when its client sends nothing that is waited for, or takes "
            "nothing of an answer, for this long; 0 is never. Default: 3600, and 0 for stdio")
         ->type_name("SECONDS")
+        ->check(CLI::Validator(whatIsWrongWithNumber, ""))
         ->check(CLI::Range(0.0, MAX_IDLE_SECONDS).description(""));
     app.add_option("--log-level", options.logLevel,
                    "error, warn, info or debug; the log goes to standard error")

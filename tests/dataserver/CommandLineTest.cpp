@@ -52,6 +52,21 @@ UsageCase const usageCases[] = {
     {"NoBytes", {"--listen", "stdio", "--max-item-bytes", "0"}, "--max-item-bytes"},
     {"NoTime", {"--listen", "stdio", "--greeting-timeout", "0"}, "--greeting-timeout"},
     {"NegativeIdleTime", {"--listen", "stdio", "--idle-timeout", "-1"}, "--idle-timeout"},
+    {"TimeThatIsNoNumber", {"--listen", "stdio", "--greeting-timeout", "nan"}, "nan is no number"},
+    {"IdleTimeThatIsNoNumber", {"--listen", "stdio", "--idle-timeout", "-NaN"}, "is no number"},
+    {"TokenFileWithoutName",
+     {"--listen", "tcp:127.0.0.1:0", "--token-file", ""},
+     "--token-file: The name is empty; give one, or leave the option away."},
+    {"AuthorityWithoutName",
+     {"--listen", "tcp:127.0.0.1:0", "--tls-client-ca", ""},
+     "--tls-client-ca: The name is empty"},
+    {"CertificateWithoutName",
+     {"--listen", "tcp:127.0.0.1:0", "--tls-cert", "", "--tls-key", ""},
+     ": The name is empty"},
+    {"RootWithoutName", {"--listen", "stdio", "--root", ""}, "--root: The name is empty"},
+    {"AddressFileWithoutName",
+     {"--listen", "stdio", "--address-file", ""},
+     "--address-file: The name is empty"},
     {"NoGreetings", {"--listen", "stdio", "--max-greetings", "0"}, "--max-greetings"},
     {"LittleMemory", {"--listen", "stdio", "--max-memory", "1000"}, "--max-memory"},
     {"FewFiles", {"--listen", "stdio", "--max-open-files", "3"}, "--max-open-files"},
@@ -264,6 +279,20 @@ TEST_F(Startup, AddressFileThatCantBeWrittenIsSaid)
 {
     EXPECT_EQ(statusOf({"--listen", "tcp:127.0.0.1:0", "--address-file", "/nowhere/address"}), 1);
     EXPECT_NE(lastLog().find("Can't write the address file /nowhere/address: "), std::string::npos);
+}
+
+TEST_F(Startup, AddressFileReplacesNothingButAnOrdinaryFile)
+{
+    std::string const pipe = (folder / "pipe").string();
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    std::string const link = (folder / "link").string();
+    std::filesystem::create_symlink("/dev/null", link);
+    for (std::string const& path : {pipe, link}) {
+        EXPECT_EQ(statusOf({"--listen", "tcp:127.0.0.1:0", "--address-file", path, "--once"}), 1);
+        EXPECT_NE(lastLog().find("that is no ordinary file"), std::string::npos) << lastLog();
+    }
+    EXPECT_TRUE(std::filesystem::is_fifo(pipe));
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
 }
 
 TEST_F(Startup, AddressFileWithoutSpaceForItEndsTheProgramAndStaysAsItWas)

@@ -12,13 +12,16 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <future>
 #include <optional>
 #include <stdexcept>
 #include <thread>
 #include <vector>
 
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -390,6 +393,15 @@ TEST_F(UnixListener, ReplacesAStaleSocket)
               "Can't connect to unix:" + path.string() + ": Connection refused.");
     Listener const listener(address);
     expectTalk(listener);
+}
+
+TEST_F(UnixListener, FolderThatSomebodyKeepsLockedHoldsItUpForAMomentOnly)
+{
+    Descriptor lock(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(::flock(lock.get(), LOCK_EX), 0);
+    auto made = std::async(std::launch::async, [&] { expectTalk(Listener(address)); });
+    EXPECT_EQ(made.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    lock.reset();
 }
 
 TEST_F(UnixListener, LeavesALiveSocketAlone)
