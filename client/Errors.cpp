@@ -11,11 +11,16 @@ LoadFailed::~LoadFailed() = default;
 std::string printable(std::string const& text, std::size_t maxLength)
 {
     std::string result;
+    unsigned char before = 0;
     for (char const c : text) {
         if (result.size() >= maxLength)
             return result + "...";
-        bool const isControl = static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+        auto const code = static_cast<unsigned char>(c);
+        // In UTF-8 U+0080 to U+009F as well, which terminals obey.
+        bool const isControl =
+            code < 0x20 || code == 0x7F || (before == 0xC2 && code >= 0x80 && code < 0xA0);
         result += isControl && c != '\n' ? '?' : c;
+        before = code;
     }
     return result;
 }

@@ -68,6 +68,13 @@ void sendAtOnce(int descriptor)
     ::setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
 }
 
+/// Takes the place of a prompt at the terminal, at which a server would wait for ever.
+int tellNoPassPhrase(char*, int, int, void* wasAsked)
+{
+    *static_cast<bool*>(wasAsked) = true;
+    return -1;
+}
+
 void refuseOpenKey(std::string const& path)
 {
     struct stat status = {};
@@ -155,9 +162,20 @@ public:
     void useCertificate(std::string const& certificate, std::string const& key) const
     {
         refuseOpenKey(key);
+        bool wasAsked = false;
+        ::SSL_CTX_set_default_passwd_cb(context.get(), tellNoPassPhrase);
+        ::SSL_CTX_set_default_passwd_cb_userdata(context.get(), &wasAsked);
         if (::SSL_CTX_use_certificate_chain_file(context.get(), certificate.c_str()) != 1)
             throwError("The certificate " + certificate + " can't be used");
-        if (::SSL_CTX_use_PrivateKey_file(context.get(), key.c_str(), SSL_FILETYPE_PEM) != 1)
+        bool const isUsable =
+            ::SSL_CTX_use_PrivateKey_file(context.get(), key.c_str(), SSL_FILETYPE_PEM) == 1;
+        ::SSL_CTX_set_default_passwd_cb(context.get(), nullptr);
+        if (wasAsked)
+            throw TlsError("The key " + key +
+                           " needs a pass phrase, and nobody is asked for one; make a key without: "
+                           "(umask 077; openssl pkey -in " +
+                           key + " -out NEWKEY)");
+        if (!isUsable)
             throwError("The key " + key + " can't be used for the certificate " + certificate);
     }
 
@@ -197,8 +215,11 @@ public:
             if (result == 1)
                 return;
             short const events = eventsFor(result);
-            if (events == 0)
-                throw TlsError("TLS failed: " + handshakeFailure());
+            if (events == 0) {
+                std::string const reason = handshakeFailure();
+                hangUp();
+                throw TlsError("TLS failed: " + reason);
+            }
             pollfd waiting[] = {{network.get(), events, 0}, {plainEnd, 0, 0}};
             int const ready = ::poll(waiting, 2, millisecondsUntil(until));
             if (ready == 0)
@@ -373,13 +394,18 @@ private:
         return true;
     }
 
-    /// A connection that is closed while bytes lie unread is reset, and the last words would be
-    /// lost with it: so what still comes is taken for a moment.
     void sayGoodbye()
     {
         ::ERR_clear_error();
         if (!networkHasFailed)
             ::SSL_shutdown(session.get());
+        hangUp();
+    }
+
+    /// A connection that is closed while bytes lie unread is reset, and the last words would be
+    /// lost with it: so what still comes is taken for a moment.
+    void hangUp()
+    {
         ::shutdown(network.get(), SHUT_WR);
         auto const until = Clock::now() + FAREWELL;
         for (;;) {
@@ -469,15 +495,22 @@ TlsTunnel::TlsTunnel(Descriptor connection, TlsClientOptions const& options,
         tls.shakeHands(std::move(connection), plain.get(), limit);
     }
     SignalsHeldBack const heldBack(true);
-    m_thread = std::thread([tls = std::move(tls), plain = std::move(plain)]() mutable {
-        tls.relay(std::move(plain));
+    m_thread = std::thread([this, tls = std::move(tls), plain = std::move(plain)]() mutable {
+        m_failure = tls.relay(std::move(plain));
     });
 }
 
 TlsTunnel::~TlsTunnel()
 {
+    finish();
+}
+
+std::string TlsTunnel::finish()
+{
     m_stream.reset();
-    m_thread.join();
+    if (m_thread.joinable())
+        m_thread.join();
+    return m_failure;
 }
 
 }

@@ -70,14 +70,19 @@ public:
               std::chrono::milliseconds limit);
     TlsTunnel(TlsTunnel const&) = delete;
     TlsTunnel& operator=(TlsTunnel const&) = delete;
-    /// Waits until what was written to the stream has been passed on; the stream must be closed.
+    /// Finishes.
     ~TlsTunnel();
 
     /// The plain end, to be taken once.
     Descriptor takeStream() { return std::move(m_stream); }
 
+    /// Waits until what was written to the stream has been passed on; the stream must be closed.
+    /// Gives what went wrong, or an empty text.
+    std::string finish();
+
 private:
     Descriptor m_stream;
+    std::string m_failure; ///< The thread's until it has ended.
     std::thread m_thread;
 };
 

@@ -20,9 +20,13 @@ std::string printable(std::string const& text)
     constexpr unsigned char FIRST_PRINTABLE = 0x20;
     constexpr unsigned char DELETE = 0x7f;
     std::string result;
+    unsigned char before = 0;
     for (char const c : text.substr(0, MAX_LENGTH)) {
         auto const code = static_cast<unsigned char>(c);
-        if (code >= FIRST_PRINTABLE && code != DELETE)
+        // In UTF-8 U+0080 to U+009F as well, which terminals obey.
+        bool const isSecondHalf = before == 0xC2 && code >= 0x80 && code < 0xA0;
+        before = code;
+        if (code >= FIRST_PRINTABLE && code != DELETE && !isSecondHalf)
             result += c;
         else
             result += {'\\', 'x', DIGITS[code >> 4], DIGITS[code & 0xF]};

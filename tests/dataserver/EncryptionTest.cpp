@@ -195,8 +195,12 @@ TEST_F(Encryption, ClientsMustShowACertificateWhereOneIsWanted)
         }
         // The server's word on it comes after our own part of the handshake.
         EncryptedClient client(address, other);
+        // It comes through what is on its way.
+        client.client->socket().sendString(std::string(100'000, 'x'));
         EXPECT_TRUE(client.client->seesEnd());
         client.client->close();
+        EXPECT_EQ(client.tunnel.finish(),
+                  showsForeign ? "tlsv1 alert unknown ca" : "tlsv13 alert certificate required");
     }
     EXPECT_TRUE(program->logHolds("peer did not return a certificate")) << program->log();
     Certificate const mine = makeCertificate(folder.string(), "mine", "me.test", &authority);
@@ -335,6 +339,12 @@ TEST_F(Encryption, FilesThatCannotBeUsedAreSaidAtTheStart)
         EXPECT_EQ(statusOf(words), status);
         EXPECT_NE(lastLog().find(said), std::string::npos) << lastLog();
     }
+    std::string const locked = lockedKey(server);
+    EXPECT_EQ(statusOf({"--listen", where, "--tls-cert", server.certificate, "--tls-key", locked}),
+              1);
+    EXPECT_NE(lastLog().find("The key " + locked + " needs a pass phrase, and nobody is asked"),
+              std::string::npos)
+        << lastLog();
     ASSERT_EQ(::chmod(server.key.c_str(), 0644), 0);
     EXPECT_EQ(
         statusOf({"--listen", where, "--tls-cert", server.certificate, "--tls-key", server.key}),

@@ -82,4 +82,17 @@ Certificate makeCertificate(std::string const& folder, std::string const& name,
     return result;
 }
 
+std::string lockedKey(Certificate const& certificate)
+{
+    Key const key(
+        ::PEM_read_PrivateKey(open(certificate.key, "r").get(), nullptr, nullptr, nullptr),
+        ::EVP_PKEY_free);
+    unsigned char const phrase[] = "open sesame";
+    std::string const path = certificate.key + ".locked";
+    ::PEM_write_PrivateKey(open(path, "w").get(), key.get(), ::EVP_aes_128_cbc(), phrase,
+                           sizeof(phrase) - 1, nullptr, nullptr);
+    ::chmod(path.c_str(), 0600);
+    return path;
+}
+
 }

@@ -17,4 +17,7 @@ Certificate makeCertificate(std::string const& folder, std::string const& name,
                             std::string const& host, Certificate const* issuer = nullptr,
                             int validDays = 1);
 
+/// The same key in a file that needs a pass phrase.
+std::string lockedKey(Certificate const& certificate);
+
 }

@@ -144,6 +144,9 @@ std::vector<std::string> const wrongUsages[] = {
     {"plane", "a", "--zone", "1", "--i", "1", "--j", "1", "--k", "1"},
     {"plane", "a", "--zone", "1", "--i", "x"},
     {"types", "--connect", "nowhere"},
+    {"types", "--connect", ""},
+    {"types", "--connect", "unix:/x", "--token-file", ""},
+    {"types", "--connect", "tls:localhost:1", "--tls-ca", ""},
     {"types", "--connect", "tcp:host"},
     {"types", "--connect", "unix:/x", "--addon", "a.so"},
     {"types", "--token-file", "t"}};
@@ -340,8 +343,8 @@ TEST_F(VnxClient, FindsByValueWhatItsValuesShow)
 {
     std::vector<std::string> const files{DATA + "tjunction_grid.hdqfs",
                                          DATA + "tjunction_t05.hdqfs"};
-    Result const text = run({"find", files[0], files[1], "--zone", "1", "--value", "p=3",
-                             "--value", "8=0.5"});
+    Result const text =
+        run({"find", files[0], files[1], "--zone", "1", "--value", "p=3", "--value", "8=0.5"});
     ASSERT_EQ(text.status, 0) << text.error;
     EXPECT_THAT(text.output, StartsWith("# 7 of 22 node subzones of zone 1 'internal' may hold "
                                         "p = 3, k = 0.5\n7\n9\n"));
@@ -370,9 +373,9 @@ TEST_F(VnxClient, FindsByValueWhatItsValuesShow)
     }
     EXPECT_EQ(found.at("subzones"), expected);
     // By cells, of a variable at nodes.
-    EXPECT_THAT(run({"find", files[0], files[1], "--zone", "1", "--value", "p=3", "--of", "cells"})
-                    .output,
-                HasSubstr(" of 16 cell subzones "));
+    EXPECT_THAT(
+        run({"find", files[0], files[1], "--zone", "1", "--value", "p=3", "--of", "cells"}).output,
+        HasSubstr(" of 16 cell subzones "));
     EXPECT_THAT(run({"find", files[0], files[1], "--zone", "1", "--value", "p_cell=3"}).output,
                 HasSubstr(" of 16 cell subzones "));
 }
@@ -509,6 +512,26 @@ TEST_F(VnxClient, FullDiskIsAFailure)
     EXPECT_THAT(result.error, HasSubstr("Could not write to standard output: No space left"));
 }
 
+/// Run by a shell that makes something of its own of the descriptors or signals.
+Result runAs(std::string const& preparation, std::vector<std::string> const& arguments)
+{
+    std::vector<std::string> words{"/bin/sh", "-c", preparation, CLIENT};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    Process process(words);
+    int const status = process.wait();
+    return {status, process.output(), process.error()};
+}
+
+TEST_F(VnxClient, ClosedStandardOutputIsNotTheServersConnection)
+{
+    Result const result = runAs("exec \"$0\" \"$@\" >&-", {"types"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error,
+              "vnxclient: Could not write to standard output: Bad file descriptor.\n");
+    EXPECT_EQ(runAs("exec \"$0\" \"$@\" <&- 2>&-", {"types"}).output,
+              "Loader:     HDQFS\nExtensions: hdqfs\n");
+}
+
 TEST_F(VnxClient, EndsQuietlyWhenNobodyReads)
 {
     Process::Setup setup;
@@ -598,6 +621,18 @@ TEST_P(VnxClientSignal, EndsClientAndServerWithinATenthOfASecond)
 INSTANTIATE_TEST_SUITE_P(Signals, VnxClientSignal,
                          testing::Values(SIGINT, SIGTERM, SIGHUP, SIGKILL),
                          [](auto const& test) { return "Signal" + std::to_string(test.param); });
+
+TEST_F(VnxClient, SignalThatIsIgnoredStaysSo)
+{
+    std::string const file = fileNamed("hangs.hdqfs");
+    Process client({"/bin/sh", "-c", "trap '' HUP; exec \"$0\" \"$@\"", CLIENT, "info", file,
+                    "--addon", TEST_ADDON});
+    ASSERT_GT(hangingAt(file), 1);
+    client.signal(SIGHUP);
+    EXPECT_FALSE(client.isAllGone(500ms));
+    client.signal(SIGTERM);
+    EXPECT_EQ(client.wait(), -SIGTERM);
+}
 
 TEST_F(VnxClient, InterruptRemovesTheUnfinishedFile)
 {
@@ -708,8 +743,39 @@ TEST_F(VnxClientConnected, SpeaksByTlsToAServerOfTheRightName)
     EXPECT_EQ(
         run({"types", "--connect", byName, "--tls-ca", own.certificate, "--tls-any-name"}).status,
         0);
-    EXPECT_EQ(run({"types", "--connect", address}).status, 1) << "without TLS";
+    Result const plain = run({"types", "--connect", address});
+    EXPECT_EQ(plain.status, 1);
+    EXPECT_THAT(plain.error, HasSubstr("\nIf it speaks TLS, its address is " + encrypted + ".\n"));
     EXPECT_EQ(run({"types", "--connect", address, "--tls-ca", own.certificate}).status, 2);
+}
+
+TEST_F(VnxClientConnected, IsToldWhatAServerHasAgainstItsCertificate)
+{
+    Certificate const own = makeCertificate(folder.string(), "own", "127.0.0.1");
+    start({"--listen", "tcp:127.0.0.1:0", "--tls-cert", own.certificate, "--tls-key", own.key,
+           "--tls-client-ca", own.certificate});
+    std::string const encrypted = "tls" + address.substr(address.find(':'));
+    Result const without = run({"types", "--connect", encrypted, "--tls-ca", own.certificate});
+    EXPECT_EQ(without.status, 1);
+    EXPECT_EQ(without.error, "vnxclient: Can't connect to " + encrypted +
+                                 ": TLS failed: tlsv13 alert certificate required.\nThe server "
+                                 "wants to see a certificate: give one with --tls-cert and "
+                                 "--tls-key.\n");
+    Result const locked = run({"types", "--connect", encrypted, "--tls-ca", own.certificate,
+                               "--tls-cert", own.certificate, "--tls-key", lockedKey(own)});
+    EXPECT_EQ(locked.status, 1);
+    EXPECT_THAT(locked.error, HasSubstr("needs a pass phrase, and nobody is asked for one"));
+}
+
+TEST_F(VnxClient, AddressesAreCalledAsTheirUserWroteThem)
+{
+    EXPECT_THAT(run({"types", "--connect", "tls:localhost"}).error,
+                StartsWith("vnxclient: 'tls:localhost' has no port; write tls:HOST:PORT.\n"));
+    EXPECT_THAT(run({"types", "--connect", "tls:127.0.0.1:1"}).error,
+                StartsWith("vnxclient: Can't connect to tls:127.0.0.1:1: "));
+    EXPECT_THAT(run({"types", "--connect", "nowhere"}).error,
+                StartsWith("vnxclient: 'nowhere' is no address; write unix:PATH, tcp:HOST:PORT, "
+                           "tls:HOST:PORT or ssh:[USER@]HOST.\n"));
 }
 
 TEST_F(VnxClient, SpeaksThroughSsh)

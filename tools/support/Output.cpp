@@ -66,13 +66,37 @@ void Output::finish()
         fail();
 }
 
+namespace {
+
+/// A terminal obeys these as well: U+0080 to U+009F, in UTF-8.
+bool isControlBehind(unsigned char lead, unsigned char c)
+{
+    return lead == 0xC2 && c >= 0x80 && c < 0xA0;
+}
+
+std::string withoutControls(std::string text, bool keepsLineBreaks)
+{
+    unsigned char before = 0;
+    for (char& c : text) {
+        auto const code = static_cast<unsigned char>(c);
+        bool const isLineBreak = keepsLineBreaks && c == '\n';
+        if (((code < 0x20 || code == 0x7F) && !isLineBreak) || isControlBehind(before, code))
+            c = '?';
+        before = code;
+    }
+    return text;
+}
+
+}
+
 std::string shown(std::string const& text)
 {
-    std::string result = text;
-    for (char& c : result)
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F)
-            c = '?';
-    return result;
+    return withoutControls(text, false);
+}
+
+std::string shownLines(std::string const& text)
+{
+    return withoutControls(text, true);
 }
 
 namespace {

@@ -36,6 +36,8 @@ private:
 
 /// Received text on a line of ours: control characters, line breaks among them, become '?'.
 std::string shown(std::string const& text);
+/// Text of several lines, such as a message that tells of what a file or a server has said.
+std::string shownLines(std::string const& text);
 /// A number in as few digits as bring it back.
 std::string shown(double number);
 std::string shown(float number);

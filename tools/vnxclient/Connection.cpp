@@ -22,6 +22,7 @@ using socketutil::Descriptor;
 namespace {
 
 constexpr char SSH_PREFIX[] = "ssh:";
+constexpr char UNIX_PREFIX[] = "unix:";
 constexpr char TLS_PREFIX[] = "tls:";
 constexpr char TCP_PREFIX[] = "tcp:";
 
@@ -63,14 +64,31 @@ private:
     sigset_t m_before;
 };
 
-Descriptor connectTo(std::string const& address)
+bool startsWith(std::string const& address, char const* prefix)
 {
+    return address.rfind(prefix, 0) == 0;
+}
+
+/// Words about an address as its user wrote it, to whom the two are not the same.
+std::string withTls(std::string text)
+{
+    for (std::size_t at = 0; (at = text.find(TCP_PREFIX, at)) != std::string::npos; ++at)
+        text.replace(at, sizeof(TCP_PREFIX) - 1, TLS_PREFIX);
+    return text;
+}
+
+/// isTls says how texts call an address of the kind tcp:.
+Descriptor connectTo(std::string const& address, bool isTls = false)
+{
+    auto const worded = [isTls](char const* text) {
+        return isTls ? withTls(text) : std::string(text);
+    };
     try {
         return socketutil::connectTo(socketutil::parseAddress(address));
     } catch (std::invalid_argument const& error) {
-        throw WrongUsage(error.what());
+        throw WrongUsage(worded(error.what()));
     } catch (socketutil::SocketException const& error) {
-        throw client::ConnectionLost(std::string(error.what()) +
+        throw client::ConnectionLost(worded(error.what()) +
                                      "\nIs the server running, and is this its address? It says so "
                                      "in its log when it starts.");
     }
@@ -78,18 +96,18 @@ Descriptor connectTo(std::string const& address)
 
 bool isSsh(std::string const& address)
 {
-    return address.rfind(SSH_PREFIX, 0) == 0;
+    return startsWith(address, SSH_PREFIX);
 }
 
 bool isTls(std::string const& address)
 {
-    return address.rfind(TLS_PREFIX, 0) == 0;
+    return startsWith(address, TLS_PREFIX);
 }
 
 std::unique_ptr<socketutil::TlsTunnel> connectByTls(ConnectionOptions const& options)
 {
     std::string const address = TCP_PREFIX + options.address.substr(sizeof(TLS_PREFIX) - 1);
-    Descriptor connection = connectTo(address);
+    Descriptor connection = connectTo(address, true);
     socketutil::TlsClientOptions tls = options.tls;
     tls.host = socketutil::parseAddress(address).host;
     try {
@@ -100,8 +118,25 @@ std::unique_ptr<socketutil::TlsTunnel> connectByTls(ConnectionOptions const& opt
     }
 }
 
+/// What the handshake of our side can't know: the server may look at our certificate after it.
+std::string reasonOfTls(std::string const& reason, ConnectionOptions const& options)
+{
+    std::string const text = "Can't connect to " + options.address + ": TLS failed: " + reason;
+    return options.tls.certificate.empty() && reason.find("certificate required") < reason.size()
+               ? text + ".\nThe server wants to see a certificate: give one with --tls-cert and "
+                        "--tls-key."
+               : text + ".";
+}
+
 void checkUsage(ConnectionOptions const& options)
 {
+    bool isKnown = options.address.empty();
+    for (char const* const prefix : {UNIX_PREFIX, TCP_PREFIX, TLS_PREFIX, SSH_PREFIX})
+        isKnown = isKnown || startsWith(options.address, prefix);
+    if (!isKnown)
+        throw WrongUsage("'" + options.address +
+                         "' is no address; write unix:PATH, tcp:HOST:PORT, tls:HOST:PORT or "
+                         "ssh:[USER@]HOST.");
     bool const startsServer = options.address.empty() || isSsh(options.address);
     if (!options.addon.empty() && !startsServer)
         throw WrongUsage("--addon is for a server that is started here or through ssh; one that is "
@@ -134,8 +169,12 @@ void installSignalHandlers()
     struct sigaction action = {};
     action.sa_handler = endWithServer;
     sigemptyset(&action.sa_mask);
-    for (int const signal : {SIGINT, SIGTERM, SIGHUP})
-        ::sigaction(signal, &action, nullptr);
+    // What whoever started us wants ignored stays so, as by nohup.
+    for (int const signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction before = {};
+        if (::sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN)
+            ::sigaction(signal, &action, nullptr);
+    }
 }
 
 Connection::Connection(ConnectionOptions const& options)
@@ -166,8 +205,36 @@ Connection::Connection(ConnectionOptions const& options)
         return;
     if (isSsh(options.address)) // somebody may have to find a password first
         m_engine->greet(token, std::chrono::minutes(5));
+    else if (m_tunnel != nullptr)
+        greetByTls(token, options);
     else
+        greetPlainly(token, options);
+}
+
+void Connection::greetPlainly(std::string const& token, ConnectionOptions const& options)
+{
+    try {
         m_engine->greet(token);
+    } catch (client::ConnectionLost const& error) {
+        if (!startsWith(options.address, TCP_PREFIX))
+            throw;
+        throw client::ConnectionLost(std::string(error.what()) +
+                                     "\nIf it speaks TLS, its address is " + TLS_PREFIX +
+                                     options.address.substr(sizeof(TCP_PREFIX) - 1) + ".");
+    }
+}
+
+void Connection::greetByTls(std::string const& token, ConnectionOptions const& options)
+{
+    try {
+        m_engine->greet(token);
+    } catch (client::ConnectionLost const&) {
+        m_engine.reset();
+        std::string const reason = m_tunnel->finish();
+        if (reason.empty())
+            throw;
+        throw client::ConnectionLost(reasonOfTls(reason, options));
+    }
 }
 
 Connection::~Connection()

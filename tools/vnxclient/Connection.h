@@ -35,6 +35,9 @@ public:
     void close();
 
 private:
+    void greetPlainly(std::string const& token, ConnectionOptions const& options);
+    void greetByTls(std::string const& token, ConnectionOptions const& options);
+
     std::unique_ptr<client::ServerProcess> m_server;
     std::unique_ptr<socketutil::TlsTunnel> m_tunnel;
     std::unique_ptr<client::Engine> m_engine;

@@ -5,6 +5,7 @@
 #include "tools/vnxclient/Connection.h"
 #include "tools/support/Output.h"
 #include "tools/support/ProgressBar.h"
+#include "tools/support/StandardDescriptors.h"
 #include "tools/vnxclient/Reports.h"
 #include "tools/vnxclient/Search.h"
 #include "tools/vnxclient/ValueReport.h"
@@ -143,26 +144,38 @@ void describeCells(CLI::App& app, Options& options, Commands& commands)
     cells.add_option("--output", options.outputPath, "write to this file");
 }
 
+/// A variable of the shell that isn't set must not switch off what was asked for.
+std::string whatIsWrongWithName(std::string const& text)
+{
+    return text.empty() ? "The name is empty; give one, or leave the option away." : "";
+}
+
 Commands describe(CLI::App& app, Options& options)
 {
+    CLI::Validator const isNamed(whatIsWrongWithName, "");
     app.set_version_flag("--version", "vnxclient " VNX_VERSION);
     app.require_subcommand(1);
     app.fallthrough();
     app.add_option("--connect", options.connection.address,
                    "server: unix:PATH, tcp:HOST:PORT, tls:HOST:PORT or ssh:[USER@]HOST; without it "
-                   "one is started for local files");
+                   "one is started for local files")
+        ->check(isNamed);
     app.add_option("--tls-ca", options.connection.tls.ca,
                    "file of the certificates that may sign a server's, instead of those that this "
-                   "system trusts");
+                   "system trusts")
+        ->check(isNamed);
     app.add_option("--tls-cert", options.connection.tls.certificate,
-                   "file of our own certificate, for a server that wants one");
-    app.add_option("--tls-key", options.connection.tls.key, "file of its key");
+                   "file of our own certificate, for a server that wants one")
+        ->check(isNamed);
+    app.add_option("--tls-key", options.connection.tls.key, "file of its key")->check(isNamed);
     app.add_flag("!--tls-any-name", options.connection.tls.checksName,
                  "take a certificate for any name, if it is signed as it has to be");
     app.add_option("--token-file", options.connection.tokenFile,
-                   "file whose first line is the token to show; for its owner's eyes only");
+                   "file whose first line is the token to show; for its owner's eyes only")
+        ->check(isNamed);
     app.add_option("--addon", options.connection.addon,
-                   "loader add-on of a server that is started here or through ssh");
+                   "loader add-on of a server that is started here or through ssh")
+        ->check(isNamed);
     app.add_flag("--allow-root", options.connection.allowsRoot,
                  "the server that is started through ssh may run as root");
     app.add_flag("--json", options.asJson, "write JSON");
@@ -284,7 +297,7 @@ void run(Commands const& commands, Options const& options, ProgressBar& bar)
 
 int complain(std::exception const& error, int status)
 {
-    std::fprintf(stderr, "vnxclient: %s\n", error.what());
+    std::fprintf(stderr, "vnxclient: %s\n", shownLines(error.what()).c_str());
     return status;
 }
 
@@ -313,6 +326,7 @@ int guardedRun(Commands const& commands, Options& options)
 // NOLINTNEXTLINE(bugprone-exception-escape): without memory for its command line it may end so
 int main(int argc, char** argv)
 {
+    occupyStandardDescriptors();
     std::signal(SIGPIPE, SIG_IGN); // a reader that has gone shows as an error of its write
     installSignalHandlers();
     Options options;

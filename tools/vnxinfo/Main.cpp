@@ -2,6 +2,7 @@
 
 #include "addons/hdqfs/DataFile.h"
 #include "tools/support/Output.h"
+#include "tools/support/StandardDescriptors.h"
 #include "tools/support/WrongUsage.h"
 #include "tools/vnxinfo/Check.h"
 #include "tools/vnxinfo/Description.h"
@@ -170,7 +171,7 @@ bool reportAll(Options const& options)
 
 int complain(std::exception const& error, int status)
 {
-    std::fprintf(stderr, "vnxinfo: %s\n", error.what());
+    std::fprintf(stderr, "vnxinfo: %s\n", shownLines(error.what()).c_str());
     return status;
 }
 
@@ -195,6 +196,7 @@ int guardedRun(Options const& options)
 // NOLINTNEXTLINE(bugprone-exception-escape): without memory for its command line it may end so
 int main(int argc, char** argv)
 {
+    occupyStandardDescriptors();
     std::signal(SIGPIPE, SIG_IGN); // a reader that has gone shows as an error of its write
     Options options;
     CLI::App app{
