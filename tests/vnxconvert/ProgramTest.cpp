@@ -7,7 +7,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <csignal>
 #include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include <sys/stat.h>
 
 namespace varnox::convert::tests {
 namespace {
@@ -78,6 +84,39 @@ TEST_P(WrongUsage, IsToldWithStatus2)
 INSTANTIATE_TEST_SUITE_P(CommandLines, WrongUsage, testing::ValuesIn(usageCases),
                          [](auto const& one) { return std::string(one.param.name); });
 
+/// A set of signals of a process that waits for its input.
+std::uint64_t signalsOf(Process const& process, std::string const& set)
+{
+    std::ifstream status("/proc/" + std::to_string(process.pid()) + "/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with(set))
+            return std::stoull(line.substr(set.size()), nullptr, 16);
+    return 0;
+}
+
+TEST(VnxConvert, TakesAHangUpUnlessItIsIgnored)
+{
+    constexpr std::uint64_t HANG_UP = std::uint64_t{1} << (SIGHUP - 1);
+    TemporaryFolder const folder;
+    std::string const pipe = folder.file("never.series");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    for (bool const isIgnored : {false, true}) {
+        std::string const set = isIgnored ? "SigIgn:" : "SigCgt:";
+        Process process({"/bin/sh", "-c",
+                         std::string(isIgnored ? "trap '' HUP; " : "") + "exec \"$0\" \"$@\"",
+                         VNX_BIN_DIR "/vnxconvert", pipe, folder.file("out.hdqfs")});
+        bool isSet = false;
+        for (int i = 0; i < 500 && !isSet; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            bool const isPrepared = (signalsOf(process, "SigCgt:") & (1U << (SIGTERM - 1))) != 0;
+            isSet = isPrepared && (signalsOf(process, set) & HANG_UP) != 0;
+        }
+        EXPECT_TRUE(isSet) << set;
+        process.signal(SIGKILL);
+        process.wait();
+    }
+}
+
 TEST(VnxConvert, NamesAnInputThatIsNotThere)
 {
     TemporaryFolder const folder;
@@ -127,6 +166,34 @@ TEST(VnxConvert, SaysWhatItLeavesOut)
     Result const result = run({folder.file("row.vtu"), folder.file("out.hdqfs")});
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.error, "vnxconvert: 'row': 1 vertex left out, as they have no place.\n");
+}
+
+TEST(VnxConvert, SaysWhenTheReaderOfAFormatCrashes)
+{
+    TemporaryFolder const folder;
+    std::string const array = "<DataArray type='Int16' Name='c' format='ascii'>2</DataArray>";
+    writeText(folder.file("in.vti"),
+              "<VTKFile type='ImageData' version='1.0' byte_order='LittleEndian'>"
+              "<ImageData WholeExtent='0 1 0 1 0 1'><Piece Extent='0 1 0 1 0 1'>"
+              "<CellData>" +
+                  array + array + "</CellData></Piece></ImageData></VTKFile>");
+    Result const result = run({folder.file("in.vti"), folder.file("out.hdqfs")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error, "vnxconvert: Cannot read " + folder.file("in.vti") +
+                                ": VTK's reader crashes on it.\nCheck that the file is complete, "
+                                "and open it with the program that wrote it.\n");
+    EXPECT_EQ(folder.numFiles(), 1U);
+}
+
+TEST(VnxConvert, MessagesHoldNoControlCharacters)
+{
+    TemporaryFolder const folder;
+    TextGrid grid = rowOfCubes(3);
+    grid.atCells[0].name = "a&#xD;\xC2\x9B"
+                           "31m";
+    writeText(folder.file("row.vtu"), grid.vtu());
+    EXPECT_EQ(run({folder.file("row.vtu"), folder.file("out.hdqfs")}).error,
+              "vnxconvert: Cannot write 'a?\xC2?31m' (varNamesArray): it has a carriage return.\n");
 }
 
 TEST(VnxConvert, LeavesNoFileWhereItCannotWrite)

@@ -2,6 +2,7 @@
 
 #include "tools/support/Output.h"
 #include "tools/support/ProgressBar.h"
+#include "tools/support/StandardDescriptors.h"
 #include "tools/support/WrongUsage.h"
 #include "tools/vnxconvert/Conversion.h"
 
@@ -189,14 +190,14 @@ int run(CommandLine& line)
         return SUCCESS;
     } catch (WrongUsage const& error) {
         std::fprintf(stderr, "vnxconvert: %s\nRun vnxconvert --help for its usage.\n",
-                     error.what());
+                     varnox::tools::shownLines(error.what()).c_str());
         return WRONG_USAGE;
     } catch (std::bad_alloc const&) {
         std::fputs("vnxconvert: There is not enough memory.\nConvert fewer files at once, or on a "
                    "machine with more.\n",
                    stderr);
     } catch (std::exception const& error) {
-        std::fprintf(stderr, "vnxconvert: %s\n", error.what());
+        std::fprintf(stderr, "vnxconvert: %s\n", varnox::tools::shownLines(error.what()).c_str());
     }
     return FAILURE;
 }
@@ -206,9 +207,12 @@ int run(CommandLine& line)
 // NOLINTNEXTLINE(bugprone-exception-escape): without memory for its command line it may end so
 int main(int argc, char** argv)
 {
+    varnox::tools::occupyStandardDescriptors();
     std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGINT, interrupt);
-    std::signal(SIGTERM, interrupt);
+    // What whoever started us wants ignored stays so, as by nohup.
+    for (int const signal : {SIGINT, SIGTERM, SIGHUP})
+        if (std::signal(signal, interrupt) == SIG_IGN)
+            std::signal(signal, SIG_IGN);
     CommandLine line;
     CLI::App app{
         "Makes an HDQFS file of VTK and CGNS files, or of a series in time a grid file and "

@@ -47,10 +47,15 @@
 #include <vtkXMLStructuredGridReader.h>
 #include <vtkXMLUnstructuredGridReader.h>
 
+#include <array>
+#include <csignal>
 #include <cstring>
 #include <exception>
 #include <map>
+#include <memory>
 #include <stdexcept>
+
+#include <unistd.h>
 
 namespace varnox::convert {
 
@@ -410,6 +415,50 @@ void collect(vtkDataObject* data, std::string const& name, ReadOptions const& op
     result.back().name = name;
 }
 
+/// What is said if VTK's readers crash, which some damaged files bring about: duplicate names of
+/// arrays, faces of polyhedra. For a signal handler, which can't make text.
+std::array<char, 8192> lastWords{};
+constexpr std::array<int, 4> CRASHES{SIGSEGV, SIGBUS, SIGFPE, SIGABRT};
+
+extern "C" void endWithLastWords(int)
+{
+    std::size_t const length = std::strlen(lastWords.data());
+    ::_exit(::write(STDERR_FILENO, lastWords.data(), length) < 0 ? 2 : 1);
+}
+
+/// While it lives, a crash ends this process with a message and status 1.
+class CrashWords
+{
+public:
+    explicit CrashWords(std::string const& text)
+    {
+        std::size_t const length = text.copy(lastWords.data(), lastWords.size() - 1);
+        lastWords[length] = '\0';
+        stack_t stack = {};
+        stack.ss_sp = m_stack.data();
+        stack.ss_size = m_stack.size();
+        ::sigaltstack(&stack, &m_stackBefore); // ours may be what has come to its end
+        struct sigaction action = {};
+        action.sa_handler = endWithLastWords;
+        action.sa_flags = SA_ONSTACK;
+        for (std::size_t i = 0; i < CRASHES.size(); ++i)
+            ::sigaction(CRASHES[i], &action, &m_before[i]);
+    }
+    CrashWords(CrashWords const&) = delete;
+    CrashWords& operator=(CrashWords const&) = delete;
+    ~CrashWords()
+    {
+        for (std::size_t i = 0; i < CRASHES.size(); ++i)
+            ::sigaction(CRASHES[i], &m_before[i], nullptr);
+        ::sigaltstack(&m_stackBefore, nullptr);
+    }
+
+private:
+    std::array<char, 64 * 1024> m_stack{};
+    stack_t m_stackBefore = {};
+    std::array<struct sigaction, CRASHES.size()> m_before{};
+};
+
 /// Passes VTK's progress on. What the callback throws may not go through VTK.
 class Watch
 {
@@ -519,10 +568,13 @@ std::vector<Grid> readVtkFile(std::string const& path, ReadOptions const& option
     vtkNew<MessageCollector> messages;
     vtkOutputWindow::SetInstance(messages);
     vtkLogger::SetStderrVerbosity(vtkLogger::VERBOSITY_OFF);
+    auto crashWords = std::make_unique<CrashWords>(
+        "vnxconvert: Cannot read " + path + ": VTK's reader crashes on it.\n" + ADVICE + "\n");
     vtkSmartPointer<vtkAlgorithm> const reader = prepared(path, options);
     Watch const watch(*reader, path, options);
     if (messages->firstError().empty())
         reader->Update();
+    crashWords.reset();
     watch.rethrow();
     if (!messages->firstError().empty())
         failReading(path, reasonIn(messages->firstError()), ADVICE);
