@@ -20,6 +20,14 @@ set(VNX_SANITIZE OFF CACHE STRING "ON: address and undefined-behaviour sanitizer
 option(VNX_FUZZ "Link the fuzz targets with libFuzzer and watch coverage; needs clang" OFF)
 option(VNX_COVERAGE "Count what the tests run of the library; needs gcc" OFF)
 option(VNX_WERROR "Warnings are errors" ${PROJECT_IS_TOP_LEVEL})
+set(VNX_UNITY OFF CACHE STRING "Compile sources of a target as one, for clean builds: OFF, tests (only theirs) or ON")
+
+if(VNX_UNITY STREQUAL "ON")
+    set(CMAKE_UNITY_BUILD ON)
+endif()
+if(NOT CMAKE_UNITY_BUILD_BATCH_SIZE)
+    set(CMAKE_UNITY_BUILD_BATCH_SIZE 8)
+endif()
 
 find_program(VNX_CCACHE ccache)
 if(VNX_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
@@ -35,7 +43,7 @@ target_compile_options(vnx_options INTERFACE
     # GCC 12 takes a literal added ahead of a string for an overlapping copy.
     $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>
     # Sources that are compiled as one look to GCC as if they were headers, which have no anonymous namespaces.
-    $<$<AND:$<BOOL:${CMAKE_UNITY_BUILD}>,$<COMPILE_LANG_AND_ID:CXX,GNU>>:-Wno-subobject-linkage>
+    $<$<AND:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>,$<COMPILE_LANG_AND_ID:CXX,GNU>>:-Wno-subobject-linkage>
     $<$<BOOL:${VNX_WERROR}>:-Werror>)
 # Boost's geometry still includes headers that Boost calls deprecated.
 target_compile_definitions(vnx_options INTERFACE BOOST_ALLOW_DEPRECATED_HEADERS)

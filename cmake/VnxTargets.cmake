@@ -39,12 +39,13 @@ function(vnx_addon)
     target_link_libraries(${ARG_NAME} PRIVATE varnox::headers ${ARG_USES} vnx_options)
 endfunction()
 
-# vnx_test(NAME name SOURCES ... USES ... [LABELS ...] [TIMEOUT seconds])
+# vnx_test(NAME name SOURCES ... USES ... [ALONE ...] [LABELS ...] [TIMEOUT seconds])
 # The test program vnx_<name>_tests in bin/; each of its tests is a ctest named
 # <name>.<suite>.<test> with the label <name>. Where coverage is counted, a program is one test, and
-# those that VNX_COVERAGE_TESTS names have the label coverage.
+# those that VNX_COVERAGE_TESTS names have the label coverage. ALONE: those of SOURCES that use a name of another
+# one, and are compiled alone also where sources are compiled as one.
 function(vnx_test)
-    cmake_parse_arguments(ARG "" "NAME;TIMEOUT" "SOURCES;USES;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "" "NAME;TIMEOUT" "SOURCES;USES;ALONE;LABELS" ${ARGN})
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 120)
     endif()
@@ -52,9 +53,16 @@ function(vnx_test)
     add_executable(${target} ${ARG_SOURCES})
     # What is tested is compiled as users get it. The tests themselves needn't be fast, but soon there.
     target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O1>)
-    # An add-on that a test loads finds the host API in the test program. Tests may use a name twice: their
-    # sources are always compiled one by one.
+    # An add-on that a test loads finds the host API in the test program.
     set_target_properties(${target} PROPERTIES ENABLE_EXPORTS ON UNITY_BUILD OFF)
+    if(VNX_UNITY)
+        set_target_properties(${target} PROPERTIES UNITY_BUILD ON)
+        set_source_files_properties(${ARG_ALONE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+        if(VNX_SANITIZE)
+            # Between the checks of a sanitizer, GCC takes more for uninitialised than it does elsewhere.
+            target_compile_options(${target} PRIVATE -Og -Wno-error=maybe-uninitialized)
+        endif()
+    endif()
     target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}")
     target_compile_definitions(${target} PRIVATE
         VNX_SOURCE_DIR="${PROJECT_SOURCE_DIR}" VNX_BIN_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}"
