@@ -12,10 +12,16 @@
 #include "tests/hdqfs/RecordingEngine.h"
 #include "tests/hdqfs/TemporaryFile.h"
 #include "tools/vnxinfo/Check.h"
+#include "tools/vnxinfo/JsonReport.h"
+#include "tools/vnxinfo/RawTags.h"
+#include "tools/vnxinfo/TreeReport.h"
+#include "varnox/hdqfswriter/FileWriter.h"
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <numeric>
 #include <stdexcept>
 #include <string>
@@ -488,6 +494,144 @@ TEST(CostOfFiles, CheckOfABlockThatManyVariablesShare)
         EXPECT_FALSE(tools::findFaults(path).isEmpty());
         return std::string();
     });
+}
+
+/// Bricks whose corners are nodes of all subzones, as if nodes were numbered at random.
+class ScatteredBricks final : public hdqfswriter::ZoneSource
+{
+public:
+    static constexpr std::uint64_t NODE_SUBZONES = 2048;
+    static constexpr std::uint64_t NODES = NODE_SUBZONES * 256;
+    static constexpr std::uint64_t BRICKS = std::uint64_t{100} * 256;
+
+    void const* values(std::uint32_t, std::uint32_t, void* buffer) override
+    {
+        auto* const out = static_cast<std::uint8_t*>(buffer);
+        for (std::uint64_t n = 0; n < NODES; ++n)
+            out[n] = static_cast<std::uint8_t>(n % 251);
+        return buffer;
+    }
+
+    std::uint64_t const* cells(std::uint32_t, std::uint32_t, std::uint64_t* buffer) override
+    {
+        for (std::uint64_t corner = 0; corner < 8 * BRICKS; ++corner)
+            buffer[corner] = corner % NODE_SUBZONES * 256 + corner / NODE_SUBZONES % 256;
+        return buffer;
+    }
+
+    double const* positions(std::uint32_t, double*) override { return nullptr; }
+};
+
+TEST(CostOfFiles, CheckOfCellsThatReferToManyNodeSubzones)
+{
+    hdqfswriter::Zone zone;
+    zone.name = "scattered";
+    zone.type = hdqfswriter::ZoneType::Brick;
+    zone.partitions.push_back({{}, ScatteredBricks::NODES, {ScatteredBricks::BRICKS}});
+    zone.variables.assign(12, {hdqfswriter::ValueType::Byte});
+    zone.source = std::make_shared<ScatteredBricks>();
+    hdqfswriter::DataSet dataSet;
+    for (std::size_t v = 0; v < zone.variables.size(); ++v)
+        dataSet.variableNames.push_back("v" + std::to_string(v));
+    dataSet.zones = {zone};
+    TemporaryFile const written("");
+    hdqfswriter::writeFile(written.path(), dataSet);
+    std::ifstream file(written.path(), std::ios::binary);
+    std::string const contents{std::istreambuf_iterator<char>(file), {}};
+    withinBounds(contents, [](std::string const& path) {
+        EXPECT_TRUE(tools::findFaults(path).isEmpty());
+        return std::string();
+    });
+}
+
+/// Zones that share the cells of the first.
+TEST(CostOfFiles, CheckOfManyZonesThatShareTheirCellsAndHaveNoValues)
+{
+    hdqfswriter::Zone zone;
+    zone.name = "scattered";
+    zone.type = hdqfswriter::ZoneType::Brick;
+    zone.partitions.push_back({{}, ScatteredBricks::NODES, {ScatteredBricks::BRICKS}});
+    zone.variables.assign(1, {hdqfswriter::ValueType::Byte});
+    zone.source = std::make_shared<ScatteredBricks>();
+    hdqfswriter::DataSet dataSet;
+    dataSet.variableNames = {"v"};
+    dataSet.zones = {zone};
+    zone.connectivityFrom = 0;
+    zone.variables.front().isPassive = true;
+    dataSet.zones.resize(4000, zone);
+    TemporaryFile const written("");
+    hdqfswriter::writeFile(written.path(), dataSet);
+    std::ifstream file(written.path(), std::ios::binary);
+    std::string const contents{std::istreambuf_iterator<char>(file), {}};
+    withinBounds(contents, [](std::string const& path) {
+        EXPECT_TRUE(tools::findFaults(path).isEmpty());
+        return std::string();
+    });
+}
+
+/// Describes a file, and holds that to its bounds. Returns what is written.
+std::string describedWithinBounds(std::string const& contents,
+                                  std::function<void(DataFile&, tools::Output&)> const& describe)
+{
+    TemporaryFile const written("");
+    withinBounds(contents, [&](std::string const& path) {
+        DataFile file(path);
+        tools::Output output(written.path());
+        describe(file, output);
+        output.finish();
+        return std::string();
+    });
+    std::ifstream file(written.path(), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST(CostOfFiles, DescriptionOfAZoneOfManyPartitions)
+{
+    std::vector<Layers> ends;
+    for (std::uint64_t p = 0; p < 30'000; ++p)
+        ends.push_back({p, p});
+    std::string const contents = orderedPartitions(ends.size(), ends).contents();
+    EXPECT_NE(describedWithinBounds(contents,
+                                    [](DataFile& file, tools::Output& output) {
+                                        tools::JsonReport report(output);
+                                        tools::describe(file, 0, report);
+                                    })
+                  .find("\"number\": 30000"),
+              std::string::npos);
+    EXPECT_NE(describedWithinBounds(contents,
+                                    [](DataFile& file, tools::Output& output) {
+                                        tools::TreeReport report(output);
+                                        tools::describe(file, 0, report);
+                                    })
+                  .find("partition 30000:"),
+              std::string::npos);
+}
+
+TEST(CostOfFiles, TagsOfAZoneOfManyPartitions)
+{
+    std::vector<Layers> ends;
+    for (std::uint64_t p = 0; p < 60'000; ++p)
+        ends.push_back({p, p});
+    EXPECT_NE(describedWithinBounds(orderedPartitions(ends.size(), ends).contents(),
+                                    [](DataFile& file, tools::Output& output) {
+                                        tools::JsonReport report(output);
+                                        tools::describeTags(file, {}, report);
+                                    })
+                  .find("\"partition\": 60000"),
+              std::string::npos);
+}
+
+TEST(CostOfFiles, TagsOfManyZones)
+{
+    LyingFile lie;
+    lie.numZones = 2000;
+    lie.header = [](FileBuilder& file) { return file.tagList(Tags(200, {1536, "", 64})); };
+    std::string const text =
+        describedWithinBounds(lie.contents(), [](DataFile& file, tools::Output& output) {
+            tools::JsonReport report(output);
+            tools::describeTags(file, {}, report);
+        });
+    EXPECT_NE(text.find("\"zone\": 2000"), std::string::npos);
 }
 
 TEST(CostOfFiles, ManyVariablesInOneFileAndManyZonesInAnother)

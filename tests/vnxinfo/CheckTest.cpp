@@ -2,6 +2,7 @@
 
 #include "addons/hdqfs/DataFile.h"
 #include "tests/hdqfs/TemporaryFile.h"
+#include "tools/vnxinfo/JsonReport.h"
 #include "tools/vnxinfo/RawTags.h"
 
 #include <gmock/gmock.h>
@@ -292,7 +293,9 @@ TEST(Check, FindsEveryChangedDigitOfATagInText)
     for (char const* sample : {"tjunction_ascii_grid", "tjunction_ascii_t05"}) {
         ChangingCopy const copy(sample);
         DataFile file(copy.path());
-        Json const lists = describeTags(file, {});
+        KeptReport report;
+        describeTags(file, {}, report);
+        Json const& lists = report.json();
         std::mt19937 random(SEED);
         for (Json const* list : {&lists["dataSet"], &lists["zones"][0]})
             for (Json const& tag : (*list)["tags"]) {

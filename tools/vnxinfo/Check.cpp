@@ -210,6 +210,8 @@ private:
                 ranges.finish();
             return;
         }
+        if (ranges.isEmpty())
+            return; // many zones may share the connectivity of one
         CheckedFile& meshFile = m_grid != nullptr ? *m_grid : m_file;
         if (m_sources.empty())
             m_sources = connectivitySources(meshFile);

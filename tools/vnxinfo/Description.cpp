@@ -3,9 +3,9 @@
 #include "addons/hdqfs/AnnotationReader.h"
 #include "filedata/DataSetHeader.h"
 #include "filedata/ZoneTypes.h"
+#include "tools/vnxinfo/JsonReport.h"
 #include "tools/vnxinfo/Names.h"
 
-#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <stdexcept>
@@ -69,36 +69,44 @@ Json boxOf(ZoneMetadata const& zone, std::size_t partition)
     return {{"min", {low.i, low.j, low.k}}, {"max", {high.i, high.j, high.k}}};
 }
 
-/// Where the blocks of a partition are.
-Json blocksOf(PartitionMetadata const& partition)
+void listLocations(std::string const& name,
+                   hdqio::LightweightVector<std::uint64_t> const& locations, Report& out)
 {
-    Json cells = Json::array();
-    for (auto const& section : partition.cszConnFileLocs)
-        for (std::uint64_t const loc : section)
-            cells.push_back(locationOf(loc));
-    Json nodes = Json::array();
-    for (std::uint64_t const loc : partition.nszConnFileLocs)
-        nodes.push_back(locationOf(loc));
-    Json variables = Json::array();
-    for (std::size_t v = 0; v < partition.varFileLocs.size(); ++v)
-        variables.push_back({{"number", v + 1},
-                             {"nodeSubzoneRanges", locationOf(partition.varFileLocs[v])},
-                             {"cellSubzoneRanges", locationOf(partition.varCszMinMaxFileLocs[v])},
-                             {"values", locationOf(partition.varDataFileLocs[v])}});
-    return {{"variables", variables},
-            {"cellConnectivity", cells},
-            {"nodeConnectivity", nodes},
-            {"referredPartitions", [&] {
-                 Json result = Json::array();
-                 for (std::uint32_t const p : partition.refPartitions)
-                     result.push_back(std::uint64_t{p} + 1);
-                 return result;
-             }()}};
+    out.beginList(name, locations.size());
+    for (std::uint64_t const loc : locations)
+        out.item(locationOf(loc));
+    out.end();
 }
 
-Json partitionOf(DataFile& file, std::uint32_t zoneIndex, std::uint32_t p, bool withBlocks)
+/// Where the blocks of a partition are.
+void describeBlocks(PartitionMetadata const& partition, Report& out)
+{
+    out.beginObject("blocks");
+    out.beginList("variables", partition.varFileLocs.size());
+    for (std::size_t v = 0; v < partition.varFileLocs.size(); ++v)
+        out.item({{"number", v + 1},
+                  {"nodeSubzoneRanges", locationOf(partition.varFileLocs[v])},
+                  {"cellSubzoneRanges", locationOf(partition.varCszMinMaxFileLocs[v])},
+                  {"values", locationOf(partition.varDataFileLocs[v])}});
+    out.end();
+    out.beginList("cellConnectivity");
+    for (auto const& section : partition.cszConnFileLocs)
+        for (std::uint64_t const loc : section)
+            out.item(locationOf(loc));
+    out.end();
+    listLocations("nodeConnectivity", partition.nszConnFileLocs, out);
+    out.beginList("referredPartitions", partition.refPartitions.size());
+    for (std::uint32_t const p : partition.refPartitions)
+        out.item(std::uint64_t{p} + 1);
+    out.end();
+    out.end();
+}
+
+void describePartition(DataFile& file, std::uint32_t zoneIndex, std::uint32_t p, bool withBlocks,
+                       Report& out)
 {
     ZoneMetadata const& zone = file.zone(zoneIndex);
+    PartitionMetadata const* const blocks = withBlocks ? &file.partition(zoneIndex, p) : nullptr;
     std::int64_t cells = 0;
     std::uint64_t cellSubzones = 0;
     for (std::size_t s = 0; s < zone.numCellsPerSecPtn.size(); ++s) {
@@ -114,15 +122,18 @@ Json partitionOf(DataFile& file, std::uint32_t zoneIndex, std::uint32_t p, bool 
     result["cells"] = cells;
     result["nodeSubzones"] = zone.numNszsPerPtn[p];
     result["cellSubzones"] = cellSubzones;
-    if (withBlocks)
-        result["blocks"] = blocksOf(file.partition(zoneIndex, p));
-    return result;
+    out.beginObject();
+    out.members(result);
+    if (blocks != nullptr)
+        describeBlocks(*blocks, out);
+    out.end();
 }
 
-Json variablesOf(DataFile const& file, std::uint32_t z, ZoneMetadata const* plainZone)
+void describeVariables(DataFile const& file, std::uint32_t z, ZoneMetadata const* plainZone,
+                       Report& out)
 {
     ZoneVarMetadata const& headers = file.headers();
-    Json result = Json::array();
+    out.beginList("variables", file.numVars());
     for (std::uint32_t v = 0; v < file.numVars(); ++v) {
         hdqio::MinMax const& range = headers.zoneMinMaxes[v][z];
         Json variable = {{"number", v + 1},
@@ -134,100 +145,120 @@ Json variablesOf(DataFile const& file, std::uint32_t z, ZoneMetadata const* plai
                          {"sharedFromZone", numberOrNull(file.sharedFrom(z, v))}};
         if (plainZone != nullptr && !plainZone->classicVarFileLocs.isNull())
             variable["values"] = locationOf(plainZone->classicVarFileLocs[v]);
-        result.push_back(variable);
+        out.item(variable);
     }
-    return result;
+    out.end();
 }
 
-void describeHeaderOf(DataFile& file, std::uint32_t z, bool withBlocks, Json& result)
+void describeHeaderOf(DataFile& file, std::uint32_t z, bool withBlocks, Report& out)
 {
     ZoneMetadata const& zone = file.zone(z);
     if (zone.nodeMapFileLoc > 0)
-        result["nodeMap"] = zone.nodeMapFileLoc;
+        out.members({{"nodeMap", zone.nodeMapFileLoc}});
     if (zone.userFaceNbrFileLoc > 0)
-        result["faceNeighbors"] = zone.userFaceNbrFileLoc;
-    Json partitions = Json::array();
-    for (std::uint32_t p = 0; zone.isHdqZone && p < zone.numPartitions; ++p)
-        partitions.push_back(partitionOf(file, z, p, withBlocks));
-    result["partitions"] = partitions;
-    result["variables"] = variablesOf(file, z, zone.isHdqZone ? nullptr : &zone);
+        out.members({{"faceNeighbors", zone.userFaceNbrFileLoc}});
+    std::uint32_t const numPartitions = zone.isHdqZone ? zone.numPartitions : 0;
+    out.beginList("partitions", numPartitions);
+    for (std::uint32_t p = 0; p < numPartitions; ++p)
+        describePartition(file, z, p, withBlocks, out);
+    out.end();
 }
 
-Json zoneOf(DataFile& file, std::uint32_t z, bool withBlocks)
+void describeZone(DataFile& file, std::uint32_t z, bool withBlocks, Report& out)
 {
     ZoneVarMetadata const& headers = file.headers();
     ZoneMetadata stored;
     hdqio::storeZoneMetadata(headers, static_cast<int>(z), 0, stored);
-    Json result = {{"number", z + 1},
-                   {"name", headers.zoneNames[z]},
-                   {"type", zoneTypeName(stored.zoneType)},
-                   {"letter", std::string(1, headers.zoneTypes[z])},
-                   {"inSubzones", stored.isHdqZone != 0},
-                   {"dimensions", stored.numDimensions},
-                   {"size", sizeOf(stored)},
-                   {"header", locationOf(file.zoneHeaderFileLoc(z))},
-                   {"solutionTime", jsonOf(headers.solutionTimes[z])},
-                   {"strand", static_cast<std::int32_t>(headers.strandIDs[z])},
-                   {"parentZone", numberOrNull(headers.parentZones[z])},
-                   {"sharesConnectivityOfZone", numberOrNull(headers.shareConnectivity[z])},
-                   {"faceNeighborMode", headers.faceNbrModes[z]},
-                   {"sections", sectionsOf(stored)}};
+    out.beginObject();
+    out.members({{"number", z + 1},
+                 {"name", headers.zoneNames[z]},
+                 {"type", zoneTypeName(stored.zoneType)},
+                 {"letter", std::string(1, headers.zoneTypes[z])},
+                 {"inSubzones", stored.isHdqZone != 0},
+                 {"dimensions", stored.numDimensions},
+                 {"size", sizeOf(stored)},
+                 {"header", locationOf(file.zoneHeaderFileLoc(z))},
+                 {"solutionTime", jsonOf(headers.solutionTimes[z])},
+                 {"strand", static_cast<std::int32_t>(headers.strandIDs[z])},
+                 {"parentZone", numberOrNull(headers.parentZones[z])},
+                 {"sharesConnectivityOfZone", numberOrNull(headers.shareConnectivity[z])},
+                 {"faceNeighborMode", headers.faceNbrModes[z]},
+                 {"sections", sectionsOf(stored)}});
+    std::size_t const depth = out.depth();
+    ZoneMetadata const* plainZone = nullptr;
     try {
-        describeHeaderOf(file, z, withBlocks, result);
-    } catch (std::exception const& error) {
-        result["error"] = error.what();
-        result["variables"] = variablesOf(file, z, nullptr);
+        describeHeaderOf(file, z, withBlocks, out);
+        plainZone = file.zone(z).isHdqZone ? nullptr : &file.zone(z);
+    } catch (std::runtime_error const& error) {
+        while (out.depth() > depth)
+            out.end();
+        out.members({{"error", error.what()}});
     }
-    return result;
+    describeVariables(file, z, plainZone, out);
+    out.end();
 }
 
 template <typename Entry, typename Describe>
-Json listOf(hdqio::LightweightVector<Entry> const& entries, Describe const& describeEntry)
+void list(std::string const& name, hdqio::LightweightVector<Entry> const& entries, Report& out,
+          Describe const& describeEntry)
 {
-    Json result = Json::array();
+    out.beginList(name, entries.size());
     for (Entry const& entry : entries)
-        result.push_back(describeEntry(entry));
-    return result;
+        describeEntry(entry);
+    out.end();
 }
 
-Json groupsOf(DataFile const& file)
+void describeGroups(DataFile const& file, Report& out)
 {
     hdqfsloader::FileAnnotations const found = hdqfsloader::readAnnotations(file);
-    Json result = {
-        {"auxiliaryData", listOf(found.auxData,
-                                 [](hdqio::AuxData const& aux) {
-                                     return Json{{"location", aux.auxDataLocation},
-                                                 {"entity", aux.auxDataEntity},
-                                                 {"name", aux.auxDataName},
-                                                 {"type", aux.auxDataType},
-                                                 {"value", aux.auxDataValue}};
-                                 })},
-        {"geometries", listOf(found.geometries,
-                              [](hdqio::Geom const& geom) {
-                                  return Json{{"type", geom.geomType},
-                                              {"zone", geom.zone},
-                                              {"position",
-                                               {jsonOf(geom.xOrThetaPos), jsonOf(geom.yOrRPos),
-                                                jsonOf(geom.zPos)}},
-                                              {"segments", geom.segments.size()}};
-                              })},
-        {"texts", listOf(found.texts,
-                         [](hdqio::Text const& text) {
-                             return Json{{"text", text.textString},
-                                         {"zone", text.textZoneOrMap},
-                                         {"position",
-                                          {jsonOf(text.xOrThetaPos), jsonOf(text.yOrRPos),
-                                           jsonOf(text.zPos)}}};
-                         })},
-        {"customLabels", listOf(found.labelSets, [](hdqio::CustomLabelSet const& labels) {
-             Json set = Json::array();
-             for (std::string const& label : labels)
-                 set.push_back(label);
-             return set;
-         })}};
+    out.beginObject("groups");
+    list("auxiliaryData", found.auxData, out, [&](hdqio::AuxData const& aux) {
+        out.item({{"location", aux.auxDataLocation},
+                  {"entity", aux.auxDataEntity},
+                  {"name", aux.auxDataName},
+                  {"type", aux.auxDataType},
+                  {"value", aux.auxDataValue}});
+    });
+    list("geometries", found.geometries, out, [&](hdqio::Geom const& geom) {
+        out.item({{"type", geom.geomType},
+                  {"zone", geom.zone},
+                  {"position", {jsonOf(geom.xOrThetaPos), jsonOf(geom.yOrRPos), jsonOf(geom.zPos)}},
+                  {"segments", geom.segments.size()}});
+    });
+    list("texts", found.texts, out, [&](hdqio::Text const& text) {
+        out.item(
+            {{"text", text.textString},
+             {"zone", text.textZoneOrMap},
+             {"position", {jsonOf(text.xOrThetaPos), jsonOf(text.yOrRPos), jsonOf(text.zPos)}}});
+    });
+    list("customLabels", found.labelSets, out, [&](hdqio::CustomLabelSet const& labels) {
+        list("", labels, out, [&](std::string const& label) { out.item(label); });
+    });
     if (!found.complaints.empty())
-        result["errors"] = found.complaints;
-    return result;
+        out.members({{"errors", found.complaints}});
+    out.end();
+}
+
+/// What stands ahead of the zones.
+void describeStart(DataFile const& file, Report& out)
+{
+    hdqio::IJK const limits = file.description().getMaxIJKSubzoneSize();
+    out.members({{"file", file.path()},
+                 {"bytes", std::filesystem::file_size(file.path())},
+                 {"version", file.description().getFileVersion()},
+                 {"form", file.description().isAscii() == 1 ? "text" : "binary"},
+                 {"type", fileTypeName(file.type())},
+                 {"title", file.title()},
+                 {"subzoneLimits",
+                  {{"i", limits.i},
+                   {"j", limits.j},
+                   {"k", limits.k},
+                   {"finiteElements", file.description().getMaxFESubzoneSize()}}},
+                 {"locations", headerLocations(file)}});
+    out.beginList("variables", file.headers().varNames.size());
+    for (std::uint32_t v = 0; v < file.headers().varNames.size(); ++v)
+        out.item({{"number", v + 1}, {"name", file.headers().varNames[v]}});
+    out.end();
 }
 
 }
@@ -244,58 +275,24 @@ std::string serialized(Json const& json, int indent)
     return json.dump(indent, ' ', false, Json::error_handler_t::replace);
 }
 
-bool tellsOfDamage(Json const& description)
+void describe(DataFile& file, std::optional<std::uint32_t> onlyZone, Report& out)
 {
-    if (description.is_object() &&
-        (description.contains("error") || description.contains("errors")))
-        return true;
-    if (!description.is_structured())
-        return false;
-    return std::any_of(description.begin(), description.end(), tellsOfDamage);
-}
-
-Json describeStart(DataFile const& file)
-{
-    hdqio::IJK const limits = file.description().getMaxIJKSubzoneSize();
-    Json result = {{"file", file.path()},
-                   {"bytes", std::filesystem::file_size(file.path())},
-                   {"version", file.description().getFileVersion()},
-                   {"form", file.description().isAscii() == 1 ? "text" : "binary"},
-                   {"type", fileTypeName(file.type())},
-                   {"title", file.title()},
-                   {"subzoneLimits",
-                    {{"i", limits.i},
-                     {"j", limits.j},
-                     {"k", limits.k},
-                     {"finiteElements", file.description().getMaxFESubzoneSize()}}},
-                   {"locations", headerLocations(file)}};
-    Json variables = Json::array();
-    for (std::uint32_t v = 0; v < file.headers().varNames.size(); ++v)
-        variables.push_back({{"number", v + 1}, {"name", file.headers().varNames[v]}});
-    result["variables"] = variables;
-    return result;
-}
-
-Json describeZone(DataFile& file, std::uint32_t zone, bool withBlocks)
-{
-    return zoneOf(file, zone, withBlocks);
-}
-
-Json describeGroups(DataFile const& file)
-{
-    return groupsOf(file);
+    out.beginObject();
+    describeStart(file, out);
+    out.beginList("zones", file.numZones());
+    for (std::uint32_t z = 0; z < file.numZones(); ++z)
+        if (!onlyZone || *onlyZone == z)
+            describeZone(file, z, onlyZone.has_value(), out);
+    out.end();
+    describeGroups(file, out);
+    out.end();
 }
 
 Json describe(DataFile& file, std::optional<std::uint32_t> onlyZone)
 {
-    Json result = describeStart(file);
-    Json zones = Json::array();
-    for (std::uint32_t z = 0; z < file.numZones(); ++z)
-        if (!onlyZone || *onlyZone == z)
-            zones.push_back(zoneOf(file, z, onlyZone.has_value()));
-    result["zones"] = zones;
-    result["groups"] = groupsOf(file);
-    return result;
+    KeptReport report;
+    describe(file, onlyZone, report);
+    return report.json();
 }
 
 }

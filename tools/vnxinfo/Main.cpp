@@ -6,9 +6,10 @@
 #include "tools/support/WrongUsage.h"
 #include "tools/vnxinfo/Check.h"
 #include "tools/vnxinfo/Description.h"
+#include "tools/vnxinfo/JsonReport.h"
 #include "tools/vnxinfo/Numbers.h"
 #include "tools/vnxinfo/RawTags.h"
-#include "tools/vnxinfo/Tree.h"
+#include "tools/vnxinfo/TreeReport.h"
 #include "tools/vnxinfo/Values.h"
 
 #include <CLI/CLI.hpp>
@@ -75,52 +76,6 @@ void complete(Options const& options)
         throw WrongUsage("--values needs --zone and --var.");
 }
 
-/// A value of an object that is being written, with the indentation of its depth.
-std::string indented(Json const& json, std::size_t depth)
-{
-    std::string result;
-    for (char const c : serialized(json, 1)) {
-        result += c;
-        if (c == '\n')
-            result.append(depth, ' ');
-    }
-    return result;
-}
-
-/// Writes the description of a file, a zone at a time. False if something in it is damaged.
-bool reportDescription(DataFile& file, std::optional<std::uint32_t> onlyZone, bool asJson,
-                       Output& output)
-{
-    Json const start = describeStart(file);
-    if (asJson) {
-        std::string text = serialized(start, 1);
-        text.resize(text.size() - 2); // the end of the line and the brace
-        output.write(text + ",\n \"zones\": [");
-    } else {
-        writeTreeStart(start, output);
-    }
-    bool isSound = true;
-    bool isFirst = true;
-    for (std::uint32_t z = 0; z < file.numZones(); ++z) {
-        if (onlyZone && *onlyZone != z)
-            continue;
-        Json const zone = describeZone(file, z, onlyZone.has_value());
-        isSound = isSound && !tellsOfDamage(zone);
-        if (asJson)
-            output.write((isFirst ? "\n  " : ",\n  ") + indented(zone, 2));
-        else
-            writeTreeZone(zone, output);
-        isFirst = false;
-    }
-    Json const groups = describeGroups(file);
-    if (asJson)
-        output.write((isFirst ? "],\n \"groups\": " : "\n ],\n \"groups\": ") +
-                     indented(groups, 1) + "\n}");
-    else
-        writeTreeGroups(groups, output);
-    return isSound && !tellsOfDamage(groups);
-}
-
 /// False if something in the file is damaged.
 bool report(Options const& options, DataFile& file, Output& output)
 {
@@ -136,14 +91,18 @@ bool report(Options const& options, DataFile& file, Output& output)
                        options.asJson, output);
         return true;
     }
-    if (!options.tags)
-        return reportDescription(file, zone, options.asJson, output);
-    Json const description = describeTags(file, zone);
+    std::unique_ptr<Report> out;
     if (options.asJson)
-        output.write(serialized(description, 1));
+        out = std::make_unique<JsonReport>(output);
+    else if (options.tags)
+        out = std::make_unique<TagsReport>(output);
     else
-        writeTags(description, output);
-    return !tellsOfDamage(description);
+        out = std::make_unique<TreeReport>(output);
+    if (options.tags)
+        describeTags(file, zone, *out);
+    else
+        describe(file, zone, *out);
+    return !out->tellsOfDamage();
 }
 
 /// Several files are a list in JSON; each is named at the head of its part.

@@ -3,6 +3,7 @@
 #include "tools/vnxinfo/SubzoneValues.h"
 
 #include <algorithm>
+#include <bitset>
 #include <optional>
 #include <stdexcept>
 
@@ -272,17 +273,34 @@ struct MeshRanges::Impl
                                        textOf(real) + ".");
     }
 
+    /// Which nodes a cell subzone has, for all variables.
+    void findNodes(CszConnectivity const& record)
+    {
+        isUsed.assign(record.numRefNszs, {});
+        std::size_t const numCorners = std::size_t{record.numCells} * record.numCornersPerCell;
+        for (std::size_t i = 0; i < numCorners; ++i)
+            isUsed[record.refNszOffsets[i]].set(record.nszOffsets[i]);
+        nodeItems.clear();
+        ends.clear();
+        for (auto const& ofSubzone : isUsed) {
+            for (std::uint32_t item = 0; item < SUBZONE_ITEMS; ++item)
+                if (ofSubzone[item])
+                    nodeItems.push_back(static_cast<std::uint8_t>(item));
+            ends.push_back(nodeItems.size());
+        }
+    }
+
     void takeNodal(std::uint32_t v, CheckedCells const& cells)
     {
         CszConnectivity const& record = cells.record;
-        std::size_t const numCorners = std::size_t{record.numCells} * record.numCornersPerCell;
-        std::vector<std::vector<double>> nodes;
-        for (std::uint32_t r = 0; r < record.numRefNszs; ++r)
-            nodes.push_back(values.values(v, record.refNszs[r].partition(), 0,
-                                          record.refNszs[r].subzoneOffset()));
         GrowingRange real;
-        for (std::size_t i = 0; i < numCorners; ++i)
-            real.add(nodes[record.refNszOffsets[i]].at(record.nszOffsets[i]));
+        std::size_t i = 0;
+        for (std::uint32_t r = 0; r < record.numRefNszs; ++r) {
+            std::vector<double> const& at = values.values(v, record.refNszs[r].partition(), 0,
+                                                          record.refNszs[r].subzoneOffset());
+            for (; i < ends[r]; ++i)
+                real.add(at.at(nodeItems[i]));
+        }
         checkRange({"range of a cell subzone", -1, cells.partition, -1,
                     metadata.isMixed() ? std::int64_t{cells.section} : -1, cells.subzone},
                    v, cross[v][cells.partition].ranges.at(cells.section).at(cells.subzone),
@@ -309,6 +327,11 @@ struct MeshRanges::Impl
     SubzoneValues values;
     /// Of cell-centred variables, by partition, then node subzone.
     std::vector<std::vector<std::vector<GrowingRange>>> nodeRanges;
+    /// The nodes of the present cell subzone, each once: their items, one node subzone behind the
+    /// other, and where those of each end.
+    std::vector<std::uint8_t> nodeItems;
+    std::vector<std::size_t> ends;
+    std::vector<std::bitset<SUBZONE_ITEMS>> isUsed; ///< Kept for its memory alone.
 };
 
 MeshRanges::MeshRanges(CheckedFile& file, std::uint32_t zone, ZoneCrossRanges const& cross)
@@ -318,6 +341,14 @@ MeshRanges::MeshRanges(CheckedFile& file, std::uint32_t zone, ZoneCrossRanges co
 
 MeshRanges::~MeshRanges() = default;
 
+bool MeshRanges::isEmpty() const
+{
+    for (std::uint32_t v = 0; v < m_impl->cross.size(); ++v)
+        if (m_impl->isComplete(v))
+            return false;
+    return true;
+}
+
 void MeshRanges::take(CheckedCells const& cells)
 {
     for (std::uint32_t r = 0; r < cells.record.numRefNszs; ++r)
@@ -325,6 +356,7 @@ void MeshRanges::take(CheckedCells const& cells)
             throw std::runtime_error("The connectivity refers to the nodes of " +
                                      subzoneText(cells.record.refNszs[r]) +
                                      ", which doesn't exist.");
+    m_impl->findNodes(cells.record);
     for (std::uint32_t v = 0; v < m_impl->cross.size(); ++v) {
         if (!m_impl->isComplete(v))
             continue;

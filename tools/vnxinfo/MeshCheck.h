@@ -37,6 +37,8 @@ public:
     MeshRanges(CheckedFile& file, std::uint32_t zone, ZoneCrossRanges const& cross);
     ~MeshRanges();
 
+    /// Whether there is nothing to hold to anything.
+    bool isEmpty() const;
     void take(CheckedCells const& cells);
     void finish();
 

@@ -73,28 +73,32 @@ bool skipMarkers(FileStreamReader& reader, TagOwner owner, std::uint32_t number)
                                                            {isZone ? "zoneNum*" : "partitionNum*"});
 }
 
-Json listOf(std::vector<RawTag> const& tags)
+/// A list, or why it can't be read. What else is wrong goes before the latter.
+void describeList(DataFile const& file, std::uint64_t fileLoc, TagOwner owner, std::uint32_t number,
+                  std::string error, Report& out)
 {
-    Json result = Json::array();
-    for (RawTag const& tag : tags)
-        result.push_back({{"tag", tag.number},
-                          {"name", tag.name.empty() ? Json() : Json(tag.name)},
-                          {"value", tag.value},
-                          {"at", tag.valueLoc}});
-    return result;
-}
-
-Json listAt(DataFile const& file, std::uint64_t fileLoc, TagOwner owner, std::uint32_t number)
-{
-    Json result = {{"at", fileLoc}};
+    std::vector<RawTag> tags;
+    bool isRead = false;
     try {
         FileStreamReader reader(file.path());
         hdqfsloader::open(reader, file.description());
-        result["tags"] = listOf(readRawTags(reader, fileLoc, owner, number));
-    } catch (std::exception const& error) {
-        result["error"] = error.what();
+        tags = readRawTags(reader, fileLoc, owner, number);
+        isRead = true;
+    } catch (std::runtime_error const& failure) {
+        if (error.empty())
+            error = failure.what();
     }
-    return result;
+    if (!error.empty())
+        out.members({{"error", error}});
+    if (!isRead)
+        return;
+    out.beginList("tags", tags.size());
+    for (RawTag const& tag : tags)
+        out.item({{"tag", tag.number},
+                  {"name", tag.name.empty() ? Json() : Json(tag.name)},
+                  {"value", tag.value},
+                  {"at", tag.valueLoc}});
+    out.end();
 }
 
 std::uint64_t dataSetHeaderLoc(DataFile const& file)
@@ -110,45 +114,29 @@ std::uint64_t dataSetHeaderLoc(DataFile const& file)
     return result;
 }
 
-Json zoneLists(DataFile& file, std::uint32_t z)
+void describeTagsOf(DataFile& file, std::uint32_t z, Report& out)
 {
-    Json result = listAt(file, file.zoneHeaderFileLoc(z), TagOwner::Zone, z + 1);
-    Json zone = {{"zone", z + 1}};
-    zone.update(result);
-    Json partitions = Json::array();
+    hdqio::ZoneMetadata const* zone = nullptr;
+    std::string error;
     try {
-        hdqio::ZoneMetadata const& metadata = file.zone(z);
-        for (std::uint32_t p = 0; !metadata.ptnFileLocs.isNull() && p < metadata.numPartitions;
-             ++p) {
-            Json partition = {{"partition", p + 1}};
-            partition.update(listAt(file, metadata.ptnFileLocs[p], TagOwner::Partition, p + 1));
-            partitions.push_back(partition);
-        }
-    } catch (std::exception const& error) {
-        zone["error"] = error.what();
+        zone = &file.zone(z);
+    } catch (std::runtime_error const& failure) {
+        error = failure.what();
     }
-    zone["partitions"] = partitions;
-    return zone;
-}
-
-void writeList(std::string const& title, Json const& list, Output& output)
-{
-    output.write(title + ", tags at " + list["at"].dump() + "\n");
-    if (list.contains("error"))
-        output.write("  damaged: " + shown(list["error"].get<std::string>()) + "\n");
-    if (!list.contains("tags"))
-        return;
-    for (Json const& tag : list["tags"]) {
-        std::array<char, 128> line{};
-        auto const value = tag["value"].get<std::uint64_t>();
-        std::string const name = tag["name"].is_null() ? "unknown" : tag["name"].get<std::string>();
-        std::snprintf(line.data(), line.size(), "  %10lu  %5u  %-24s ",
-                      tag["at"].get<std::uint64_t>(), tag["tag"].get<unsigned>(), name.c_str());
-        output.write(
-            line.data() +
-            (value == hdqio::ABSENT_FILE_LOC ? std::string("absent") : std::to_string(value)) +
-            "\n");
+    out.beginObject();
+    out.members({{"zone", z + 1}, {"at", file.zoneHeaderFileLoc(z)}});
+    describeList(file, file.zoneHeaderFileLoc(z), TagOwner::Zone, z + 1, error, out);
+    std::uint32_t const numPartitions =
+        zone == nullptr || zone->ptnFileLocs.isNull() ? 0 : zone->numPartitions;
+    out.beginList("partitions", numPartitions);
+    for (std::uint32_t p = 0; p < numPartitions; ++p) {
+        out.beginObject();
+        out.members({{"partition", p + 1}, {"at", zone->ptnFileLocs[p]}});
+        describeList(file, zone->ptnFileLocs[p], TagOwner::Partition, p + 1, "", out);
+        out.end();
     }
+    out.end();
+    out.end();
 }
 
 }
@@ -175,30 +163,50 @@ std::vector<RawTag> readRawTags(FileStreamReader& reader, std::uint64_t fileLoc,
     return result;
 }
 
-Json describeTags(DataFile& file, std::optional<std::uint32_t> onlyZone)
+void describeTags(DataFile& file, std::optional<std::uint32_t> onlyZone, Report& out)
 {
-    Json result = {{"file", file.path()}};
-    result["dataSet"] = listAt(file, dataSetHeaderLoc(file), TagOwner::DataSet, 0);
-    Json zones = Json::array();
+    std::uint64_t const fileLoc = dataSetHeaderLoc(file);
+    out.beginObject();
+    out.members({{"file", file.path()}});
+    out.beginObject("dataSet");
+    out.members({{"at", fileLoc}});
+    describeList(file, fileLoc, TagOwner::DataSet, 0, "", out);
+    out.end();
+    out.beginList("zones", file.numZones());
     for (std::uint32_t z = 0; z < file.numZones(); ++z)
         if (!onlyZone || *onlyZone == z)
-            zones.push_back(zoneLists(file, z));
-    result["zones"] = zones;
-    return result;
+            describeTagsOf(file, z, out);
+    out.end();
+    out.end();
 }
 
-void writeTags(Json const& file, Output& output)
+void TagsReport::takeMembers(Json const& object)
 {
-    output.write(shown(file["file"].get<std::string>()) + "\n");
-    output.write("          at    tag  name                     value\n");
-    writeList("data set", file["dataSet"], output);
-    for (Json const& zone : file["zones"]) {
-        writeList("zone " + zone["zone"].dump(), zone, output);
-        for (Json const& partition : zone["partitions"])
-            writeList("zone " + zone["zone"].dump() + ", partition " +
-                          partition["partition"].dump(),
-                      partition, output);
-    }
+    if (object.contains("file"))
+        m_output.write(shown(object["file"].get<std::string>()) +
+                       "\n          at    tag  name                     value\n");
+    if (object.contains("error"))
+        m_output.write("  damaged: " + shown(object["error"].get<std::string>()) + "\n");
+    if (!object.contains("at"))
+        return;
+    std::string title = "data set";
+    if (object.contains("zone"))
+        title = m_zone = "zone " + object["zone"].dump();
+    else if (object.contains("partition"))
+        title = m_zone + ", partition " + object["partition"].dump();
+    m_output.write(title + ", tags at " + object["at"].dump() + "\n");
+}
+
+void TagsReport::takeItem(Json const& tag)
+{
+    std::array<char, 128> line{};
+    auto const value = tag["value"].get<std::uint64_t>();
+    std::string const name = tag["name"].is_null() ? "unknown" : tag["name"].get<std::string>();
+    std::snprintf(line.data(), line.size(), "  %10lu  %5u  %-24s ", tag["at"].get<std::uint64_t>(),
+                  tag["tag"].get<unsigned>(), name.c_str());
+    m_output.write(
+        line.data() +
+        (value == hdqio::ABSENT_FILE_LOC ? std::string("absent") : std::to_string(value)) + "\n");
 }
 
 }

@@ -28,9 +28,22 @@ std::vector<RawTag> readRawTags(hdqio::FileStreamReader& reader, std::uint64_t f
 
 /// The tag lists of a file: of the data set, of each zone, or of one, and of its partitions. A list
 /// that can't be read has an "error" in its place.
-Json describeTags(hdqfsloader::DataFile& file, std::optional<std::uint32_t> onlyZone);
+void describeTags(hdqfsloader::DataFile& file, std::optional<std::uint32_t> onlyZone, Report& out);
 
-/// Writes what describeTags() gave, a line a tag.
-void writeTags(Json const& file, Output& output);
+/// Writes what describeTags() tells, a line a tag.
+class TagsReport final : public Report
+{
+public:
+    explicit TagsReport(Output& output) : m_output(output) {}
+
+private:
+    void takeMembers(Json const& object) override;
+    void takeBegin(std::string const&, bool, std::size_t) override {}
+    void takeItem(Json const& tag) override;
+    void takeEnd() override {}
+
+    Output& m_output;
+    std::string m_zone; ///< The present one.
+};
 
 }

@@ -1,4 +1,4 @@
-#include "tools/vnxinfo/Tree.h"
+#include "tools/vnxinfo/TreeReport.h"
 
 #include <algorithm>
 #include <string>
@@ -75,22 +75,14 @@ void writeLocations(Json const& locations, Writer& out)
         out.line(2, padded(name, 24) + (location.is_null() ? "absent" : wordOf(location)));
 }
 
-void writeBlocks(Json const& blocks, Writer& out)
+std::string blockOf(Json const& variable)
 {
-    for (Json const& variable : blocks["variables"])
-        out.line(4, "variable " + padded(wordOf(variable["number"]), 4) +
-                        (variable["values"].is_null()
-                             ? "has no block"
-                             : "node ranges at " + wordOf(variable["nodeSubzoneRanges"]) +
-                                   ", cell ranges at " + wordOf(variable["cellSubzoneRanges"]) +
-                                   ", values at " + wordOf(variable["values"])));
-    for (auto const& [name, text] : {std::pair{"cellConnectivity", "cell subzone"},
-                                     std::pair{"nodeConnectivity", "node subzone"}})
-        for (std::size_t i = 0; i < blocks[name].size(); ++i)
-            out.line(4, text + (" " + padded(std::to_string(i), 4)) + "connectivity at " +
-                            wordOf(blocks[name][i]));
-    if (!blocks["referredPartitions"].empty())
-        out.line(4, "refers to partitions " + blocks["referredPartitions"].dump());
+    return "variable " + padded(wordOf(variable["number"]), 4) +
+           (variable["values"].is_null()
+                ? "has no block"
+                : "node ranges at " + wordOf(variable["nodeSubzoneRanges"]) + ", cell ranges at " +
+                      wordOf(variable["cellSubzoneRanges"]) + ", values at " +
+                      wordOf(variable["values"]));
 }
 
 void writePartition(Json const& partition, Writer& out)
@@ -105,29 +97,21 @@ void writePartition(Json const& partition, Writer& out)
     if (partition.contains("header"))
         text += ", header at " + wordOf(partition["header"]);
     out.line(3, text);
-    if (partition.contains("blocks"))
-        writeBlocks(partition["blocks"], out);
 }
 
-void writeVariables(Json const& variables, Writer& out)
+void writeVariable(Json const& variable, std::size_t nameWidth, Writer& out)
 {
-    std::size_t width = 4;
-    for (Json const& variable : variables)
-        width = std::max(width, wordOf(variable["name"]).size());
-    out.line(2, "variables");
-    for (Json const& variable : variables) {
-        std::string text = padded(wordOf(variable["number"]), 4) +
-                           padded(wordOf(variable["name"]), width + 2) +
-                           padded(wordOf(variable["type"]), 8) +
-                           padded(wordOf(variable["location"]), 7) + rangeOf(variable);
-        if (variable["passive"].get<bool>())
-            text += ", passive";
-        if (!variable["sharedFromZone"].is_null())
-            text += ", shared from zone " + wordOf(variable["sharedFromZone"]);
-        if (variable.contains("values") && !variable["values"].is_null())
-            text += ", values at " + wordOf(variable["values"]);
-        out.line(3, text);
-    }
+    std::string text = padded(wordOf(variable["number"]), 4) +
+                       padded(wordOf(variable["name"]), nameWidth + 2) +
+                       padded(wordOf(variable["type"]), 8) +
+                       padded(wordOf(variable["location"]), 7) + rangeOf(variable);
+    if (variable["passive"].get<bool>())
+        text += ", passive";
+    if (!variable["sharedFromZone"].is_null())
+        text += ", shared from zone " + wordOf(variable["sharedFromZone"]);
+    if (variable.contains("values") && !variable["values"].is_null())
+        text += ", values at " + wordOf(variable["values"]);
+    out.line(3, text);
 }
 
 void writeSections(Json const& sections, Writer& out)
@@ -154,41 +138,10 @@ void writeZone(Json const& zone, Writer& out)
     if (!zone["sharesConnectivityOfZone"].is_null())
         out.entry(2, "connectivity", "of zone " + wordOf(zone["sharesConnectivityOfZone"]));
     writeSections(zone["sections"], out);
-    for (auto const& [name, text] :
-         {std::pair{"nodeMap", "node map"}, std::pair{"faceNeighbors", "face neighbours"}})
-        if (zone.contains(name))
-            out.entry(2, text, "at " + wordOf(zone[name]));
-    if (zone.contains("error"))
-        out.entry(2, "damaged", wordOf(zone["error"]));
-    if (zone.contains("partitions") && !zone["partitions"].empty()) {
-        out.line(2, "partitions");
-        for (Json const& partition : zone["partitions"])
-            writePartition(partition, out);
-    }
-    writeVariables(zone["variables"], out);
 }
 
-void writeGroups(Json const& groups, Writer& out)
+void writeStart(Json const& file, Writer& out)
 {
-    out.line(1, "groups");
-    out.entry(2, "auxiliary data", std::to_string(groups["auxiliaryData"].size()));
-    for (Json const& aux : groups["auxiliaryData"])
-        out.line(3, wordOf(aux["name"]) + " = " + wordOf(aux["value"]));
-    out.entry(2, "geometries", std::to_string(groups["geometries"].size()));
-    out.entry(2, "texts", std::to_string(groups["texts"].size()));
-    for (Json const& text : groups["texts"])
-        out.line(3, "'" + wordOf(text["text"]) + "'");
-    out.entry(2, "custom labels", std::to_string(groups["customLabels"].size()) + " sets");
-    if (groups.contains("errors"))
-        for (Json const& error : groups["errors"])
-            out.entry(2, "damaged", wordOf(error));
-}
-
-}
-
-void writeTreeStart(Json const& file, Output& output)
-{
-    Writer out(output);
     out.line(0, wordOf(file["file"]));
     out.entry(1, "header",
               "version " + wordOf(file["version"]) + ", " + wordOf(file["form"]) + ", " +
@@ -201,16 +154,98 @@ void writeTreeStart(Json const& file, Output& output)
     writeLocations(file["locations"], out);
 }
 
-void writeTreeZone(Json const& zone, Output& output)
-{
-    Writer out(output);
-    writeZone(zone, out);
 }
 
-void writeTreeGroups(Json const& groups, Output& output)
+void TreeReport::takeZoneMembers(Json const& zone)
 {
-    Writer out(output);
-    writeGroups(groups, out);
+    Writer out(m_output);
+    if (zone.contains("number"))
+        writeZone(zone, out);
+    for (auto const& [name, text] :
+         {std::pair{"nodeMap", "node map"}, std::pair{"faceNeighbors", "face neighbours"}})
+        if (zone.contains(name))
+            out.entry(2, text, "at " + wordOf(zone[name]));
+    if (zone.contains("error"))
+        out.entry(2, "damaged", wordOf(zone["error"]));
+}
+
+void TreeReport::takeMembers(Json const& object)
+{
+    Writer out(m_output);
+    if (depth() == 1)
+        writeStart(object, out);
+    else if (nameAbove(1) == "zones")
+        takeZoneMembers(object);
+    else if (nameAbove(1) == "partitions")
+        writePartition(object, out);
+    else if (nameAbove(0) == "groups" && object.contains("errors"))
+        for (Json const& error : object["errors"])
+            out.entry(2, "damaged", wordOf(error));
+}
+
+void TreeReport::takeBegin(std::string const& name, bool isList, std::size_t numItems)
+{
+    if (isList)
+        beginList(name, numItems);
+    else if (name == "groups")
+        Writer(m_output).line(1, "groups");
+}
+
+void TreeReport::beginList(std::string const& name, std::size_t numItems)
+{
+    Writer out(m_output);
+    m_numItems = 0;
+    if (nameAbove(1) == "zones" && (name == "variables" || numItems > 0))
+        out.line(2, name); // also of its partitions
+    if (nameAbove(0) != "groups")
+        return;
+    if (name == "auxiliaryData")
+        out.entry(2, "auxiliary data", std::to_string(numItems));
+    else if (name == "customLabels")
+        out.entry(2, "custom labels", std::to_string(numItems) + " sets");
+    else
+        out.entry(2, name, std::to_string(numItems));
+}
+
+void TreeReport::takeItem(Json const& value)
+{
+    if (nameAbove(0) == "variables" && depth() == 2)
+        m_nameWidth = std::max(m_nameWidth, wordOf(value["name"]).size());
+    else if (isInBlocks())
+        takeBlock(nameAbove(0), value);
+    else if (nameAbove(0) == "variables") {
+        Writer out(m_output);
+        writeVariable(value, m_nameWidth, out);
+    } else if (nameAbove(1) == "groups")
+        takeGroupItem(value);
+    ++m_numItems;
+}
+
+void TreeReport::takeGroupItem(Json const& value)
+{
+    Writer out(m_output);
+    if (nameAbove(0) == "auxiliaryData")
+        out.line(3, wordOf(value["name"]) + " = " + wordOf(value["value"]));
+    else if (nameAbove(0) == "texts")
+        out.line(3, "'" + wordOf(value["text"]) + "'");
+}
+
+void TreeReport::takeBlock(std::string const& list, Json const& value)
+{
+    Writer out(m_output);
+    if (list == "variables")
+        out.line(4, blockOf(value));
+    else if (list == "referredPartitions") // on one line
+        m_output.write((m_numItems == 0 ? "        refers to partitions [" : ",") + value.dump());
+    else
+        out.line(4, (list == "cellConnectivity" ? "cell subzone " : "node subzone ") +
+                        padded(std::to_string(m_numItems), 4) + "connectivity at " + wordOf(value));
+}
+
+void TreeReport::takeEnd()
+{
+    if (nameAbove(0) == "referredPartitions" && m_numItems > 0)
+        m_output.write("]\n");
 }
 
 }
