@@ -454,7 +454,7 @@ public:
     }
 
 private:
-    std::array<char, 64 * 1024> m_stack{};
+    std::array<char, std::size_t{64} * 1024> m_stack{};
     stack_t m_stackBefore = {};
     std::array<struct sigaction, CRASHES.size()> m_before{};
 };

@@ -31,6 +31,7 @@ private:
 };
 
 /// Keeps a report as a whole.
+// NOLINTNEXTLINE(bugprone-exception-escape): the JSON library's destructor takes memory
 class KeptReport final : public Report
 {
 public:
