@@ -42,6 +42,13 @@ char HeaderBudget::requireMore(std::string const& fileName) const
                         fileName.c_str());
 }
 
+std::uint64_t bytesSince(FileReaderInterface& reader, std::uint64_t start)
+{
+    constexpr auto UNKNOWN = static_cast<std::uint64_t>(-1);
+    std::uint64_t const end = reader.fileLoc();
+    return end != UNKNOWN && end > start ? end - start : 0;
+}
+
 std::uint64_t bytesInFile(PartitionMetadata const& partition)
 {
     return partition.tagListBytes + bytesOf(partition.cszConnFileLocs) +

@@ -27,6 +27,10 @@ private:
     bool m_isSpent = false;
 };
 
+/// How far the reader has come from a place. 0 where it can't tell, since the file failed it: that
+/// is no claim of the file, and the next try may succeed.
+std::uint64_t bytesSince(FileReaderInterface& reader, std::uint64_t start);
+
 /// What the header of a zone, or of a partition, takes of a binary file at least.
 std::uint64_t bytesInFile(ZoneMetadata const& zone);
 std::uint64_t bytesInFile(PartitionMetadata const& partition);

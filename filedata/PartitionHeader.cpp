@@ -1,6 +1,7 @@
 #include "filedata/PartitionHeader.h"
 
 #include "filedata/HeaderArrays.h"
+#include "filedata/HeaderBudget.h"
 #include "filedata/Messages.h"
 #include "filedata/ValueFormats.h"
 #include "filedata/ValueInput.h"
@@ -172,7 +173,7 @@ char readPartitionHeader(FileReaderInterface& reader, FileDescription const& des
         TagMap tags;
         std::uint64_t const start = reader.fileLoc();
         bool const haveTags = readTagList(reader, partitionTagNames(), tags);
-        result.tagListBytes = reader.fileLoc() - start;
+        result.tagListBytes = bytesSince(reader, start);
         if (!haveTags)
             return 0;
         std::uint64_t const numRefPartitions = valueOrZero(tags, NUM_REF_PARTITIONS_TAG);

@@ -1,6 +1,7 @@
 #include "filedata/ZoneHeader.h"
 
 #include "filedata/HeaderArrays.h"
+#include "filedata/HeaderBudget.h"
 #include "filedata/Messages.h"
 #include "filedata/PartitionHeader.h"
 #include "filedata/ValueFormats.h"
@@ -531,7 +532,7 @@ char retrieveScalars(FileReaderInterface& reader, int zone, TagMap& tags, ZoneMe
     try {
         std::uint64_t const start = reader.fileLoc();
         bool const haveTags = readZoneHeaderTags(reader, zone, tags);
-        result.tagListBytes = reader.fileLoc() - start;
+        result.tagListBytes = bytesSince(reader, start);
         if (!haveTags)
             return 0;
         result.nodeMapFileLoc = locationOrNone(tags, NODE_MAP_FILE_LOC_TAG);

@@ -75,7 +75,7 @@ std::uint64_t faceNeighborsLoc(FileStreamReader& reader, DataFile const& file, s
     if (!reader.seekToFileLoc(header) ||
         !hdqio::readZoneHeaderTags(reader, static_cast<int>(zone), tags))
         throwUnread(file, zone, messages);
-    if (!budget.take(reader, reader.fileLoc() - header))
+    if (!budget.take(reader, hdqio::bytesSince(reader, header)))
         throwUnread(file, zone, messages);
     std::uint64_t const loc = hdqio::valueOrZero(tags, hdqio::USER_FACE_NBR_FILE_LOC_TAG);
     return isLocation(loc) ? loc : 0;

@@ -1,3 +1,4 @@
+#include "filedata/HeaderBudget.h"
 #include "filedata/ZoneHeader.h"
 
 #include "filedata/DataFileHeader.h"
@@ -896,6 +897,12 @@ TEST(ZoneHeader, EmptyOrderedZoneIsNoFault)
     ASSERT_TRUE(read.result) << read.message;
     EXPECT_EQ(read.zone.numNodesPerPtn[0], 0);
     EXPECT_EQ(read.zone.numNszsPerPtn[0], 1U);
+}
+
+TEST(HeaderBudget, FileThatCantTellWhereItIsHasClaimedNothing)
+{
+    FileStreamReader closed("nowhere");
+    EXPECT_EQ(bytesSince(closed, 10), 0U);
 }
 
 }
