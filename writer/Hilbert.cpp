@@ -129,20 +129,37 @@ constexpr bool areTurnsNumbered()
 }
 static_assert(areTurnsNumbered());
 
-/// Two steps at once: by turn and six bits, the number of the turn below and six bits of the place
-/// on the curve.
+/// One step: by turn and three bits, the number of the turn below and three bits of the place on the
+/// curve.
+using SingleStepTable = std::array<std::array<std::uint16_t, 8>, NUM_TURNS>;
+
+constexpr SingleStepTable makeSingleSteps()
+{
+    SingleStepTable result{};
+    for (unsigned turn = 0; turn < NUM_TURNS; ++turn)
+        for (unsigned octant = 0; octant < 8; ++octant) {
+            Step const step = stepInto(turnOf(turn), octant);
+            result[turn][octant] =
+                static_cast<std::uint16_t>(numberOf(step.below) << 3 | step.number);
+        }
+    return result;
+}
+
+/// Two steps at once: the same with six bits.
 constexpr unsigned BITS_OF_STEPS = 6;
 using StepTable = std::array<std::array<std::uint16_t, 1U << BITS_OF_STEPS>, NUM_TURNS>;
 
+/// Made of single steps, as compilers end a constant of more than a million operations.
 constexpr StepTable makeSteps()
 {
+    SingleStepTable const singles = makeSingleSteps();
     StepTable result{};
     for (unsigned turn = 0; turn < NUM_TURNS; ++turn)
         for (unsigned octants = 0; octants < 1U << BITS_OF_STEPS; ++octants) {
-            Step const first = stepInto(turnOf(turn), octants >> 3);
-            Step const second = stepInto(first.below, octants & 7);
+            unsigned const first = singles[turn][octants >> 3];
+            unsigned const second = singles[first >> 3][octants & 7];
             result[turn][octants] = static_cast<std::uint16_t>(
-                numberOf(second.below) << BITS_OF_STEPS | first.number << 3 | second.number);
+                (second >> 3) << BITS_OF_STEPS | (first & 7) << 3 | (second & 7));
         }
     return result;
 }
