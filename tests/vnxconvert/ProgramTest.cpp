@@ -168,21 +168,46 @@ TEST(VnxConvert, SaysWhatItLeavesOut)
     EXPECT_EQ(result.error, "vnxconvert: 'row': 1 vertex left out, as they have no place.\n");
 }
 
+/// An image of one cell with a variable, or with two of one name, on which VTK's reader crashes.
+std::string oneCellWith(int numArrays)
+{
+    std::string const array = "<DataArray type='Int16' Name='c' format='ascii'>2</DataArray>";
+    std::string arrays;
+    for (int i = 0; i < numArrays; ++i)
+        arrays += array;
+    return "<VTKFile type='ImageData' version='1.0' byte_order='LittleEndian'>"
+           "<ImageData WholeExtent='0 1 0 1 0 1'><Piece Extent='0 1 0 1 0 1'>"
+           "<CellData>" +
+           arrays + "</CellData></Piece></ImageData></VTKFile>";
+}
+
+std::string wordsOfACrash(std::string const& path)
+{
+    return "vnxconvert: Cannot read " + path +
+           ": VTK's reader crashes on it.\nCheck that the file is complete, and open it with the "
+           "program that wrote it.\n";
+}
+
 TEST(VnxConvert, SaysWhenTheReaderOfAFormatCrashes)
 {
     TemporaryFolder const folder;
-    std::string const array = "<DataArray type='Int16' Name='c' format='ascii'>2</DataArray>";
-    writeText(folder.file("in.vti"),
-              "<VTKFile type='ImageData' version='1.0' byte_order='LittleEndian'>"
-              "<ImageData WholeExtent='0 1 0 1 0 1'><Piece Extent='0 1 0 1 0 1'>"
-              "<CellData>" +
-                  array + array + "</CellData></Piece></ImageData></VTKFile>");
+    writeText(folder.file("in.vti"), oneCellWith(2));
     Result const result = run({folder.file("in.vti"), folder.file("out.hdqfs")});
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.error, "vnxconvert: Cannot read " + folder.file("in.vti") +
-                                ": VTK's reader crashes on it.\nCheck that the file is complete, "
-                                "and open it with the program that wrote it.\n");
+    EXPECT_EQ(result.error, wordsOfACrash(folder.file("in.vti")));
     EXPECT_EQ(folder.numFiles(), 1U);
+}
+
+TEST(VnxConvert, LeavesNothingOfASeriesInWhichTheReaderOfAFormatCrashes)
+{
+    TemporaryFolder const folder;
+    writeText(folder.file("sound.vti"), oneCellWith(1));
+    writeText(folder.file("twice.vti"), oneCellWith(2));
+    Result const result = run({folder.file("sound.vti"), folder.file("sound.vti"),
+                               folder.file("twice.vti"), folder.file("out.hdqfs"), "--series"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error, wordsOfACrash(folder.file("twice.vti")));
+    EXPECT_EQ(folder.numFiles(), 2U);
 }
 
 TEST(VnxConvert, MessagesHoldNoControlCharacters)

@@ -10,6 +10,12 @@ namespace varnox::convert {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+Staging const* last = nullptr;
+
+}
+
 Staging::Staging(std::string const& target)
     : m_folder(target + ".part-" + std::to_string(::getpid()))
 {
@@ -17,36 +23,50 @@ Staging::Staging(std::string const& target)
     if (!fs::create_directory(m_folder, error))
         throw std::runtime_error("Cannot create " + m_folder + ": " +
                                  (error ? error.message() : "it is there already") + ".");
+    last = this;
 }
 
 Staging::~Staging()
 {
+    last = nullptr;
     std::error_code ignored;
     fs::remove_all(m_folder, ignored);
 }
 
 std::string Staging::placeFor(std::string const& path)
 {
-    if (std::find(m_paths.begin(), m_paths.end(), path) == m_paths.end())
-        m_paths.push_back(path);
-    return (fs::path(m_folder) / fs::path(path).filename()).string();
+    auto found = std::find_if(m_files.begin(), m_files.end(),
+                              [&](File const& file) { return file.path == path; });
+    if (found == m_files.end())
+        found = m_files.insert(found,
+                               {path, (fs::path(m_folder) / fs::path(path).filename()).string()});
+    return found->place;
 }
 
 void Staging::publish()
 {
-    for (std::string const& path : m_paths)
-        if (fs::is_directory(path))
-            throw std::runtime_error("Cannot write " + path + ": it is a folder.");
-    for (std::string const& path : m_paths)
-        fs::rename(placeFor(path), path);
-    m_paths.clear();
+    for (File const& file : m_files)
+        if (fs::is_directory(file.path))
+            throw std::runtime_error("Cannot write " + file.path + ": it is a folder.");
+    for (File const& file : m_files)
+        fs::rename(file.place, file.path);
+    m_files.clear();
 }
 
 void Staging::clear()
 {
     for (auto const& entry : fs::directory_iterator(m_folder))
         fs::remove(entry.path());
-    m_paths.clear();
+    m_files.clear();
+}
+
+void Staging::removeAfterCrash() noexcept
+{
+    if (last == nullptr)
+        return;
+    for (File const& file : last->m_files)
+        ::unlink(file.place.c_str());
+    ::rmdir(last->m_folder.c_str());
 }
 
 }

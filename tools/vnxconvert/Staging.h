@@ -23,9 +23,19 @@ public:
     /// Starts again.
     void clear();
 
+    /// Removes what the last one that lives has, for a handler of this thread's own crash: takes no
+    /// memory and calls nothing that such a handler mustn't.
+    static void removeAfterCrash() noexcept;
+
 private:
+    struct File
+    {
+        std::string path;  ///< Where it belongs.
+        std::string place; ///< Where it is written.
+    };
+
     std::string m_folder;
-    std::vector<std::string> m_paths;
+    std::vector<File> m_files;
 };
 
 }

@@ -3,6 +3,7 @@
 #include "tools/vnxconvert/CellKinds.h"
 #include "tools/vnxconvert/FileReaders.h"
 #include "tools/vnxconvert/Remarks.h"
+#include "tools/vnxconvert/Staging.h"
 #include "tools/vnxconvert/Variables.h"
 
 #include <vtkAbstractArray.h>
@@ -423,7 +424,9 @@ constexpr std::array<int, 4> CRASHES{SIGSEGV, SIGBUS, SIGFPE, SIGABRT};
 extern "C" void endWithLastWords(int)
 {
     std::size_t const length = std::strlen(lastWords.data());
-    ::_exit(::write(STDERR_FILENO, lastWords.data(), length) < 0 ? 2 : 1);
+    bool const isSaid = ::write(STDERR_FILENO, lastWords.data(), length) >= 0;
+    Staging::removeAfterCrash();
+    ::_exit(isSaid ? 1 : 2);
 }
 
 /// While it lives, a crash ends this process with a message and status 1.
