@@ -84,6 +84,15 @@ void refuseOpenKey(std::string const& path)
         throw TlsError("The key " + path + " is open to others; run: chmod 600 " + path);
 }
 
+/// Each worker of a server reads its files anew, which of a pipe would wait for ever.
+void refusePipe(std::string const& path)
+{
+    struct stat status = {};
+    if (::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode))
+        throw TlsError(path + " is no ordinary file, and each session reads it anew; write what it "
+                              "gives into a file.");
+}
+
 struct Buffer
 {
     static constexpr std::size_t SIZE = std::size_t{64} * 1024;
@@ -436,6 +445,8 @@ TlsConnection::TlsConnection(TlsServerFiles const& files)
     : m_impl(std::make_unique<Impl>(::TLS_server_method()))
 {
     m_impl->isServer = true;
+    for (std::string const& file : {files.certificate, files.key, files.clientCa})
+        refusePipe(file);
     m_impl->useCertificate(files.certificate, files.key);
     if (!files.clientCa.empty()) {
         m_impl->trust(files.clientCa);

@@ -4,10 +4,12 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <stdexcept>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 
 namespace varnox::socketutil {
@@ -19,17 +21,34 @@ namespace {
     throw std::runtime_error("The token file " + path + " " + reason);
 }
 
+using Clock = std::chrono::steady_clock;
+
+/// How long a pipe, as that of another command, may take to give its line.
+constexpr std::chrono::seconds PATIENCE{5};
+
+void waitForBytes(int descriptor, Clock::time_point until, std::string const& path)
+{
+    auto const left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now()).count();
+    pollfd waiting = {descriptor, POLLIN, 0};
+    if (left <= 0 || ::poll(&waiting, 1, static_cast<int>(left)) == 0)
+        refuse(path, "is a pipe that gives no line within " + std::to_string(PATIENCE.count()) +
+                         " seconds.");
+}
+
 /// What a file begins with, as far as it can matter for its first line.
 std::string headOf(int descriptor, std::string const& path)
 {
     constexpr std::size_t ENOUGH = MAX_GREETING_STRING + 2; // a line too long, and its end
     std::string result(ENOUGH, '\0');
     std::size_t have = 0;
-    while (have < ENOUGH) {
+    Clock::time_point const until = Clock::now() + PATIENCE;
+    while (have < ENOUGH && result.find('\n') >= have) {
+        waitForBytes(descriptor, until, path);
         ssize_t const got = ::read(descriptor, result.data() + have, ENOUGH - have);
         if (got == 0)
             break;
-        if (got < 0 && errno != EINTR)
+        if (got < 0 && errno != EINTR && errno != EAGAIN)
             refuse(path, std::string("can't be read: ") + std::strerror(errno) + ".");
         if (got > 0)
             have += static_cast<std::size_t>(got);
@@ -42,7 +61,7 @@ std::string headOf(int descriptor, std::string const& path)
 
 std::string readTokenFile(std::string const& path)
 {
-    Descriptor const file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    Descriptor const file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     struct stat status = {};
     if (!file.isOpen() || ::fstat(file.get(), &status) != 0)
         refuse(path, std::string("can't be opened: ") + std::strerror(errno) + ".");

@@ -84,6 +84,7 @@ int serveSession(SessionSettings const& settings, int readEnd, int writeEnd)
     socket.setIdleTimeout(settings.idleTimeout);
     std::optional<AddonProxy> proxy;
     try {
+        settings.sharedFolders.enter();
         ClientWatch& watch = ClientWatch::start(readEnd, writeEnd, name);
         End end = serveCommands(proxy, settings.addonPath, socket, settings.sharedFolders);
         if (socket.hasIdled()) // whatever followed from it

@@ -130,6 +130,12 @@ bool SharedFolders::hold(std::string const& text) const
     return false;
 }
 
+void SharedFolders::enter() const
+{
+    if (!hold(".") && ::chdir(m_paths.front().c_str()) != 0)
+        throwSystemError("Can't share " + m_paths.front());
+}
+
 Fence fenceSupport()
 {
     long const version =

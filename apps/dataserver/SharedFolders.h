@@ -22,6 +22,10 @@ public:
     /// files elsewhere.
     bool hold(std::string const& path) const;
 
+    /// Lets paths that don't begin with a slash count from the first of them, unless this process
+    /// is in one already; without this a client is told where it is. Throws std::runtime_error.
+    void enter() const;
+
 private:
     std::vector<std::string> m_paths;
 };

@@ -317,6 +317,8 @@ TEST_F(Encryption, FilesThatCannotBeUsedAreSaidAtTheStart)
 {
     std::string const where = "tcp:127.0.0.1:0";
     std::string const missing = (folder / "missing").string();
+    std::string const pipe = (folder / "pipe").string();
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
     Certificate const other = makeCertificate(folder.string(), "other", "127.0.0.1");
     struct
     {
@@ -332,6 +334,11 @@ TEST_F(Encryption, FilesThatCannotBeUsedAreSaidAtTheStart)
         {{"--tls-cert", server.certificate, "--tls-key", server.key, "--tls-client-ca", missing},
          1,
          "can't be used: "},
+        {{"--tls-cert", pipe, "--tls-key", server.key}, 1, pipe + " is no ordinary file, and"},
+        {{"--tls-cert", server.certificate, "--tls-key", pipe}, 1, pipe + " is no ordinary file"},
+        {{"--tls-cert", server.certificate, "--tls-key", server.key, "--tls-client-ca", pipe},
+         1,
+         pipe + " is no ordinary file"},
     };
     for (auto const& [arguments, status, said] : cases) {
         Words words = {"--listen", where};

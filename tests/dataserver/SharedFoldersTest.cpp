@@ -184,6 +184,32 @@ TEST_F(Sharing, ClientBrowsesWhatIsSharedAlone)
         EXPECT_EQ(list(client, placed(path)).names, std::vector<std::string>()) << path;
 }
 
+TEST_F(Sharing, RelativePathsTellNothingOfWhereTheServerWasStarted)
+{
+    auto const program = share();
+    Client client(address);
+    client.greet();
+    EXPECT_EQ(list(client, "").path, shared.string());
+    EXPECT_EQ(list(client, "."), (Listing{shared.string(), {"a.hdqfs", "deep", "in"}}));
+    EXPECT_EQ(failureOfLoading(client, "a.hdqfs"), "command finished");
+    EXPECT_EQ(client.socket().receiveUInt32(), 1U);
+}
+
+TEST_F(Sharing, WorkingDirectoryStaysWhereItIsShared)
+{
+    fs::path const before = fs::current_path();
+    SharedFolders const folders({placed("@/shared2"), shared.string()});
+    fs::current_path(shared / "deep");
+    folders.enter();
+    EXPECT_EQ(fs::current_path(), shared / "deep");
+    fs::current_path(folder / "other");
+    folders.enter();
+    EXPECT_EQ(fs::current_path(), folder / "shared2");
+    SharedFolders().enter();
+    EXPECT_EQ(fs::current_path(), folder / "shared2");
+    fs::current_path(before);
+}
+
 TEST_F(Sharing, ClientLoadsWhatIsShared)
 {
     for (char const* path : {"@/shared/a.hdqfs", "@/other/back/a.hdqfs"}) {

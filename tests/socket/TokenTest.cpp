@@ -2,9 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <future>
+#include <thread>
 
 #include <sys/stat.h>
 
@@ -84,6 +87,30 @@ TEST_F(TokenFile, LineThatNoClientCouldShowIsRefused)
     write(std::string(4097, 'x'));
     EXPECT_EQ(
         failure().rfind("The token file " + path + " begins with a line of more than 4096", 0), 0U);
+}
+
+TEST_F(TokenFile, PipeIsReadUpToTheEndOfTheLine)
+{
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    std::promise<void> isRead;
+    std::thread writer([&] {
+        std::ofstream pipe(path);
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        pipe << "sec" << std::flush;
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        pipe << "ret\nmore" << std::flush;
+        isRead.get_future().wait(); // it stays open
+    });
+    EXPECT_EQ(failure(), "read: secret");
+    isRead.set_value();
+    writer.join();
+}
+
+TEST_F(TokenFile, PipeThatNobodyWritesIsRefusedAfterAMoment)
+{
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    EXPECT_EQ(failure(),
+              "The token file " + path + " is a pipe that gives no line within 5 seconds.");
 }
 
 TEST(IsSameToken, ComparesAllAndTheLength)
