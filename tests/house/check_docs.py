@@ -87,11 +87,13 @@ for name, (folder, _) in table.items():
           f"docs/architecture.md: there is no target {name} in {folder}/")
 
 # Tests that are named exist.
-named = re.findall(r"`([A-Z]\w+)\.([A-Z]\w+)`", (root / "docs/data-server.md").read_text(encoding="utf-8"))
-check(named, "docs/data-server.md names no tests: this check looks in the wrong place")
-server_tests = "".join(path.read_text(encoding="utf-8") for path in (root / "tests/dataserver").glob("*.cpp"))
-for suite, name in named:
-    check(re.search(rf"TEST_[FP]\({suite}, {name}\)", server_tests), f"docs/data-server.md: there is no test {suite}.{name}")
+tests = "".join(path.read_text(encoding="utf-8") for path in (root / "tests").rglob("*.cpp"))
+for document in ["docs/data-server.md", "docs/reliability.md"]:
+    named = re.findall(r"`(?:\w+/)?([A-Z]\w+)\.([A-Z]\w+)`", (root / document).read_text(encoding="utf-8"))
+    check(named, f"{document} names no tests: this check looks in the wrong place")
+    for suite, name in named:
+        check(re.search(rf"TEST(?:_[FP])?\(\s*{suite},\s*{name}\)", tests),
+              f"{document}: there is no test {suite}.{name}")
 
 # Links inside the documents lead somewhere.
 for page in ("wire.md", "file-format.md", "architecture.md", "data-server.md"):
