@@ -221,10 +221,22 @@ TEST_F(Cgns, ArraysBeyondMemoryAreRefused)
     reading.maxArrayBytes = 8 * sizeof(double);
     EXPECT_EQ(readCgnsFile(folder.file("in.cgns"), reading).size(), 1u);
     reading.maxArrayBytes -= 1;
-    std::string const message = messageOf<std::runtime_error>(
-        [&] { readCgnsFile(folder.file("in.cgns"), reading); });
+    std::string const message =
+        messageOf<std::runtime_error>([&] { readCgnsFile(folder.file("in.cgns"), reading); });
     EXPECT_THAT(message, HasSubstr("in.cgns: an array is said to have 8 numbers, more than memory "
                                    "can hold."));
+}
+
+TEST_F(Cgns, SizesWhoseProductIsBeyondAllNumbersAreNoCount)
+{
+    constexpr cgsize_t MANY = 1 << 22;
+    std::vector<cgsize_t> const size{MANY + 1, MANY + 1, MANY + 1, MANY, MANY, MANY, 0, 0, 0};
+    int zone = 0;
+    must(cg_zone_write(file, base, "block", size.data(), Structured, &zone));
+    must(cg_close(file));
+    std::string const message =
+        messageOf<std::runtime_error>([&] { readCgnsFile(folder.file("in.cgns"), ReadOptions{}); });
+    EXPECT_THAT(message, HasSubstr("in.cgns: a size is no count."));
 }
 
 TEST_F(Cgns, ADamagedFileIsNamedWithTheReason)
