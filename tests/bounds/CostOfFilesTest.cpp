@@ -522,51 +522,50 @@ public:
     double const* positions(std::uint32_t, double*) override { return nullptr; }
 };
 
-TEST(CostOfFiles, CheckOfCellsThatReferToManyNodeSubzones)
+std::string contentsOf(std::string const& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+hdqfswriter::DataSet dataSetOfScatteredBricks(std::size_t numVars)
 {
     hdqfswriter::Zone zone;
     zone.name = "scattered";
     zone.type = hdqfswriter::ZoneType::Brick;
     zone.partitions.push_back({{}, ScatteredBricks::NODES, {ScatteredBricks::BRICKS}});
-    zone.variables.assign(12, {hdqfswriter::ValueType::Byte});
+    zone.variables.assign(numVars, {hdqfswriter::ValueType::Byte});
     zone.source = std::make_shared<ScatteredBricks>();
-    hdqfswriter::DataSet dataSet;
-    for (std::size_t v = 0; v < zone.variables.size(); ++v)
-        dataSet.variableNames.push_back("v" + std::to_string(v));
-    dataSet.zones = {zone};
+    hdqfswriter::DataSet result;
+    for (std::size_t v = 0; v < numVars; ++v)
+        result.variableNames.push_back("v" + std::to_string(v));
+    result.zones = {zone};
+    return result;
+}
+
+void checkWithinBounds(hdqfswriter::DataSet const& dataSet)
+{
     TemporaryFile const written("");
     hdqfswriter::writeFile(written.path(), dataSet);
-    std::ifstream file(written.path(), std::ios::binary);
-    std::string const contents{std::istreambuf_iterator<char>(file), {}};
-    withinBounds(contents, [](std::string const& path) {
+    withinBounds(contentsOf(written.path()), [](std::string const& path) {
         EXPECT_TRUE(tools::findFaults(path).isEmpty());
         return std::string();
     });
 }
 
-/// Zones that share the cells of the first.
+TEST(CostOfFiles, CheckOfCellsThatReferToManyNodeSubzones)
+{
+    checkWithinBounds(dataSetOfScatteredBricks(12));
+}
+
 TEST(CostOfFiles, CheckOfManyZonesThatShareTheirCellsAndHaveNoValues)
 {
-    hdqfswriter::Zone zone;
-    zone.name = "scattered";
-    zone.type = hdqfswriter::ZoneType::Brick;
-    zone.partitions.push_back({{}, ScatteredBricks::NODES, {ScatteredBricks::BRICKS}});
-    zone.variables.assign(1, {hdqfswriter::ValueType::Byte});
-    zone.source = std::make_shared<ScatteredBricks>();
-    hdqfswriter::DataSet dataSet;
-    dataSet.variableNames = {"v"};
-    dataSet.zones = {zone};
-    zone.connectivityFrom = 0;
-    zone.variables.front().isPassive = true;
-    dataSet.zones.resize(4000, zone);
-    TemporaryFile const written("");
-    hdqfswriter::writeFile(written.path(), dataSet);
-    std::ifstream file(written.path(), std::ios::binary);
-    std::string const contents{std::istreambuf_iterator<char>(file), {}};
-    withinBounds(contents, [](std::string const& path) {
-        EXPECT_TRUE(tools::findFaults(path).isEmpty());
-        return std::string();
-    });
+    hdqfswriter::DataSet dataSet = dataSetOfScatteredBricks(1);
+    hdqfswriter::Zone sharing = dataSet.zones.front();
+    sharing.connectivityFrom = 0;
+    sharing.variables.front().isPassive = true;
+    dataSet.zones.resize(4000, sharing);
+    checkWithinBounds(dataSet);
 }
 
 /// Describes a file, and holds that to its bounds. Returns what is written.
@@ -581,8 +580,7 @@ std::string describedWithinBounds(std::string const& contents,
         output.finish();
         return std::string();
     });
-    std::ifstream file(written.path(), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    return contentsOf(written.path());
 }
 
 TEST(CostOfFiles, DescriptionOfAZoneOfManyPartitions)
