@@ -14,12 +14,19 @@ namespace varnox::eqn::arrays {
 
 namespace {
 
+/// The turns of the next loop don't depend on each other, which only GCC wants to be told.
+#ifdef __clang__
+#define VNX_INDEPENDENT
+#else
+#define VNX_INDEPENDENT _Pragma("GCC ivdep")
+#endif
+
 constexpr double UNDEFINED = std::numeric_limits<double>::quiet_NaN();
 
 template <typename Function>
 void forEach(double const* x, std::size_t count, double* out, Function const& function)
 {
-#pragma GCC ivdep
+    VNX_INDEPENDENT
     for (std::size_t i = 0; i < count; ++i)
         out[i] = function(x[i]);
 }
@@ -28,7 +35,7 @@ template <typename Function>
 void forEach(double const* a, double const* b, std::size_t count, double* out,
              Function const& function)
 {
-#pragma GCC ivdep
+    VNX_INDEPENDENT
     for (std::size_t i = 0; i < count; ++i)
         out[i] = function(a[i], b[i]);
 }

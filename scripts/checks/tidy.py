@@ -22,7 +22,7 @@ ANALYZED = ["vnx_socketutil", "vnx_token", "vnx_payloads", "vnx_filedata", "vnx_
 ANALYZER = "clang-analyzer-*,-clang-analyzer-optin.performance.Padding"
 
 # What is GCC's alone. Nothing else: what Clang 14 can't compile as it comes must be said here.
-CLANG = ["-Wno-unknown-warning-option", "-Wno-unknown-pragmas"]
+CLANG = ["-Wno-unknown-warning-option"]
 
 UNREADABLE = "[clang-diagnostic-error"
 
