@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <stdexcept>
+#include <utility>
 
 namespace varnox::hdqremote {
 
@@ -94,7 +95,9 @@ public:
                                     std::to_string(nodeCount) + " nodes for a subzone of zone " +
                                     std::to_string(zone) + "; at most 256 of 125 are possible.");
 
-        nodesOfCells.resize(size * nodeCount);
+        // The add-on may let the client ask this server for other cells meanwhile.
+        std::vector<Address> nodes = std::move(nodesOfCells);
+        nodes.resize(size * nodeCount);
         OwnedArray<Address> cell;
         for (unsigned short c = 0; c < size; ++c) {
             cell.view().size = 0;
@@ -109,8 +112,9 @@ public:
             else if (cell.view().capacity != capacity && cell.view().size < nodeCount)
                 std::fill(cell.view().data + cell.view().size, cell.view().data + nodeCount,
                           Address(0)); // the add-on's new block
-            std::copy_n(cell.view().data, nodeCount, nodesOfCells.data() + c * nodeCount);
+            std::copy_n(cell.view().data, nodeCount, nodes.data() + c * nodeCount);
         }
+        nodesOfCells = std::move(nodes);
         references.reset(nodesOfCells.size());
         references.add(nodesOfCells.data(), nodesOfCells.size());
         hdqlib::addCells(size, corners, nodeCount, faces, references, cache);

@@ -146,6 +146,27 @@ TEST(CellConnectivityQueryServer, CheckoutOfNothingSendsAnEmptyCache)
     EXPECT_TRUE(session.socket.sent().empty());
 }
 
+TEST(CellConnectivityQueryServer, CheckoutWithinACheckoutLeavesTheOuterOneAlone)
+{
+    CellSession session;
+    auto const nodesOf = session.fake.nodesOf;
+    bool isWithin = false;
+    session.fake.nodesOf = [&](Item cell) {
+        if (cell.itemOffset() == 1 && !isWithin) {
+            isWithin = true;
+            session.fake.subzoneSize = 1;
+            session.fake.nodes = 1;
+            session.server.handleMethod();
+        }
+        return nodesOf(cell);
+    };
+    session.socket.appendScript(text("checkout") + u8(1) + vec({subzone}) + text("checkout") +
+                                u8(1) + vec({subzone}));
+    session.server.handleMethod();
+    EXPECT_EQ(session.socket.sent(), hex("01 00 02 01 01") + vec({u64(0x10000020)}) +
+                                         vec({u16(0)}) + vec({u8(0)}) + payload);
+}
+
 TEST(CellConnectivityQueryServer, CheckoutAnswersWithOneCache)
 {
     CellSession session;
