@@ -241,6 +241,7 @@ CellConnectivityQueryServer::~CellConnectivityQueryServer() = default;
 
 void CellConnectivityQueryServer::handleMethod()
 {
+    auto const kept = weak_from_this().lock(); // the add-on may have it replaced meanwhile
     dispatch(*m_impl, m_impl->methods, m_impl->socket);
 }
 

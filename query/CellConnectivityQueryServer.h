@@ -15,7 +15,7 @@ namespace varnox::hdqremote {
 /// Serves the cells of one zone. In an ordered zone there is no stored connectivity to send: a
 /// checkout tells the add-on and answers nothing. Doesn't own the interface; the zone counts from
 /// 0.
-class CellConnectivityQueryServer
+class CellConnectivityQueryServer : public std::enable_shared_from_this<CellConnectivityQueryServer>
 {
 public:
     CellConnectivityQueryServer(hdq::CellConnectivityQueryInterface& queryInterface, char isOrdered,

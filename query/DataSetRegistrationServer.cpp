@@ -234,9 +234,11 @@ public:
         std::size_t const source = connectivityZone(zone);
         auto const z = static_cast<std::size_t>(zone);
         auto const v = static_cast<std::size_t>(var);
-        varQueries[z][v] =
-            store.addVariable({cellCentered, nodal, subzones},
-                              {zoneQueries[source].connectivity, zone, maxSize}, type);
+        ServerStore::Connectivity const& connectivity =
+            store.connectivity(zoneQueries[source].connectivity);
+        varQueries[z][v] = store.putVariable(
+            varQueries[z][v], {cellCentered, nodal, subzones},
+            {connectivity.cells, connectivity.nodes, zone, maxSize}, type);
         varZoneShareVar[z][v] = -1;
     }
 
@@ -342,8 +344,8 @@ void DataSetRegistrationServer::registerZoneConnectivityQueryServices(
 {
     requireObjects(zone, {cell, node});
     prepareZone(*m_impl, *this, zone);
-    m_impl->zoneQueries[static_cast<std::size_t>(zone)].connectivity =
-        m_impl->store.addConnectivity({cell, node, zone, false});
+    auto& connectivity = m_impl->zoneQueries[static_cast<std::size_t>(zone)].connectivity;
+    connectivity = m_impl->store.putConnectivity(connectivity, {cell, node, zone, false});
     announceZone(m_impl->commandCache, REGISTER_FE_CONNECTIVITY_QUERY_SERVICES, zone);
 }
 
@@ -354,8 +356,9 @@ void DataSetRegistrationServer::registerZoneConnectivityQueryServices(
     requireObjects(zone, {cell, node, ordered});
     prepareZone(*m_impl, *this, zone);
     auto& queries = m_impl->zoneQueries[static_cast<std::size_t>(zone)];
-    queries.connectivity = m_impl->store.addConnectivity({cell, node, zone, true});
-    queries.ordered = m_impl->store.addOrdered(*ordered);
+    queries.connectivity =
+        m_impl->store.putConnectivity(queries.connectivity, {cell, node, zone, true});
+    queries.ordered = m_impl->store.putOrdered(queries.ordered, *ordered);
     announceZone(m_impl->commandCache, REGISTER_ORDERED_CONNECTIVITY_QUERY_SERVICES, zone);
 }
 
@@ -364,8 +367,8 @@ void DataSetRegistrationServer::registerZoneVarIDQueryServices(
 {
     requireObjects(zone, {zoneVarID});
     prepareZone(*m_impl, *this, zone);
-    m_impl->zoneQueries[static_cast<std::size_t>(zone)].identity =
-        m_impl->store.addIdentity(*zoneVarID, zone);
+    auto& identity = m_impl->zoneQueries[static_cast<std::size_t>(zone)].identity;
+    identity = m_impl->store.putIdentity(identity, *zoneVarID, zone);
     announceZone(m_impl->commandCache, REGISTER_ZONE_VARID_QUERY_SERVICES, zone);
 }
 
@@ -433,14 +436,15 @@ int DataSetRegistrationServer::createDuplicateZoneVarIDQueryService(
     Impl::ZoneQueries& queries = impl.zoneQueries[copy];
     ServerStore::Connectivity objects = impl.store.connectivity(shared.connectivity);
     objects.zone = newZone;
-    queries.connectivity = impl.store.addConnectivity(objects);
+    queries.connectivity = impl.store.putConnectivity(0, objects);
     if (shared.ordered != 0)
-        queries.ordered = impl.store.addOrdered(impl.store.ordered(shared.ordered));
-    queries.identity = impl.store.addIdentity(*zoneVarID, newZone);
+        queries.ordered = impl.store.putOrdered(0, impl.store.ordered(shared.ordered));
+    queries.identity = impl.store.putIdentity(0, *zoneVarID, newZone);
     impl.zoneShareConnectivity[copy] = static_cast<std::int32_t>(connectivity);
     for (std::size_t v = 0; v < numVars; ++v) {
         std::int32_t const sharedVar = impl.varZoneShareVar[source][v];
         impl.varZoneShareVar[copy][v] = sharedVar != -1 ? sharedVar : zone;
+        impl.store.shareVariable(impl.varQueries[source][v]);
         impl.varQueries[copy][v] = impl.varQueries[source][v];
     }
     return newZone;

@@ -32,6 +32,7 @@ NodeConnectivityQueryServer::NodeConnectivityQueryServer(
 
 void NodeConnectivityQueryServer::handleMethod()
 {
+    auto const kept = weak_from_this().lock(); // the add-on may have it replaced meanwhile
     dispatch(*this, m_methods, m_socket);
 }
 

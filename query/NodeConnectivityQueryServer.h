@@ -3,6 +3,8 @@
 #include "query/MethodTable.h"
 #include "varnox/ItemAddress.h"
 
+#include <memory>
+
 namespace varnox::socketutil {
 class WriteCache;
 }
@@ -16,7 +18,7 @@ namespace varnox::hdqremote {
 /// Serves the nodes of one zone: subzone sizes, and which cell subzones touch them. Unlike the cell
 /// server it always answers a checkout, for an ordered zone too. Doesn't own the interface; the
 /// zone counts from 0.
-class NodeConnectivityQueryServer
+class NodeConnectivityQueryServer : public std::enable_shared_from_this<NodeConnectivityQueryServer>
 {
 public:
     NodeConnectivityQueryServer(hdq::NodeConnectivityQueryInterface& queryInterface,

@@ -23,6 +23,7 @@ OrderedSubzoneQueryServer::OrderedSubzoneQueryServer(
 
 void OrderedSubzoneQueryServer::handleMethod()
 {
+    auto const kept = weak_from_this().lock(); // the add-on may have it replaced meanwhile
     dispatch(*this, m_methods, m_socket);
 }
 

@@ -2,6 +2,8 @@
 
 #include "query/MethodTable.h"
 
+#include <memory>
+
 namespace varnox::hdq {
 class OrderedSubzoneQueryInterface;
 }
@@ -10,7 +12,7 @@ namespace varnox::hdqremote {
 
 /// Serves the searches of one ordered zone: the subzones that a plane or a line passes through.
 /// Doesn't own the interface.
-class OrderedSubzoneQueryServer
+class OrderedSubzoneQueryServer : public std::enable_shared_from_this<OrderedSubzoneQueryServer>
 {
 public:
     OrderedSubzoneQueryServer(hdq::OrderedSubzoneQueryInterface& queryInterface,

@@ -4,9 +4,14 @@ namespace varnox::hdqremote {
 
 namespace {
 
+/// Puts an object in the place of a number, or behind the others for 0.
 template <typename Objects, typename Object>
-ServerStore::Number numberOfNew(Objects& objects, Object const& object)
+ServerStore::Number put(Objects& objects, ServerStore::Number number, Object const& object)
 {
+    if (number != 0) {
+        objects[number - 1] = object;
+        return number;
+    }
     objects.push_back(object);
     return static_cast<ServerStore::Number>(objects.size());
 }
@@ -40,37 +45,65 @@ void ServerStore::clear()
     m_identities.clear();
     m_places.clear();
     m_variables.clear();
+    m_numSharers.clear();
 }
 
-ServerStore::Number ServerStore::addConnectivity(Connectivity const& objects)
+ServerStore::Number ServerStore::putConnectivity(Number number, Connectivity const& objects)
 {
-    return numberOfNew(m_connectivities, objects);
+    m_cellServers.erase(number);
+    m_nodeServers.erase(number);
+    return put(m_connectivities, number, objects);
 }
 
-ServerStore::Number ServerStore::addOrdered(hdq::OrderedSubzoneQueryInterface& object)
+ServerStore::Number ServerStore::putOrdered(Number number,
+                                            hdq::OrderedSubzoneQueryInterface& object)
 {
-    return numberOfNew(m_ordered, &object);
+    m_orderedServers.erase(number);
+    return put(m_ordered, number, &object);
 }
 
-ServerStore::Number ServerStore::addIdentity(hdq::ZoneVarIDQueryInterface& object, int zone)
+ServerStore::Number ServerStore::putIdentity(Number number, hdq::ZoneVarIDQueryInterface& object,
+                                             int zone)
 {
-    return numberOfNew(m_identities, Identity{&object, zone});
+    m_identityServers.erase(number);
+    return put(m_identities, number, Identity{&object, zone});
 }
 
-ServerStore::Number ServerStore::addVariable(Variable const& objects, Place const& place,
-                                             FieldDataType_e type)
+ServerStore::Number ServerStore::putVariable(Number number, Variable const& objects,
+                                             Place const& place, FieldDataType_e type)
+{
+    StoredVariable const variable{objects, numberOf(place), type};
+    auto const sharers = m_numSharers.find(number);
+    if (sharers == m_numSharers.end()) {
+        m_cellCenteredServers.erase(number);
+        m_nodalServers.erase(number);
+        m_subzoneServers.erase(number);
+        return put(m_variables, number, variable);
+    }
+    Number const own = put(m_variables, 0, variable);
+    if (--sharers->second == 0)
+        m_numSharers.erase(sharers);
+    return own;
+}
+
+void ServerStore::shareVariable(Number number)
+{
+    if (number != 0)
+        ++m_numSharers[number];
+}
+
+ServerStore::Number ServerStore::numberOf(Place const& place)
 {
     if (m_places.empty() || m_places.back() != place) // mostly zone after zone
         m_places.push_back(place);
-    return numberOfNew(m_variables,
-                       StoredVariable{objects, static_cast<Number>(m_places.size()), type});
+    return static_cast<Number>(m_places.size());
 }
 
 CellConnectivityQueryServer* ServerStore::cellServer(Number connectivity)
 {
     return serverOf(m_cellServers, connectivity, [this](std::size_t i) {
         Connectivity const& of = m_connectivities[i];
-        return std::make_unique<CellConnectivityQueryServer>(
+        return std::make_shared<CellConnectivityQueryServer>(
             *of.cells, static_cast<char>(of.isOrdered), m_socket, of.zone);
     });
 }
@@ -79,14 +112,14 @@ NodeConnectivityQueryServer* ServerStore::nodeServer(Number connectivity)
 {
     return serverOf(m_nodeServers, connectivity, [this](std::size_t i) {
         Connectivity const& of = m_connectivities[i];
-        return std::make_unique<NodeConnectivityQueryServer>(*of.nodes, m_socket, of.zone);
+        return std::make_shared<NodeConnectivityQueryServer>(*of.nodes, m_socket, of.zone);
     });
 }
 
 OrderedSubzoneQueryServer* ServerStore::orderedServer(Number ordered)
 {
     return serverOf(m_orderedServers, ordered, [this](std::size_t i) {
-        return std::make_unique<OrderedSubzoneQueryServer>(*m_ordered[i], m_socket);
+        return std::make_shared<OrderedSubzoneQueryServer>(*m_ordered[i], m_socket);
     });
 }
 
@@ -94,7 +127,7 @@ ZoneVarIDQueryServer* ServerStore::identityServer(Number identity)
 {
     return serverOf(m_identityServers, identity, [this](std::size_t i) {
         Identity const& of = m_identities[i];
-        return std::make_unique<ZoneVarIDQueryServer>(*of.object, of.zone, m_socket,
+        return std::make_shared<ZoneVarIDQueryServer>(*of.object, of.zone, m_socket,
                                                       m_registrationServer);
     });
 }
@@ -104,9 +137,8 @@ VarValueQueryServer* ServerStore::cellCenteredServer(Number variable)
     return serverOf(m_cellCenteredServers, variable, [this](std::size_t i) {
         StoredVariable const& of = m_variables[i];
         Place const& place = placeOf(of);
-        return std::make_unique<VarValueQueryServer>(
-            of.objects.cellCentered, connectivity(place.connectivity).cells, m_socket,
-            place.subzoneMaxSize, place.zone, of.type);
+        return std::make_shared<VarValueQueryServer>(of.objects.cellCentered, place.cells, m_socket,
+                                                     place.subzoneMaxSize, place.zone, of.type);
     });
 }
 
@@ -115,16 +147,15 @@ VarValueQueryServer* ServerStore::nodalServer(Number variable)
     return serverOf(m_nodalServers, variable, [this](std::size_t i) {
         StoredVariable const& of = m_variables[i];
         Place const& place = placeOf(of);
-        return std::make_unique<VarValueQueryServer>(
-            of.objects.nodal, connectivity(place.connectivity).nodes, m_socket,
-            place.subzoneMaxSize, place.zone, of.type);
+        return std::make_shared<VarValueQueryServer>(of.objects.nodal, place.nodes, m_socket,
+                                                     place.subzoneMaxSize, place.zone, of.type);
     });
 }
 
 VarSubzoneQueryServer* ServerStore::subzoneServer(Number variable)
 {
     return serverOf(m_subzoneServers, variable, [this](std::size_t i) {
-        return std::make_unique<VarSubzoneQueryServer>(*m_variables[i].objects.subzones, m_socket);
+        return std::make_shared<VarSubzoneQueryServer>(*m_variables[i].objects.subzones, m_socket);
     });
 }
 

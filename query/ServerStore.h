@@ -17,8 +17,9 @@ namespace varnox::hdqremote {
 
 /// The query objects that an add-on has handed in, and the servers in front of them. A data set may
 /// have millions of objects, of which a client asks a few: an object takes a few words here, and
-/// its server is made when it is first asked for. What was added has a number from 1 on; 0 stands
-/// for nothing, which has no server.
+/// its server is made when it is first asked for. What was put here has a number from 1 on; 0
+/// stands for nothing, which has no server. A server that goes while it handles a method ends with
+/// that.
 class ServerStore
 {
 public:
@@ -35,7 +36,8 @@ public:
     /// What the variables of a zone have in common.
     struct Place
     {
-        Number connectivity;
+        hdq::CellConnectivityQueryInterface* cells;
+        hdq::NodeConnectivityQueryInterface* nodes;
         int zone;
         unsigned short subzoneMaxSize;
 
@@ -58,10 +60,16 @@ public:
 
     void clear();
 
-    Number addConnectivity(Connectivity const& objects);
-    Number addOrdered(hdq::OrderedSubzoneQueryInterface& object);
-    Number addIdentity(hdq::ZoneVarIDQueryInterface& object, int zone);
-    Number addVariable(Variable const& objects, Place const& place, FieldDataType_e type);
+    /// Each of these gives something new a number, or puts it in the place of what had the number,
+    /// whose servers go.
+    Number putConnectivity(Number number, Connectivity const& objects);
+    Number putOrdered(Number number, hdq::OrderedSubzoneQueryInterface& object);
+    Number putIdentity(Number number, hdq::ZoneVarIDQueryInterface& object, int zone);
+    /// A variable that is shared gets its own number, and is left to the others.
+    Number putVariable(Number number, Variable const& objects, Place const& place,
+                       FieldDataType_e type);
+    /// One zone more has the variable, unless it is nothing.
+    void shareVariable(Number number);
 
     /// Of a number that isn't 0, as below.
     Connectivity const& connectivity(Number number) const { return m_connectivities[number - 1]; }
@@ -94,8 +102,9 @@ private:
     };
 
     template <typename T>
-    using Servers = std::unordered_map<Number, std::unique_ptr<T>>;
+    using Servers = std::unordered_map<Number, std::shared_ptr<T>>;
 
+    Number numberOf(Place const& place);
     Place const& placeOf(StoredVariable const& variable) const
     {
         return m_places[variable.place - 1];
@@ -108,6 +117,7 @@ private:
     std::deque<Identity> m_identities;
     std::deque<Place> m_places;
     std::deque<StoredVariable> m_variables;
+    std::unordered_map<Number, std::size_t> m_numSharers; ///< Without the first.
     Servers<CellConnectivityQueryServer> m_cellServers;
     Servers<NodeConnectivityQueryServer> m_nodeServers;
     Servers<OrderedSubzoneQueryServer> m_orderedServers;

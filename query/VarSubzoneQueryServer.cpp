@@ -26,6 +26,7 @@ VarSubzoneQueryServer::VarSubzoneQueryServer(hdq::VarSubzoneQueryInterface& quer
 
 void VarSubzoneQueryServer::handleMethod()
 {
+    auto const kept = weak_from_this().lock(); // the add-on may have it replaced meanwhile
     dispatch(*this, m_methods, m_socket);
 }
 

@@ -3,6 +3,8 @@
 #include "query/MethodTable.h"
 #include "varnox/RawArray.h"
 
+#include <memory>
+
 namespace varnox::hdq {
 class VarSubzoneQueryInterface;
 }
@@ -11,7 +13,7 @@ namespace varnox::hdqremote {
 
 /// Serves the ranges of one variable of one zone. The vectors go on as the add-on filled them.
 /// Doesn't own the interface.
-class VarSubzoneQueryServer
+class VarSubzoneQueryServer : public std::enable_shared_from_this<VarSubzoneQueryServer>
 {
 public:
     VarSubzoneQueryServer(hdq::VarSubzoneQueryInterface& queryInterface,

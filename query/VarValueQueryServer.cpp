@@ -148,6 +148,7 @@ VarValueQueryServer::~VarValueQueryServer() = default;
 
 void VarValueQueryServer::handleMethod()
 {
+    auto const kept = weak_from_this().lock(); // the add-on may have it replaced meanwhile
     dispatch(*m_impl, m_impl->methods, m_impl->socket);
 }
 

@@ -19,7 +19,7 @@ namespace varnox::hdqremote {
 /// Serves the values of one variable of one zone, in its nodal or its cell-centred form. Keeps no
 /// values between commands: an answer is pulled from the add-on, narrowed to the variable's type
 /// and sent. Owns none of the interfaces.
-class VarValueQueryServer
+class VarValueQueryServer : public std::enable_shared_from_this<VarValueQueryServer>
 {
 public:
     /// Cell-centred. subzoneMaxSize is the largest number of items in a subzone, zone counts from

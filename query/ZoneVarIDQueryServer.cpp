@@ -141,6 +141,7 @@ ZoneVarIDQueryServer::~ZoneVarIDQueryServer() = default;
 
 void ZoneVarIDQueryServer::handleMethod()
 {
+    auto const kept = weak_from_this().lock(); // the add-on may have it replaced meanwhile
     dispatch(*m_impl, m_impl->methods, m_impl->socket);
 }
 

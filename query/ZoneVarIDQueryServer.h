@@ -15,8 +15,9 @@ namespace varnox::hdqremote {
 class DataSetRegistrationServer;
 
 /// Serves one zone as a whole: which variables it has, which subzones may hold given values, its
-/// duplicate, and new variables made of expressions. Owns neither the interface nor the registration server; the zone counts from 0.
-class ZoneVarIDQueryServer
+/// duplicate, and new variables made of expressions. Owns neither the interface nor the
+/// registration server; the zone counts from 0.
+class ZoneVarIDQueryServer : public std::enable_shared_from_this<ZoneVarIDQueryServer>
 {
 public:
     ZoneVarIDQueryServer(hdq::ZoneVarIDQueryInterface& queryInterface, int zone,

@@ -408,6 +408,100 @@ TEST_F(DataSetRegistration, RegistrationAgainReplacesTheServer)
     EXPECT_EQ(&server.cellConnectivityQueryServer(0)->queryInterface(), &others);
 }
 
+TEST_F(DataSetRegistration, RegistrationAgainReleasesTheServersBefore)
+{
+    server.setFilePaths({FULL});
+    std::vector<std::weak_ptr<void>> before;
+    auto const keepTrackOf = [&](auto* made) { before.emplace_back(made->shared_from_this()); };
+    for (bool const isAgain : {false, true}) {
+        server.registerZoneConnectivityQueryServices(&addon.cells, &addon.nodes, &addon.ordered, 0);
+        server.registerZoneVarIDQueryServices(&addon.zoneVarID, 0);
+        registerVar(addon, 0, 3);
+        EXPECT_TRUE(deliver({FieldDataType_Float}));
+        if (isAgain)
+            break;
+        keepTrackOf(server.cellConnectivityQueryServer(0));
+        keepTrackOf(server.nodeConnectivityQueryServer(0));
+        keepTrackOf(server.orderedSubzoneQueryServer(0));
+        keepTrackOf(server.zoneVarIDQueryServer(0));
+        keepTrackOf(server.nodalVarQueryServer(0, 3));
+        keepTrackOf(server.cellCenteredVarQueryServer(0, 3));
+        keepTrackOf(server.varSubzoneQueryServer(0, 3));
+    }
+    for (std::size_t i = 0; i < before.size(); ++i)
+        EXPECT_TRUE(before[i].expired()) << i;
+}
+
+TEST_F(DataSetRegistration, VariableKeepsTheConnectivityItWasRegisteredWith)
+{
+    ZoneOfAddon other;
+    server.setFilePaths({FULL});
+    server.registerZoneConnectivityQueryServices(&addon.cells, &addon.nodes, 0);
+    registerVar(addon, 0, 3);
+    EXPECT_TRUE(deliver({FieldDataType_Float}));
+    server.registerZoneConnectivityQueryServices(&other.cells, &other.nodes, 0);
+    socket.appendScript(text("checkout") + vec({u64(0x20)}) + text("checkout") + vec({u64(0x20)}));
+    server.nodalVarQueryServer(0, 3)->handleMethod();
+    server.cellCenteredVarQueryServer(0, 3)->handleMethod();
+    EXPECT_EQ(addon.nodes.calls, std::vector<std::string>{"size 20"});
+    EXPECT_EQ(addon.cells.calls, std::vector<std::string>{"size 20"});
+}
+
+/// A server that is asked for something, and loses its place while the add-on answers.
+class ServerThatGoesMeanwhile : public DataSetRegistration
+{
+protected:
+    void registerAll()
+    {
+        server.setFilePaths({FULL});
+        server.registerZoneConnectivityQueryServices(&addon.cells, &addon.nodes, &addon.ordered, 0);
+        server.registerZoneVarIDQueryServices(&addon.zoneVarID, 0);
+        registerVar(addon, 0, 3);
+        EXPECT_TRUE(deliver({FieldDataType_Float}));
+        socket.takeSent();
+    }
+
+    template <typename Server>
+    void expectToFinish(Server* asked, CallLog& object, std::string const& request,
+                        std::string const& answer)
+    {
+        std::weak_ptr<Server> const alive = asked->weak_from_this();
+        bool wasAlive = false;
+        object.meanwhile = [&] {
+            server.setFilePaths({FULL});
+            wasAlive = !alive.expired();
+        };
+        socket.appendScript(request);
+        asked->handleMethod();
+        object.meanwhile = [] {};
+        EXPECT_TRUE(wasAlive) << request;
+        EXPECT_TRUE(alive.expired()) << request;
+        EXPECT_EQ(socket.takeSent(), answer) << request;
+    }
+};
+
+TEST_F(ServerThatGoesMeanwhile, FinishesItsAnswer)
+{
+    std::string const checkout = text("checkout") + vec({u64(0x20)});
+    registerAll();
+    expectToFinish(server.cellConnectivityQueryServer(0), addon.cells, text("numSubzones"), i64(0));
+    registerAll();
+    expectToFinish(server.nodeConnectivityQueryServer(0), addon.nodes, checkout, u16(0) + vec({}));
+    registerAll();
+    expectToFinish(server.orderedSubzoneQueryServer(0), addon.ordered,
+                   text("findIJKPlaneCellSubzones") + i32(0) + i64(0), vec({}));
+    registerAll();
+    expectToFinish(server.zoneVarIDQueryServer(0), addon.zoneVarID, text("varExists") + u64(1),
+                   u8(0));
+    registerAll();
+    expectToFinish(server.nodalVarQueryServer(0, 3), addon.nodal, checkout, vec({}));
+    registerAll();
+    expectToFinish(server.cellCenteredVarQueryServer(0, 3), addon.cellCentered, checkout, vec({}));
+    registerAll();
+    expectToFinish(server.varSubzoneQueryServer(0, 3), addon.subzones, text("partitionMinMaxes"),
+                   vec({}));
+}
+
 TEST_F(DataSetRegistration, OrderedZoneHasAllThreeServers)
 {
     server.setFilePaths({FULL});
@@ -717,6 +811,26 @@ TEST_F(DuplicatedZone, HasTheVeryVariableServersOfItsSource)
     server.nodalVarQueryServer(0, 3)->handleMethod();
     server.nodalVarQueryServer(1, 3)->handleMethod();
     EXPECT_EQ(addon.nodal.calls, (std::vector<std::string>{"minMax", "setup", "setup"}));
+}
+
+TEST_F(DuplicatedZone, KeepsAVariableThatIsReplacedInItsSource)
+{
+    duplicate(0);
+    duplicate(0);
+    std::weak_ptr<void> const shared = server.nodalVarQueryServer(0, 3)->weak_from_this();
+    for (int const zone : {0, 2, 1}) {
+        EXPECT_FALSE(shared.expired()) << zone;
+        EXPECT_EQ(server.nodalVarQueryServer(1, 3), shared.lock().get());
+        registerVar(copy, zone, 3);
+        EXPECT_TRUE(deliver({FieldDataType_Float}));
+    }
+    EXPECT_TRUE(shared.expired());
+    socket.appendScript(text("setup") + text("setup") + text("setup"));
+    for (int const zone : {0, 1, 2})
+        server.nodalVarQueryServer(zone, 3)->handleMethod();
+    EXPECT_EQ(copy.nodal.calls,
+              (std::vector<std::string>{"minMax", "minMax", "minMax", "setup", "setup", "setup"}));
+    EXPECT_EQ(addon.nodal.calls, std::vector<std::string>{"minMax"});
 }
 
 TEST_F(DuplicatedZone, SharesWithTheFirstSourceThoughItIsACopyOfACopy)

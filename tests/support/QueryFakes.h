@@ -28,6 +28,7 @@ class CallLog
 public:
     std::vector<std::string> calls;
     std::string failing; ///< The name of an operation that throws.
+    std::function<void()> meanwhile = [] {}; ///< Happens within each call.
 
 protected:
     template <typename... Arguments>
@@ -37,6 +38,7 @@ protected:
         text << std::boolalpha << name;
         (append(text, arguments), ...);
         calls.push_back(text.str());
+        meanwhile();
         if (name == failing)
             throw std::runtime_error("the add-on has failed");
     }
