@@ -179,6 +179,7 @@ public:
         bool const isUsable =
             ::SSL_CTX_use_PrivateKey_file(context.get(), key.c_str(), SSL_FILETYPE_PEM) == 1;
         ::SSL_CTX_set_default_passwd_cb(context.get(), nullptr);
+        ::SSL_CTX_set_default_passwd_cb_userdata(context.get(), nullptr);
         if (wasAsked)
             throw TlsError("The key " + key +
                            " needs a pass phrase, and nobody is asked for one; make a key without: "
