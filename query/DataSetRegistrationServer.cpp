@@ -81,6 +81,7 @@ public:
 
     void startAfresh()
     {
+        ++numLoads;
         loaderServer.reset();
         zoneQueries.clear();
         varQueries.clear();
@@ -236,19 +237,22 @@ public:
         auto const v = static_cast<std::size_t>(var);
         ServerStore::Connectivity const& connectivity =
             store.connectivity(zoneQueries[source].connectivity);
-        varQueries[z][v] = store.putVariable(
-            varQueries[z][v], {cellCentered, nodal, subzones},
-            {connectivity.cells, connectivity.nodes, zone, maxSize}, type);
+        varQueries[z][v] =
+            store.putVariable(varQueries[z][v], {cellCentered, nodal, subzones},
+                              {connectivity.cells, connectivity.nodes, zone, maxSize}, type);
         varZoneShareVar[z][v] = -1;
     }
 
-    /// Reads the client's answer to a variable's announcement: only it tells the type.
+    /// Reads the client's answer to a variable's announcement: only it tells the type. The client
+    /// may have loaded another data set before it answers, which has variables of its own.
     bool registerVarQueryServices(hdq::VarValueQueryInterface* cellCentered,
                                   hdq::VarValueQueryInterface* nodal,
-                                  hdq::VarSubzoneQueryInterface* subzones, int zone, int var)
+                                  hdq::VarSubzoneQueryInterface* subzones, int zone, int var,
+                                  std::uint64_t load)
     {
         auto const type = static_cast<FieldDataType_e>(socket.receiveInt32());
-        registerVarQueryServers(cellCentered, nodal, subzones, type, zone, var);
+        if (load == numLoads)
+            registerVarQueryServers(cellCentered, nodal, subzones, type, zone, var);
         return true;
     }
 
@@ -283,6 +287,7 @@ public:
     std::unique_ptr<LoaderServer> loaderServer;
     /// At least; saves looking at all zones for each variable.
     std::size_t numSlotsOfEveryZone = 0;
+    std::uint64_t numLoads = 0; ///< The number of the present one.
 };
 
 DataSetRegistrationServer::Error::Error(std::string const& message) : ExceptionBase(message, false)
@@ -392,9 +397,9 @@ void DataSetRegistrationServer::registerVarQueryServices(hdq::VarValueQueryInter
     cache.addInt(var);
     for (double const value : ranges)
         cache.addDouble(value);
-    std::function<bool()> routine = [impl = m_impl.get(), cellCentered, nodal, subzones, zone,
-                                     var] {
-        return impl->registerVarQueryServices(cellCentered, nodal, subzones, zone, var);
+    std::function<bool()> routine = [impl = m_impl.get(), cellCentered, nodal, subzones, zone, var,
+                                     load = m_impl->numLoads] {
+        return impl->registerVarQueryServices(cellCentered, nodal, subzones, zone, var, load);
     };
     m_impl->commandCache.appendCache(cache);
     m_impl->commandCache.addReceiveRoutine(std::move(routine));

@@ -614,6 +614,22 @@ TEST_F(DataSetRegistration, ZoneThatADataSetLoadedMeanwhileLacksGetsASlot)
     EXPECT_NE(server.cellConnectivityQueryServer(1), nullptr);
 }
 
+TEST_F(DataSetRegistration, VariableThatWaitsForItsTypeDoesNotPassToTheNextDataSet)
+{
+    ZoneOfAddon next;
+    server.setFilePaths({FULL});
+    server.registerZoneConnectivityQueryServices(&addon.cells, &addon.nodes, 0);
+    registerVar(addon, 0, 0);
+    server.setFilePaths({GRID, SOLUTION});
+    socket.appendScript(i32(FieldDataType_Float));
+    server.registerZoneConnectivityQueryServices(&next.cells, &next.nodes, 0); // delivers the rest
+    EXPECT_TRUE(socket.allWasRead());
+    EXPECT_EQ(server.nodalVarQueryServer(0, 0), nullptr);
+    registerVar(next, 0, 0);
+    EXPECT_TRUE(deliver({FieldDataType_Float}));
+    EXPECT_NE(server.nodalVarQueryServer(0, 0), nullptr);
+}
+
 TEST_F(DataSetRegistration, CalculatedVariableGivesAllZonesASlot)
 {
     server.setFilePaths({GRID, SOLUTION, LATER});
