@@ -12,7 +12,11 @@ std::string printable(std::string const& text, std::size_t maxLength)
 {
     std::string result;
     unsigned char before = 0;
-    for (char const c : text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char const c = text[i];
+        bool const isAtLineEnd = i + 1 == text.size() || text[i + 1] == '\n';
+        if (c == '\r' && isAtLineEnd)
+            continue;
         if (result.size() >= maxLength)
             return result + "...";
         auto const code = static_cast<unsigned char>(c);
