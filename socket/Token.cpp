@@ -65,6 +65,8 @@ std::string readTokenFile(std::string const& path)
     struct stat status = {};
     if (!file.isOpen() || ::fstat(file.get(), &status) != 0)
         refuse(path, std::string("can't be opened: ") + std::strerror(errno) + ".");
+    if (S_ISDIR(status.st_mode))
+        refuse(path, "is a folder; name the file in it.");
     if ((status.st_mode & (S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH)) != 0)
         refuse(path, "is open to others, so it keeps no secret; run: chmod 600 " + path);
     std::string token = headOf(file.get(), path);

@@ -66,6 +66,12 @@ TEST_F(TokenFile, OpenToOthersIsRefused)
     EXPECT_EQ(failure(), "read: secret");
 }
 
+TEST_F(TokenFile, FolderIsRefused)
+{
+    path = folder.string();
+    EXPECT_EQ(failure(), "The token file " + path + " is a folder; name the file in it.");
+}
+
 TEST_F(TokenFile, EmptyOneIsRefused)
 {
     for (char const* text : {"", "\n", "\r\n", "\nsecret"}) {
