@@ -153,6 +153,14 @@ std::vector<std::string> const wrongUsages[] = {
 
 INSTANTIATE_TEST_SUITE_P(Lines, WrongUsageOf, testing::ValuesIn(wrongUsages));
 
+TEST_F(VnxClient, NamesAMisspeltCommandOrOption)
+{
+    EXPECT_EQ(run({"inof", "a.hdqfs"}).error, "This was not expected: inof a.hdqfs\n"
+                                              "Run with --help for more information.\n");
+    EXPECT_THAT(run({"info", "--jsn"}).error, HasSubstr("not expected: --jsn\n"));
+    EXPECT_THAT(run({"info"}).error, HasSubstr("FILE is required"));
+}
+
 TEST_F(VnxClient, HelpAndVersionAreNoFailures)
 {
     EXPECT_EQ(run({"--help"}).status, 0);
@@ -185,6 +193,14 @@ TEST_F(VnxClient, ListsADirectory)
     EXPECT_EQ(listing["entries"][0]["name"], "odd\nname.hdqfs");
     EXPECT_EQ(listing["entries"][0]["size"], 5);
     EXPECT_EQ(listing["entries"][0]["permissions"], 0640);
+}
+
+TEST_F(VnxClient, SaysSoWhereThereIsNothingToList)
+{
+    Result const result = run({"ls", inFolder("nowhere")});
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_EQ(result.output, inFolder("nowhere") + "\n(nothing: it is empty, or no directory that "
+                                                   "the server can or may read)\n");
 }
 
 TEST_F(VnxClient, DescribesADataSetInText)
@@ -372,6 +388,10 @@ TEST_F(VnxClient, FindsByValueWhatItsValuesShow)
             expected.push_back({{"partition", 0}, {"section", 0}, {"subzone", s}});
     }
     EXPECT_EQ(found.at("subzones"), expected);
+    // What follows a value is a file.
+    EXPECT_EQ(run({"find", "--zone", "1", "--value", "p=3", "--value", "8=0.5", files[0], files[1]})
+                  .output,
+              text.output);
     // By cells, of a variable at nodes.
     EXPECT_THAT(
         run({"find", files[0], files[1], "--zone", "1", "--value", "p=3", "--of", "cells"}).output,
@@ -490,7 +510,10 @@ Failing const failures[] = {
     {"OptionForSsh", {"types", "--connect", "ssh:-oX"}, "no host for ssh"},
     {"OutputThatCantBe",
      {"values", BOX, "--zone", "1", "--var", "1", "--output", "/nowhere/x"},
-     "Could not write '/nowhere/x'"}};
+     "Could not write '/nowhere/x'"},
+    {"FullDevice",
+     {"values", BOX, "--zone", "1", "--var", "1", "--output", "/dev/full"},
+     "Could not write '/dev/full': No space left on device."}};
 
 INSTANTIATE_TEST_SUITE_P(Failures, FailureOf, testing::ValuesIn(failures),
                          [](auto const& test) { return std::string(test.param.name); });
@@ -520,6 +543,17 @@ Result runAs(std::string const& preparation, std::vector<std::string> const& arg
     Process process(words);
     int const status = process.wait();
     return {status, process.output(), process.error()};
+}
+
+TEST_F(VnxClient, FileThatMayNotGrowIsAFailureAndIsRemoved)
+{
+    Result const result =
+        runAs("ulimit -f 10; exec \"$0\" \"$@\"", {"values", BOX, "--zone", "1", "--var", "X",
+                                                   "--raw", "--output", inFolder("values")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error,
+              "vnxclient: Could not write '" + inFolder("values") + "': File too large.\n");
+    EXPECT_FALSE(std::filesystem::exists(inFolder("values")));
 }
 
 TEST_F(VnxClient, ClosedStandardOutputIsNotTheServersConnection)

@@ -712,7 +712,8 @@ TEST_F(Series, TimesAreChosen)
     run();
     EXPECT_THAT(namesOf(summary.files), ElementsAre("out.hdqfs"));
     options.times = TimeRange::parse("2:3");
-    EXPECT_THAT(failure(), HasSubstr("None of 3 times lies in the range of --time"));
+    EXPECT_THAT(failure(),
+                HasSubstr("No time lies in the range of --time: the 3 go from 0 to 1.5."));
 }
 
 TEST_F(Series, LeavesNothingWhenATimeIsMissing)

@@ -62,7 +62,10 @@ UsageCase const usageCases[] = {
     {"OutputOfAnotherFormat", {"a.vtu", "b.vtu"}, "must end in .hdqfs: b.vtu"},
     {"UnknownOption", {"a.vtu", "b.hdqfs", "--nothing"}, "--nothing"},
     {"Version", {"a.vtu", "b.hdqfs", "--version", "103"}, "--version"},
-    {"PartitionCells", {"a.vtu", "b.hdqfs", "--partition-cells", "0"}, "--partition-cells"},
+    {"OnlyAnUnknownOption", {"--nothing"}, "This was not expected: --nothing\n"},
+    {"PartitionCells",
+     {"a.vtu", "b.hdqfs", "--partition-cells", "0"},
+     "--partition-cells: Value 0 not in range 1 to 18446744073709551615\n"},
     {"Subzone", {"a.vtu", "b.hdqfs", "--subzone", "8,8,8"}, "--subzone wants three numbers"},
     {"SubzoneOfTwo", {"a.vtu", "b.hdqfs", "--subzone", "8,8"}, "--subzone wants three numbers"},
     {"Time", {"a.vtu", "b.hdqfs", "--time", "x"}, "--time: 'x' is no time."},
@@ -127,6 +130,17 @@ TEST(VnxConvert, NamesAnInputThatIsNotThere)
                                 "read the file.\n");
 }
 
+TEST(VnxConvert, DoesNotWaitForAPipe)
+{
+    TemporaryFolder const folder;
+    ASSERT_EQ(::mkfifo(folder.file("in.vtu").c_str(), 0600), 0);
+    Result const result = run({folder.file("in.vtu"), folder.file("out.hdqfs")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error,
+              "vnxconvert: Cannot read " + folder.file("in.vtu") +
+                  ": it is no ordinary file.\nMake a file of what comes out of it.\n");
+}
+
 TEST(VnxConvert, NamesAFormatThatItDoesNotKnow)
 {
     TemporaryFolder const folder;
@@ -154,6 +168,44 @@ TEST(VnxConvert, TellsWhatItHasWritten)
                 HasSubstr("5 variables: X, Y, Z, p, T\n" + folder.file("out.hdqfs")));
     EXPECT_THAT(result.output, HasSubstr("1 zone, 3 cells, 16 nodes, "));
     EXPECT_THAT(result.output, HasSubstr(" of version 105, "));
+}
+
+TEST(VnxConvert, TakesTheFilesBehindTheVariablesForFiles)
+{
+    TemporaryFolder const folder;
+    writeText(folder.file("row.vtu"), rowOfCubes(3).vtu());
+    std::vector<std::string> const files{folder.file("row.vtu"), folder.file("out.hdqfs")};
+    Result const one = run({"--vars", "T", files[0], files[1]});
+    EXPECT_EQ(one.status, 0) << one.error;
+    EXPECT_THAT(one.output, HasSubstr("4 variables: X, Y, Z, T\n"));
+    for (std::vector<std::string> const& variables :
+         {std::vector<std::string>{"--vars", "T,p"}, {"--vars", "T", "--vars", "p"}}) {
+        std::vector<std::string> arguments = variables;
+        arguments.insert(arguments.end(), files.begin(), files.end());
+        EXPECT_THAT(run(arguments).output, HasSubstr("5 variables: X, Y, Z, p, T\n"));
+    }
+}
+
+TEST(VnxConvert, SaysWhichTimesThereAre)
+{
+    TemporaryFolder const folder;
+    for (char const* const name : {"a.vtu", "b.vtu"})
+        writeText(folder.file(name), rowOfCubes(3).vtu());
+    Result const one = run({"--time", "5:6", folder.file("a.vtu"), folder.file("out.hdqfs")});
+    EXPECT_EQ(one.status, 1);
+    EXPECT_EQ(one.error, "vnxconvert: No time lies in the range of --time: there is only 0.\n");
+}
+
+TEST(VnxConvert, FileThatMayNotGrowLeavesNothing)
+{
+    TemporaryFolder const folder;
+    writeText(folder.file("row.vtu"), rowOfCubes(2000).vtu());
+    Process process({"/bin/sh", "-c", "ulimit -f 10; exec \"$0\" \"$@\"", VNX_BIN_DIR "/vnxconvert",
+                     folder.file("row.vtu"), folder.file("out.hdqfs")});
+    EXPECT_EQ(process.wait(), 1);
+    EXPECT_EQ(process.error(),
+              "vnxconvert: Cannot write " + folder.file("out.hdqfs") + ": File too large.\n");
+    EXPECT_EQ(folder.numFiles(), 1U);
 }
 
 TEST(VnxConvert, SaysWhatItLeavesOut)

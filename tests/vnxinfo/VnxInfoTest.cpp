@@ -142,13 +142,21 @@ TEST(VnxInfo, EndsWithOneForAFaultyFile)
     Result const asJson = run({"--check", "--json", damaged.path()});
     EXPECT_EQ(asJson.status, 1);
     EXPECT_FALSE(json::parse(asJson.output)["sound"].get<bool>());
-    EXPECT_EQ(run({"/nowhere"}).status, 1);
+}
+
+TEST(VnxInfo, SaysWhyAFileCannotBeOpened)
+{
+    Result const missing = run({"/nowhere"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_EQ(missing.error, "vnxinfo: Cannot open /nowhere: No such file or directory.\n");
+    EXPECT_EQ(run({"/dev"}).error, "vnxinfo: Cannot open /dev: it is no ordinary file.\n");
 }
 
 TEST(VnxInfo, EndsWithTwoForWrongUsage)
 {
     EXPECT_EQ(run({}).status, 2);
     EXPECT_EQ(run({"--values", GRID}).status, 2);
+    EXPECT_THAT(run({"--chek"}).error, HasSubstr("This was not expected: --chek\n"));
     EXPECT_EQ(run({"--check", "--tags", GRID}).status, 2);
     EXPECT_EQ(run({"--bins", "3", GRID}).status, 2);
 }

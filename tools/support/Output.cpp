@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <cstring>
 #include <stdexcept>
 
@@ -12,6 +13,12 @@
 #include <unistd.h>
 
 namespace varnox::tools {
+
+void takeOutputErrorsAsErrors()
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
 
 Output::Output() : m_file(stdout)
 {
@@ -24,8 +31,7 @@ Output::Output(std::string const& path) : m_file(std::fopen(path.c_str(), "wbe")
     struct stat status = {};
     bool const isRegular = ::fstat(::fileno(m_file), &status) == 0 && S_ISREG(status.st_mode);
     setUnfinishedFile(isRegular ? path : std::string());
-    if (!isRegular)
-        m_path.clear();
+    m_isRemovable = isRegular;
 }
 
 Output::~Output()
@@ -33,7 +39,7 @@ Output::~Output()
     if (m_file == nullptr || m_file == stdout)
         return;
     std::fclose(m_file);
-    if (!m_path.empty())
+    if (m_isRemovable)
         ::unlink(m_path.c_str());
     setUnfinishedFile({});
 }

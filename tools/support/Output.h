@@ -10,6 +10,10 @@ struct ReaderGone
 {
 };
 
+/// A reader that has gone, and a file that may not grow, show as errors of their writes and don't
+/// end the program by a signal.
+void takeOutputErrorsAsErrors();
+
 /// Standard output or a file. A file that isn't finished is removed.
 class Output
 {
@@ -32,6 +36,7 @@ private:
 
     std::FILE* m_file;
     std::string m_path;
+    bool m_isRemovable = false;
 };
 
 /// Received text on a line of ours: control characters, line breaks among them, become '?'.

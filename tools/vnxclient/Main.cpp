@@ -3,6 +3,7 @@
 #include "client/Errors.h"
 #include "tools/vnxclient/CellReport.h"
 #include "tools/vnxclient/Connection.h"
+#include "tools/support/CommandLine.h"
 #include "tools/support/Output.h"
 #include "tools/support/ProgressBar.h"
 #include "tools/support/StandardDescriptors.h"
@@ -12,10 +13,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include <csignal>
 #include <cstdio>
 #include <exception>
-#include <iostream>
 #include <memory>
 
 namespace {
@@ -117,6 +116,7 @@ void describeSearches(CLI::App& app, Options& options, Commands& commands)
                      "in the ranges of a subzone")
         ->required()
         ->expected(1)
+        ->allow_extra_args(false) // what follows it is a file
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     addKind(*commands.find, options.find.kind, "what the first variable's values stand at");
 
@@ -168,8 +168,9 @@ Commands describe(CLI::App& app, Options& options)
                    "file of our own certificate, for a server that wants one")
         ->check(isNamed);
     app.add_option("--tls-key", options.connection.tls.key, "file of its key")->check(isNamed);
-    app.add_flag("!--tls-any-name", options.connection.tls.checksName,
-                 "take a certificate for any name, if it is signed as it has to be");
+    app.add_flag_callback(
+        "--tls-any-name", [&options] { options.connection.tls.checksName = false; },
+        "take a certificate for any name, if it is signed as it has to be");
     app.add_option("--token-file", options.connection.tokenFile,
                    "file whose first line is the token to show; for its owner's eyes only")
         ->check(isNamed);
@@ -327,7 +328,7 @@ int guardedRun(Commands const& commands, Options& options)
 int main(int argc, char** argv)
 {
     occupyStandardDescriptors();
-    std::signal(SIGPIPE, SIG_IGN); // a reader that has gone shows as an error of its write
+    takeOutputErrorsAsErrors();
     installSignalHandlers();
     Options options;
     CLI::App app{"Plays the engine: lists, loads and reads data sets through a data server."};
@@ -335,7 +336,7 @@ int main(int argc, char** argv)
     try {
         app.parse(argc, argv);
     } catch (CLI::ParseError const& error) {
-        return app.exit(error, std::cout, std::cerr) == 0 ? SUCCESS : WRONG_USAGE;
+        return endOf(app, error) ? SUCCESS : WRONG_USAGE;
     }
     return guardedRun(commands, options);
 }

@@ -236,6 +236,9 @@ void reportListing(client::Listing const& listing, bool asJson, Output& output)
         return;
     }
     output.write(shown(listing.directory) + "\n");
+    // The server sends the same in all of these cases.
+    if (listing.entries.empty())
+        output.write("(nothing: it is empty, or no directory that the server can or may read)\n");
     for (client::FileEntry const& entry : listing.entries)
         output.write(permissionsOf(entry.permissions) + "  " + padded(shown(entry.type), 15) +
                      padded(std::to_string(entry.size), 12) + timeOf(entry.lastWriteTime) + "  " +

@@ -4,6 +4,8 @@
 #include "tools/vnxconvert/Staging.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -20,6 +22,14 @@ using hdqfswriter::ZoneVariable;
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+/// In as few digits as bring it back.
+std::string shortest(double number)
+{
+    std::array<char, 32> digits{};
+    auto const end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+    return std::string(digits.data(), end);
+}
 
 char const* nameOf(ZoneType type)
 {
@@ -108,16 +118,23 @@ private:
             m_options.progress(action, done, total);
     }
 
+    std::string timesThereAre()
+    {
+        std::string const first = shortest(m_frames.timeOf(0));
+        std::size_t const count = m_frames.size();
+        return count == 1 ? "there is only " + first
+                          : "the " + std::to_string(count) + " go from " + first + " to " +
+                                shortest(m_frames.timeOf(count - 1));
+    }
+
     void chooseTimes()
     {
         for (std::size_t i = 0; i < m_frames.size(); ++i)
             if (!m_options.times || m_options.times->contains(m_frames.timeOf(i)))
                 m_times.push_back(i);
         if (m_times.empty())
-            throw std::runtime_error("None of " + std::to_string(m_frames.size()) +
-                                     " times lies in the range of --time: they go from " +
-                                     std::to_string(m_frames.timeOf(0)) + " to " +
-                                     std::to_string(m_frames.timeOf(m_frames.size() - 1)) + ".");
+            throw std::runtime_error("No time lies in the range of --time: " + timesThereAre() +
+                                     ".");
         m_frames.keep(m_times.front());
     }
 

@@ -56,6 +56,9 @@ void requireReadable(std::string const& path)
     if (::access(path.c_str(), R_OK) != 0)
         failReading(path, std::string(std::strerror(errno)) + ".",
                     "Check the name, and that you may read the file.");
+    // Readers wait for what comes out of a pipe, and go back in a file.
+    if (!std::filesystem::is_regular_file(path, error))
+        failReading(path, "it is no ordinary file.", "Make a file of what comes out of it.");
 }
 
 }

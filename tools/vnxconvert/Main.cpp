@@ -1,5 +1,6 @@
 // vnxconvert: makes HDQFS files of what solvers and other programs write.
 
+#include "tools/support/CommandLine.h"
 #include "tools/support/Output.h"
 #include "tools/support/ProgressBar.h"
 #include "tools/support/StandardDescriptors.h"
@@ -12,7 +13,7 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
-#include <iostream>
+#include <limits>
 #include <sstream>
 
 namespace {
@@ -61,12 +62,15 @@ void describeUsage(CLI::App& app, CommandLine& line)
         ->check(CLI::Range(104, 232));
     app.add_option("--partition-cells", options.partitionCells,
                    "cut zones into partitions of at most so many cells")
-        ->check(CLI::PositiveNumber);
+        ->check(CLI::Range(std::uint64_t{1}, std::numeric_limits<std::uint64_t>::max()));
     app.add_option("--subzone", line.subzone,
                    "largest subzone of ordered zones along I,J,K (6,6,6); 256 nodes at most");
     app.add_option("--vars", options.variables,
                    "variables to write beside the coordinates: names with commas between them")
-        ->delimiter(',');
+        ->delimiter(',')
+        ->expected(1)
+        ->allow_extra_args(false) // what follows it is a file
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     app.add_option("--time", line.times,
                    "times to write: FROM:TO, FROM:, :TO, or one number; both ends count");
     auto* const asFloat =
@@ -208,7 +212,7 @@ int run(CommandLine& line)
 int main(int argc, char** argv)
 {
     varnox::tools::occupyStandardDescriptors();
-    std::signal(SIGPIPE, SIG_IGN);
+    varnox::tools::takeOutputErrorsAsErrors();
     // What whoever started us wants ignored stays so, as by nohup.
     for (int const signal : {SIGINT, SIGTERM, SIGHUP})
         if (std::signal(signal, interrupt) == SIG_IGN)
@@ -221,7 +225,7 @@ int main(int argc, char** argv)
     try {
         app.parse(argc, argv);
     } catch (CLI::ParseError const& error) {
-        return app.exit(error, std::cout, std::cerr) == 0 ? SUCCESS : WRONG_USAGE;
+        return varnox::tools::endOf(app, error) ? SUCCESS : WRONG_USAGE;
     }
     return run(line);
 }

@@ -1,6 +1,7 @@
 // vnxinfo: looks into HDQFS files, and checks them.
 
 #include "addons/hdqfs/DataFile.h"
+#include "tools/support/CommandLine.h"
 #include "tools/support/Output.h"
 #include "tools/support/StandardDescriptors.h"
 #include "tools/support/WrongUsage.h"
@@ -14,11 +15,15 @@
 
 #include <CLI/CLI.hpp>
 
-#include <csignal>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
-#include <iostream>
 #include <memory>
+#include <stdexcept>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -105,6 +110,15 @@ bool report(Options const& options, DataFile& file, Output& output)
     return !out->tellsOfDamage();
 }
 
+void requireReadable(std::string const& path)
+{
+    struct stat status = {};
+    if (::access(path.c_str(), R_OK) != 0 || ::stat(path.c_str(), &status) != 0)
+        throw std::runtime_error("Cannot open " + path + ": " + std::strerror(errno) + ".");
+    if (!S_ISREG(status.st_mode))
+        throw std::runtime_error("Cannot open " + path + ": it is no ordinary file.");
+}
+
 /// Several files are a list in JSON; each is named at the head of its part.
 bool reportAll(Options const& options)
 {
@@ -117,6 +131,7 @@ bool reportAll(Options const& options)
     }
     bool const isList = options.asJson && options.files.size() > 1;
     for (std::size_t i = 0; i < options.files.size(); ++i) {
+        requireReadable(options.files[i]);
         DataFile file(options.files[i]);
         if (options.asJson)
             output.write(i != 0 ? "," : isList ? "[" : "");
@@ -156,7 +171,7 @@ int guardedRun(Options const& options)
 int main(int argc, char** argv)
 {
     occupyStandardDescriptors();
-    std::signal(SIGPIPE, SIG_IGN); // a reader that has gone shows as an error of its write
+    takeOutputErrorsAsErrors();
     Options options;
     CLI::App app{
         "Looks into HDQFS files: what they hold, where it stands, and whether it is sound."};
@@ -164,7 +179,7 @@ int main(int argc, char** argv)
     try {
         app.parse(argc, argv);
     } catch (CLI::ParseError const& error) {
-        return app.exit(error, std::cout, std::cerr) == 0 ? SUCCESS : WRONG_USAGE;
+        return endOf(app, error) ? SUCCESS : WRONG_USAGE;
     }
     return guardedRun(options);
 }
