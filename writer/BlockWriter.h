@@ -4,8 +4,10 @@
 #include "filedata/Messages.h"
 #include "filedata/ValueOutput.h"
 #include "writer/OutputFile.h"
+#include "writer/PlainNumbers.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,6 +31,9 @@ public:
     std::uint64_t array(hdqio::IODescription const& label, std::uint64_t count, T const* values)
     {
         std::uint64_t const start = loc();
+        std::optional<PlainNumbers> plainNumbers;
+        if (isAscii())
+            plainNumbers.emplace();
         hdqio::DescriptionText const text(label);
         require(hdqio::writeValueArray<T, hex, base>(m_file, text.text(), hdqio::NO_ARRAY_INDEX,
                                                      count, values, VALUES_PER_LINE),

@@ -10,9 +10,11 @@
 #include <boost/geometry/geometries/point.hpp>
 #include <boost/geometry/index/rtree.hpp>
 
+#include <cmath>
 #include <limits>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace varnox::hdqfswriter {
 
@@ -35,12 +37,19 @@ public:
     void check()
     {
         checkOptions();
+        require(m_dataSet.title.size() <= 0xFFFFFFFF, "A title can't be longer than 4 GiB.");
         require(!m_dataSet.zones.empty(), "A file needs a zone.");
         require(!m_dataSet.variableNames.empty(), "A file needs a variable.");
         require(m_dataSet.zones.size() < 0x7FFFFFFF && m_dataSet.variableNames.size() < 0x7FFFFFFF,
                 "A file can't have that many zones and variables.");
         for (m_zoneIndex = 0; m_zoneIndex < m_dataSet.zones.size(); ++m_zoneIndex)
             checkZone();
+        checkParents();
+        for (AuxiliaryData const& aux : m_dataSet.auxiliaryData)
+            require(aux.auxDataLocation != AuxiliaryData::OF_A_VARIABLE ||
+                        aux.auxDataEntity < m_dataSet.variableNames.size(),
+                    "The auxiliary data '" + aux.auxDataName +
+                        "' belong to a variable that doesn't exist.");
     }
 
 private:
@@ -60,8 +69,31 @@ private:
 
     Zone const& zone() const { return m_dataSet.zones[m_zoneIndex]; }
 
+    /// Readers go from a zone to its parents up to the last one.
+    void checkParents()
+    {
+        enum class State : std::uint8_t { Unknown, OnTheWay, Ends };
+        std::vector<State> states(m_dataSet.zones.size(), State::Unknown);
+        for (m_zoneIndex = 0; m_zoneIndex < states.size(); ++m_zoneIndex) {
+            std::vector<std::size_t> way;
+            std::size_t z = m_zoneIndex;
+            while (states[z] == State::Unknown) {
+                states[z] = State::OnTheWay;
+                way.push_back(z);
+                if (m_dataSet.zones[z].parentZone == -1)
+                    break;
+                z = static_cast<std::size_t>(m_dataSet.zones[z].parentZone);
+                requireOfZone(states[z] != State::OnTheWay, "its parents go round in a ring");
+            }
+            for (std::size_t const passed : way)
+                states[passed] = State::Ends;
+        }
+    }
+
     void checkOptions() const
     {
+        require(m_options.fileType <= FileType::Solution, "There is no such type of file.");
+        require(m_options.order <= ItemOrder::Keep, "There is no such order of items.");
         require(m_version >= hdqio::OLDEST_FILE_VERSION && m_version <= hdqio::NEWEST_FILE_VERSION,
                 "There is no file version " + std::to_string(m_version) + ": 104 to 232.");
         require(m_version >= hdqio::FIRST_VERSION_WITH_FILE_TYPE ||
@@ -77,7 +109,9 @@ private:
 
     void checkZone() const
     {
+        requireOfZone(zone().type <= ZoneType::Mixed, "it has no type");
         requireOfZone(zone().source != nullptr, "it has no source");
+        requireOfZone(std::isfinite(zone().solutionTime), "its solution time is no finite number");
         requireOfZone(zone().variables.size() == m_dataSet.variableNames.size(),
                       "it describes " + std::to_string(zone().variables.size()) + " of " +
                           std::to_string(m_dataSet.variableNames.size()) + " variables");

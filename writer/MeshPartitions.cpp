@@ -3,6 +3,7 @@
 #include "filedata/PartitionHeader.h"
 #include "filedata/TagList.h"
 #include "filedata/ZoneHeader.h"
+#include "writer/SourceAnswers.h"
 #include "writer/SubzoneRanges.h"
 #include "writer/ValueTypes.h"
 #include "writer/ZoneShape.h"
@@ -144,6 +145,15 @@ VariableBlock MeshPartitions::writeVariable(std::uint32_t varIndex, std::uint32_
                     [&](auto value) { return writeValues<decltype(value)>(varIndex, variable); });
 }
 
+/// The buffer has as many elements as there are values.
+template <typename T>
+T const* MeshPartitions::valuesOf(std::uint32_t partition, std::uint32_t variable,
+                                  Buffer<T>& buffer) const
+{
+    return answered<T>(m_zone, "values", buffer.size(),
+                       m_zone.source->values(partition, variable, buffer.data()));
+}
+
 template <typename T>
 VariableBlock MeshPartitions::writeValues(std::uint32_t varIndex, std::uint32_t variable)
 {
@@ -151,8 +161,7 @@ VariableBlock MeshPartitions::writeValues(std::uint32_t varIndex, std::uint32_t 
     bool const isNodal = m_zone.variables[variable].location == ValueLocation::Nodes;
     std::uint64_t const count = isNodal ? partition.numNodes : numCells(partition);
     Buffer<T> buffer(count);
-    auto const* given =
-        static_cast<T const*>(m_zone.source->values(m_partition, variable, buffer.data()));
+    auto const* given = valuesOf<T>(m_partition, variable, buffer);
     std::vector<T> values;
     if (isNodal) {
         if (!m_order.nodes.empty() || !m_foreign.empty()) {
@@ -209,8 +218,7 @@ void MeshPartitions::appendForeignNodeValues(std::uint32_t variable, std::vector
     for (std::size_t i = 0; i < m_foreign.size();) {
         std::uint32_t const partition = m_foreign[i].partition;
         Buffer<T> buffer(m_zone.partitions[partition].numNodes);
-        auto const* const given =
-            static_cast<T const*>(m_zone.source->values(partition, variable, buffer.data()));
+        auto const* const given = valuesOf<T>(partition, variable, buffer);
         for (; i < m_foreign.size() && m_foreign[i].partition == partition; ++i)
             values.push_back(given[m_foreign[i].node - m_mesh.firstNode(partition)]);
     }
@@ -269,8 +277,7 @@ void MeshPartitions::extendByForeignCells(std::uint32_t variable,
         std::uint32_t const partition = references[i].partition;
         Partition const& other = m_zone.partitions[partition];
         Buffer<T> buffer(numCells(other));
-        auto const* const given =
-            static_cast<T const*>(m_zone.source->values(partition, variable, buffer.data()));
+        auto const* const given = valuesOf<T>(partition, variable, buffer);
         for (; i < references.size() && references[i].partition == partition; ++i) {
             std::uint64_t cell = references[i].sourceCell;
             for (std::uint32_t s = 0; s < references[i].section; ++s)

@@ -4,6 +4,7 @@
 #include "writer/FilePlan.h"
 #include "writer/PartitionOutput.h"
 #include "writer/Ranges.h"
+#include "writer/ValueTypes.h"
 #include "writer/ZoneMesh.h"
 
 #include <cstdint>
@@ -38,6 +39,8 @@ private:
     using RangesBySection = std::vector<std::vector<Range<T>>>;
 
     void takeCells();
+    template <typename T>
+    T const* valuesOf(std::uint32_t partition, std::uint32_t variable, Buffer<T>& buffer) const;
     template <typename T>
     VariableBlock writeValues(std::uint32_t varIndex, std::uint32_t variable);
     template <typename T>

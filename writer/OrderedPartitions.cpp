@@ -1,6 +1,7 @@
 #include "writer/OrderedPartitions.h"
 
 #include "filedata/ZoneHeader.h"
+#include "writer/SourceAnswers.h"
 #include "writer/SubzoneRanges.h"
 #include "writer/ValueTypes.h"
 #include "writer/ZoneShape.h"
@@ -278,8 +279,8 @@ VariableBlock OrderedPartitions::writeValues(std::uint32_t varIndex, std::uint32
     Box const& items = isNodal ? m_nodes : m_cells;
     Box const needed = around(items, neighbors(isNodal ? m_cells : m_nodes));
     Buffer<T> buffer(needed.numItems());
-    auto const* const given =
-        static_cast<T const*>(m_zone.source->boxValues(needed, variable, buffer.data()));
+    auto const* const given = answered<T>(
+        m_zone, "values", buffer.size(), m_zone.source->boxValues(needed, variable, buffer.data()));
     BoxOfValues<T> const values{needed, given};
 
     Bricks const& ownBricks = isNodal ? m_nodeBricks : m_cellBricks;

@@ -3,7 +3,9 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -31,6 +33,42 @@ int createBeside(std::string const& path, std::string& temporaryPath)
     }
 }
 
+[[noreturn]] void refuse(std::string const& path, char const* why)
+{
+    throw std::runtime_error("Cannot create " + path + ": " + why + ".");
+}
+
+/// A link stays, and what it leads to is replaced.
+std::string targetOf(std::string const& path)
+{
+    struct ::stat status
+    {
+    };
+    if (::lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode))
+        return path;
+    std::unique_ptr<char, decltype(&std::free)> const target(::realpath(path.c_str(), nullptr),
+                                                             &std::free);
+    if (target == nullptr)
+        refuse(path, errno == ENOENT ? "it is a link that leads nowhere" : std::strerror(errno));
+    return target.get();
+}
+
+/// Renaming asks neither what there is under a name nor whether it may be written.
+void requireReplaceable(std::string const& path)
+{
+    struct ::stat existing
+    {
+    };
+    if (::stat(path.c_str(), &existing) != 0)
+        return;
+    if (S_ISDIR(existing.st_mode))
+        refuse(path, std::strerror(EISDIR));
+    if (!S_ISREG(existing.st_mode))
+        refuse(path, "there is something of that name that is no ordinary file");
+    if (::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0)
+        refuse(path, std::strerror(errno));
+}
+
 std::string folderOf(std::string const& path)
 {
     std::size_t const slash = path.rfind('/');
@@ -44,6 +82,11 @@ std::string folderOf(std::string const& path)
 OutputFile::OutputFile(std::string path, bool isAscii)
     : m_path(std::move(path)), m_isAscii(isAscii ? 1 : 0)
 {
+    if (m_path.empty())
+        throw std::runtime_error("A file needs a name.");
+    if (m_path.find('\0') != std::string::npos)
+        throw std::runtime_error("The name of a file can't have a zero byte.");
+    m_target = targetOf(m_path);
     m_buffer.reserve(BUFFER_SIZE);
     if (!open())
         fail("create");
@@ -64,15 +107,9 @@ char OutputFile::open()
 {
     if (m_descriptor >= 0)
         return 1;
-    struct ::stat existing
-    {
-    };
-    if (::stat(m_path.c_str(), &existing) == 0 && S_ISDIR(existing.st_mode)) {
-        errno = EISDIR;
-        return 0;
-    }
+    requireReplaceable(m_path);
     std::string temporaryPath;
-    m_descriptor = createBeside(m_path, temporaryPath);
+    m_descriptor = createBeside(m_target, temporaryPath);
     if (m_descriptor >= 0)
         m_temporaryPath = std::move(temporaryPath);
     return isOpen();
@@ -176,15 +213,16 @@ void syncFolder(std::string const& path)
 
 void OutputFile::commit()
 {
-    std::string const folder = folderOf(m_path); // nothing may throw when the file has its name
+    std::string const folder = folderOf(m_target); // nothing may throw when the file has its name
     flush();
-    if (::fsync(m_descriptor) != 0)
-        fail("write");
+    while (::fsync(m_descriptor) != 0)
+        if (errno != EINTR)
+            fail("write");
     int const descriptor = m_descriptor;
     m_descriptor = -1;
-    if (::close(descriptor) != 0)
+    if (::close(descriptor) != 0 && errno != EINTR) // it is closed then, and all is on the disk
         fail("write");
-    if (::rename(m_temporaryPath.c_str(), m_path.c_str()) != 0)
+    if (::rename(m_temporaryPath.c_str(), m_target.c_str()) != 0)
         fail("write");
     m_temporaryPath.clear();
     syncFolder(folder);

@@ -50,6 +50,7 @@ private:
     void discard();
 
     std::string m_path;
+    std::string m_target; ///< Where a link of that name leads to.
     std::string m_temporaryPath;
     int m_descriptor = -1;
     std::vector<char> m_buffer;

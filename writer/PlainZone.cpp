@@ -2,6 +2,7 @@
 
 #include "filedata/TagList.h"
 #include "filedata/ZoneHeader.h"
+#include "writer/SourceAnswers.h"
 #include "writer/SubzoneRanges.h"
 #include "writer/ValueTypes.h"
 #include "writer/ZoneShape.h"
@@ -23,12 +24,13 @@ std::uint64_t numItemsOf(Zone const& zone, std::uint32_t variable)
 template <typename T>
 T const* valuesOf(Zone const& zone, std::uint32_t variable, T* buffer)
 {
+    std::uint64_t const count = numItemsOf(zone, variable);
     if (!isOrdered(zone))
-        return static_cast<T const*>(zone.source->values(0, variable, buffer));
+        return answered<T>(zone, "values", count, zone.source->values(0, variable, buffer));
     Box box{{0, 0, 0}, zone.size};
     if (zone.variables[variable].location == ValueLocation::Cells)
         box = cellsOf(box, zone.size);
-    return static_cast<T const*>(zone.source->boxValues(box, variable, buffer));
+    return answered<T>(zone, "values", count, zone.source->boxValues(box, variable, buffer));
 }
 
 template <typename T>
@@ -56,7 +58,8 @@ std::uint64_t writeNodeMap(BlockWriter& blocks, Zone const& zone, std::size_t zo
     for (std::uint32_t s = 0; s < sections.size(); ++s) {
         std::uint64_t const count = zone.partitions[0].numCells[s] * nodesPerCell(sections[s]);
         Buffer<std::uint64_t> buffer(count);
-        std::uint64_t const* const cells = zone.source->cells(0, s, buffer.data());
+        auto const* const cells =
+            answered<std::uint64_t>(zone, "cells", count, zone.source->cells(0, s, buffer.data()));
         for (std::uint64_t i = 0; i < count; ++i) {
             if (cells[i] >= nodes)
                 throw std::runtime_error("Cannot write zone " + std::to_string(zoneIndex + 1) +

@@ -1,6 +1,7 @@
 #include "writer/ZoneMesh.h"
 
 #include "writer/Hilbert.h"
+#include "writer/SourceAnswers.h"
 #include "writer/ValueTypes.h"
 #include "writer/ZoneShape.h"
 
@@ -42,7 +43,8 @@ std::uint64_t const* ZoneMesh::cells(std::uint32_t partition, std::uint32_t sect
     std::size_t const count = std::size_t{numCells(partition, section)} * m_nodesPerCell[section];
     if (m_buffer.size() < count)
         m_buffer.resize(count);
-    std::uint64_t const* const nodes = m_source.cells(partition, section, m_buffer.data());
+    auto const* const nodes = answered<std::uint64_t>(
+        m_zone, "cells", count, m_source.cells(partition, section, m_buffer.data()));
     for (std::size_t i = 0; i < count; ++i)
         if (nodes[i] >= m_firstNode.back())
             throw std::runtime_error("Cannot write " + m_name + ": a cell has node " +

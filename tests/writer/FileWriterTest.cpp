@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <csignal>
 #include <fstream>
 #include <random>
@@ -169,6 +170,56 @@ RefusedCase const refusedCases[] = {
          d.zones[1].variables[0].isPassive = true;
      },
      MESH "variable 'variable 1' is passive and shared."},
+    {"ParentOfItself", [](DataSet& d, Options&) { d.zones[0].parentZone = 0; },
+     BOX "its parents go round in a ring."},
+    {"ParentsInARing",
+     [](DataSet& d, Options&) {
+         d.zones[0].parentZone = 1;
+         d.zones[1].parentZone = 0;
+     },
+     BOX "its parents go round in a ring."},
+    {"TimeThatIsNoNumber", [](DataSet& d, Options&) { d.zones[1].solutionTime = std::nan(""); },
+     MESH "its solution time is no finite number."},
+    {"EndlessTime", [](DataSet& d, Options&) { d.zones[0].solutionTime = HUGE_VAL; },
+     BOX "its solution time is no finite number."},
+    {"UnknownFileType", [](DataSet&, Options& o) { o.fileType = static_cast<FileType>(3); },
+     "There is no such type of file."},
+    {"UnknownOrder", [](DataSet&, Options& o) { o.order = static_cast<ItemOrder>(2); },
+     "There is no such order of items."},
+    {"UnknownZoneType", [](DataSet& d, Options&) { d.zones[0].type = static_cast<ZoneType>(9); },
+     BOX "it has no type."},
+    {"UnknownShape",
+     [](DataSet& d, Options&) {
+         d.zones[1].type = ZoneType::Mixed;
+         d.zones[1].sections = {{CellShape::Tetrahedron}};
+         d.zones[1].sections[0].shape = static_cast<CellShape>(7);
+     },
+     MESH "a section has no shape or no order."},
+    {"UnknownValueType",
+     [](DataSet& d, Options&) { d.zones[0].variables[0].type = static_cast<ValueType>(7); },
+     BOX "variable 'variable 1' has no type."},
+    {"UnknownLocation",
+     [](DataSet& d, Options&) { d.zones[0].variables[0].location = static_cast<ValueLocation>(2); },
+     BOX "variable 'variable 1' has no location."},
+    {"AuxiliaryDataOfNoVariable",
+     [](DataSet& d, Options&) {
+         d.auxiliaryData = {{AuxiliaryData::OF_A_VARIABLE, 2, "unit", 0, "m"}};
+     },
+     "The auxiliary data 'unit' belong to a variable that doesn't exist."},
+    {"ManyCells", [](DataSet& d, Options&) { d.zones[1].partitions[0].numCells[0] = 0x100000000; },
+     MESH "a partition has more than 4 billion cells."},
+    {"CountsThatOverflow",
+     [](DataSet& d, Options&) {
+         d.zones[0].size = {1ULL << 32, 1ULL << 32, 1ULL << 32};
+     },
+     BOX "it has more nodes than subzones can hold."},
+    {"BoxTheWrongWayRound",
+     [](DataSet& d, Options&) {
+         d.zones[0].partitions = {{{{8, 0, 0}, {0, 8, 8}}, 0, {}}};
+     },
+     BOX "a partition is no box inside the zone."},
+    {"ConnectivityOfAZoneBelowAll", [](DataSet& d, Options&) { d.zones[1].connectivityFrom = -2; },
+     MESH "the zone whose connectivity it shares doesn't exist."},
     {"CellOutOfRange",
      [](DataSet& d, Options&) {
          static_cast<MemorySource&>(*d.zones[1].source).mesh[0][0][3] = 4711;
