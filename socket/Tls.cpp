@@ -29,11 +29,15 @@ constexpr std::chrono::seconds FAREWELL{1};
 /// For the other side to take the last of what it was sent.
 constexpr std::chrono::seconds LAST_WORDS{10};
 
-/// What OpenSSL has to say, oldest first.
+/// What OpenSSL has to say, oldest first. What the system said is enough.
 std::string reasons()
 {
     std::string result;
     while (unsigned long const error = ::ERR_get_error()) {
+        if (ERR_GET_LIB(error) == ERR_LIB_SYS) {
+            ::ERR_clear_error();
+            return std::strerror(ERR_GET_REASON(error));
+        }
         char const* const reason = ::ERR_reason_error_string(error);
         std::array<char, 256> text{};
         ::ERR_error_string_n(error, text.data(), text.size());

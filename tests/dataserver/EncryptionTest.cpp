@@ -328,7 +328,9 @@ TEST_F(Encryption, FilesThatCannotBeUsedAreSaidAtTheStart)
     } const cases[] = {
         {{"--tls-cert", server.certificate}, 2, "TLS needs both --tls-cert and --tls-key."},
         {{"--tls-client-ca", server.certificate}, 2, "TLS needs both"},
-        {{"--tls-cert", missing, "--tls-key", server.key}, 1, "can't be used: "},
+        {{"--tls-cert", missing, "--tls-key", server.key},
+         1,
+         missing + " can't be used: No such file or directory.\n"},
         {{"--tls-cert", server.certificate, "--tls-key", missing}, 1, "can't be read: "},
         {{"--tls-cert", server.certificate, "--tls-key", other.key}, 1, ": key values mismatch."},
         {{"--tls-cert", server.certificate, "--tls-key", server.key, "--tls-client-ca", missing},
