@@ -783,6 +783,15 @@ TEST_F(VnxClientConnected, SpeaksByTlsToAServerOfTheRightName)
     EXPECT_EQ(run({"types", "--connect", address, "--tls-ca", own.certificate}).status, 2);
 }
 
+TEST_F(VnxClientConnected, IsToldTheAddressOfAServerThatDoesNotSpeakTls)
+{
+    start({"--listen", "tcp:127.0.0.1:0"});
+    Result const result = run({"types", "--connect", "tls" + address.substr(address.find(':'))});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.error,
+                HasSubstr("\nIf the server doesn't speak TLS, its address is " + address + ".\n"));
+}
+
 TEST_F(VnxClientConnected, IsToldWhatAServerHasAgainstItsCertificate)
 {
     Certificate const own = makeCertificate(folder.string(), "own", "127.0.0.1");

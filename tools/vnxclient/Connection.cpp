@@ -104,6 +104,15 @@ bool isTls(std::string const& address)
     return startsWith(address, TLS_PREFIX);
 }
 
+/// What may help where TLS ended as it does if the first bytes weren't understood.
+std::string adviceAbout(std::string const& failure, std::string const& plainAddress)
+{
+    for (char const* const words : {"Connection reset", "unexpected eof", "wrong version number"})
+        if (failure.find(words) != std::string::npos)
+            return "\nIf the server doesn't speak TLS, its address is " + plainAddress + ".";
+    return {};
+}
+
 std::unique_ptr<socketutil::TlsTunnel> connectByTls(ConnectionOptions const& options)
 {
     std::string const address = TCP_PREFIX + options.address.substr(sizeof(TLS_PREFIX) - 1);
@@ -114,7 +123,8 @@ std::unique_ptr<socketutil::TlsTunnel> connectByTls(ConnectionOptions const& opt
         return std::make_unique<socketutil::TlsTunnel>(std::move(connection), tls,
                                                        Engine::GREETING_TIMEOUT);
     } catch (socketutil::TlsError const& error) {
-        throw client::ConnectionLost("Can't connect to " + options.address + ": " + error.what());
+        throw client::ConnectionLost("Can't connect to " + options.address + ": " + error.what() +
+                                     adviceAbout(error.what(), address));
     }
 }
 
