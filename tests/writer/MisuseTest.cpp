@@ -13,12 +13,17 @@
 
 #include <cerrno>
 #include <clocale>
+#include <cmath>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <numeric>
+#include <random>
 #include <sstream>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <sys/resource.h>
@@ -322,6 +327,261 @@ TEST(Misuse, NumbersHaveAPointInEveryLocale)
     std::setlocale(LC_ALL, "C");
     ASSERT_STREQ(text, "0,5");
     EXPECT_EQ(contentsOf(folder.file("comma.hdqfs")), contentsOf(folder.file("plain.hdqfs")));
+}
+
+// Descriptions that nobody has thought of.
+
+/// A description in which some fields have values that they may or may not have.
+class Spoiler
+{
+public:
+    explicit Spoiler(std::uint32_t seed) : m_random(seed) {}
+
+    void spoil(DataSet& dataSet, Options& options)
+    {
+        std::uint32_t const numFaults = below(6);
+        for (std::uint32_t i = 0; i < numFaults; ++i)
+            if (oneIn(4))
+                spoilRest(dataSet, options);
+            else
+                spoilZone(dataSet, dataSet.zones[below(dataSet.zones.size())]);
+        options.isText = oneIn(2);
+        if (oneIn(3))
+            options.fileType = oneIn(2) ? FileType::Grid : FileType::Solution;
+        if (oneIn(4))
+            options.order = ItemOrder::Keep;
+        options.version = pick<std::optional<std::uint32_t>>({{}, {}, {}, 104, 105, 106, 231, 232});
+    }
+
+private:
+    std::uint32_t below(std::size_t end) { return static_cast<std::uint32_t>(m_random() % end); }
+    bool oneIn(std::size_t n) { return below(n) == 0; }
+    template <typename T>
+    T pick(std::vector<T> const& values)
+    {
+        return values[below(values.size())];
+    }
+    std::int32_t zoneIndex() { return pick<std::int32_t>({-2, -1, 0, 1, 2, 3, 4, INT32_MAX}); }
+    std::uint64_t count()
+    {
+        return pick<std::uint64_t>({0, 1, 2, 8, 209, 257, 1ULL << 32, 1ULL << 63, UINT64_MAX});
+    }
+    std::string text()
+    {
+        return pick<std::string>({"", " a", "\n", "\r", std::string(2, '\0'), "\xFF%s",
+                                  std::string(499, 'x'), std::string(500, 'x'),
+                                  std::string(100000, 'y')});
+    }
+
+    void spoilZone(DataSet const& dataSet, Zone& zone)
+    {
+        ZoneVariable& variable = zone.variables[below(zone.variables.size())];
+        switch (below(14)) {
+        case 0:
+            zone.name = text();
+            return;
+        case 1:
+            zone.type = static_cast<ZoneType>(below(10));
+            return;
+        case 2:
+            zone.isInSubzones = !zone.isInSubzones;
+            return;
+        case 3:
+            zone.size[below(3)] = count();
+            return;
+        case 4:
+            zone.sections.resize(below(3));
+            for (Section& section : zone.sections)
+                section = {static_cast<CellShape>(below(8)), static_cast<std::uint8_t>(below(256)),
+                           static_cast<std::uint8_t>(below(256))};
+            return;
+        case 5:
+            if (!zone.partitions.empty())
+                spoilPartition(zone.partitions[below(zone.partitions.size())]);
+            return;
+        case 6:
+            zone.partitions.resize(below(4));
+            return;
+        case 7:
+            variable.type = static_cast<ValueType>(below(8));
+            return;
+        case 8:
+            variable.location = static_cast<ValueLocation>(below(3));
+            return;
+        case 9:
+            variable.isPassive = true;
+            return;
+        case 10:
+            variable.sharedFrom = zoneIndex();
+            return;
+        case 11:
+            zone.parentZone = zoneIndex();
+            zone.connectivityFrom = oneIn(2) ? zoneIndex() : -1;
+            return;
+        case 12:
+            zone.faceNeighborMode = static_cast<std::uint8_t>(below(256));
+            zone.numFaces = count();
+            zone.strandID = static_cast<std::uint32_t>(count());
+            return;
+        default:
+            zone = dataSet.zones[below(dataSet.zones.size())];
+        }
+    }
+
+    void spoilPartition(Partition& partition)
+    {
+        if (oneIn(3))
+            partition.nodes.begin[below(3)] = count();
+        if (oneIn(3))
+            partition.nodes.end[below(3)] = count();
+        if (oneIn(3))
+            partition.numNodes = count();
+        if (!partition.numCells.empty())
+            partition.numCells[0] = oneIn(2) ? count() : partition.numCells[0];
+        if (oneIn(4))
+            partition.numCells.resize(below(3));
+    }
+
+    void spoilRest(DataSet& dataSet, Options& options)
+    {
+        switch (below(6)) {
+        case 0:
+            dataSet.title = text();
+            return;
+        case 1:
+            dataSet.variableNames[below(dataSet.variableNames.size())] = text();
+            return;
+        case 2:
+            dataSet.auxiliaryData = {{static_cast<std::uint8_t>(below(5)),
+                                      static_cast<std::uint32_t>(zoneIndex()), text(), 0, text()}};
+            return;
+        case 3:
+            dataSet.customLabelSets = {{text(), text()}, {}};
+            return;
+        case 4:
+            dataSet.geometries.resize(1);
+            dataSet.geometries[0].geomType = static_cast<std::uint8_t>(below(7));
+            dataSet.geometries[0].segments.resize(below(2));
+            dataSet.geometries[0].xOrThetaPos = std::nan("");
+            return;
+        default:
+            options.subzoneSize[below(3)] = static_cast<std::uint16_t>(below(300));
+        }
+    }
+
+    std::mt19937 m_random;
+};
+
+/// Answers whatever it is asked for, in the buffer, unless that is very large.
+class ObligingSource final : public ZoneSource
+{
+public:
+    ObligingSource(Zone const& zone) : m_zone(zone) {}
+
+    void const* values(std::uint32_t partition, std::uint32_t variable, void* buffer) override
+    {
+        Partition const& asked = m_zone.partitions.at(partition);
+        std::uint64_t count = asked.numNodes;
+        if (m_zone.variables.at(variable).location == ValueLocation::Cells)
+            count = std::accumulate(asked.numCells.begin(), asked.numCells.end(), std::uint64_t{0});
+        return fill(variable, count, buffer);
+    }
+    void const* boxValues(Box const& box, std::uint32_t variable, void* buffer) override
+    {
+        return fill(variable, box.numItems(), buffer);
+    }
+    std::uint64_t const* cells(std::uint32_t partition, std::uint32_t section,
+                               std::uint64_t* buffer) override
+    {
+        constexpr std::uint64_t CORNERS[] = {2, 3, 4, 4, 8, 5, 6};
+        std::uint64_t perCell = 0;
+        switch (m_zone.type) {
+        case ZoneType::Mixed:
+            if (m_zone.sections[section].gridOrder != 1)
+                throw std::runtime_error("a shape that this source doesn't know");
+            perCell = CORNERS[static_cast<std::size_t>(m_zone.sections[section].shape)];
+            break;
+        case ZoneType::LineSegment:
+            perCell = 2;
+            break;
+        case ZoneType::Triangle:
+            perCell = 3;
+            break;
+        case ZoneType::Brick:
+            perCell = 8;
+            break;
+        default:
+            perCell = 4;
+        }
+        std::uint64_t numNodes = 0;
+        for (Partition const& each : m_zone.partitions)
+            numNodes += each.numNodes;
+        std::uint64_t const count = m_zone.partitions.at(partition).numCells.at(section) * perCell;
+        requireSmall(count);
+        for (std::uint64_t i = 0; i < count; ++i)
+            buffer[i] = (i * 7 + partition) % numNodes;
+        return buffer;
+    }
+
+private:
+    static void requireSmall(std::uint64_t count)
+    {
+        if (count > 1000000)
+            throw std::runtime_error("so much that this source doesn't have it");
+    }
+    void const* fill(std::uint32_t variable, std::uint64_t count, void* buffer)
+    {
+        constexpr std::size_t WIDTHS[] = {0, 4, 8, 4, 2, 1, 1};
+        requireSmall(count);
+        std::memset(buffer, 1,
+                    static_cast<std::size_t>(count) *
+                        WIDTHS[static_cast<std::size_t>(m_zone.variables.at(variable).type)]);
+        return buffer;
+    }
+
+    Zone m_zone;
+};
+
+TEST(Misuse, WhateverIsWrittenIsSound)
+{
+    constexpr std::uint32_t NUM_TRIES = 600;
+    TemporaryFolder const folder;
+    std::uint32_t numWritten = 0;
+    for (std::uint32_t seed = 0; seed < NUM_TRIES; ++seed) {
+        DataSet dataSet = boxDataSet();
+        dataSet.variableNames = namesOf(2);
+        for (auto const& [type, numPartitions, isInSubzones] :
+             {std::tuple{ZoneType::Brick, 2U, true},
+              {ZoneType::Mixed, 1U, true},
+              {ZoneType::Tetrahedron, 1U, false}})
+            dataSet.zones.push_back(meshDataSet(type, numPartitions, isInSubzones).zones[0]);
+        for (Zone& zone : dataSet.zones)
+            zone.variables = dataSet.zones[0].variables;
+        Options options;
+        Spoiler(seed).spoil(dataSet, options);
+        for (Zone& zone : dataSet.zones)
+            zone.source = std::make_shared<ObligingSource>(zone);
+        std::string const path = folder.file(std::to_string(seed) + ".hdqfs");
+        try {
+            writeFile(path, dataSet, options);
+        } catch (std::runtime_error const&) {
+            EXPECT_FALSE(fs::exists(path));
+            continue;
+        } catch (std::bad_alloc const&) {
+            EXPECT_FALSE(fs::exists(path));
+            continue;
+        }
+        ++numWritten;
+        tools::Faults const faults = tools::findFaults(path);
+        for (tools::Fault const& fault : faults.kept())
+            ADD_FAILURE() << "seed " << seed << ": " << fault.place << ": " << fault.text;
+        EXPECT_EQ(dataSetFromFile(std::make_shared<hdqfsloader::DataFile>(path)).zones.size(),
+                  dataSet.zones.size());
+        fs::remove(path);
+    }
+    EXPECT_EQ(folder.numFiles(), 0U);
+    EXPECT_GT(numWritten, NUM_TRIES / 5);
+    EXPECT_LT(numWritten, NUM_TRIES);
 }
 
 // Names of files.
