@@ -186,6 +186,21 @@ TEST(VnxConvert, TakesTheFilesBehindTheVariablesForFiles)
     }
 }
 
+TEST(VnxConvert, PipeInThePlaceOfATimeStays)
+{
+    TemporaryFolder const folder;
+    for (char const* const name : {"a.vtu", "b.vtu"})
+        writeText(folder.file(name), rowOfCubes(3).vtu());
+    std::string const pipe = folder.file("out_t01.hdqfs");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    Result const result =
+        run({"--series", folder.file("a.vtu"), folder.file("b.vtu"), folder.file("out.hdqfs")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error, "vnxconvert: Cannot write " + pipe + ": it is no ordinary file.\n");
+    EXPECT_TRUE(std::filesystem::is_fifo(pipe));
+    EXPECT_EQ(folder.numFiles(), 3U);
+}
+
 TEST(VnxConvert, SaysWhichTimesThereAre)
 {
     TemporaryFolder const folder;

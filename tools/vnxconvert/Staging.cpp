@@ -45,9 +45,13 @@ std::string Staging::placeFor(std::string const& path)
 
 void Staging::publish()
 {
-    for (File const& file : m_files)
-        if (fs::is_directory(file.path))
+    for (File const& file : m_files) {
+        fs::file_status const there = fs::status(file.path);
+        if (fs::is_directory(there))
             throw std::runtime_error("Cannot write " + file.path + ": it is a folder.");
+        if (fs::exists(there) && !fs::is_regular_file(there))
+            throw std::runtime_error("Cannot write " + file.path + ": it is no ordinary file.");
+    }
     for (File const& file : m_files)
         fs::rename(file.place, file.path);
     m_files.clear();
