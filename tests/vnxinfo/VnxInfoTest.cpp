@@ -150,6 +150,12 @@ TEST(VnxInfo, SaysWhyAFileCannotBeOpened)
     EXPECT_EQ(missing.status, 1);
     EXPECT_EQ(missing.error, "vnxinfo: Cannot open /nowhere: No such file or directory.\n");
     EXPECT_EQ(run({"/dev"}).error, "vnxinfo: Cannot open /dev: it is no ordinary file.\n");
+    Result const checked = run({"--check", "/nowhere", GRID});
+    EXPECT_EQ(checked.status, 1);
+    EXPECT_EQ(
+        checked.output,
+        "/nowhere: file: It can't be opened: No such file or directory.\n/nowhere: 1 fault\n" +
+            GRID + ": sound\n");
 }
 
 TEST(VnxInfo, EndsWithTwoForWrongUsage)

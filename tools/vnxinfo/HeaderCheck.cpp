@@ -5,6 +5,7 @@
 #include "filedata/DataSetHeader.h"
 #include "filedata/ValueInput.h"
 #include "filedata/ZoneTypes.h"
+#include "tools/vnxinfo/Access.h"
 
 #include <array>
 #include <cctype>
@@ -33,6 +34,11 @@ bool isMixed(CheckedFile const& file, std::uint32_t zone)
 
 bool readStart(CheckedFile& file, std::uint64_t& headerLoc)
 {
+    std::string const reason = whyNotOpened(file.path);
+    if (!reason.empty()) {
+        file.faults.add({"file"}, "It can't be opened: " + reason + ".");
+        return false;
+    }
     Place const place{"first line"};
     return file.attempt(place, 0, [&] {
         std::uint64_t byteOrder = 0;

@@ -5,6 +5,7 @@
 #include "tools/support/Output.h"
 #include "tools/support/StandardDescriptors.h"
 #include "tools/support/WrongUsage.h"
+#include "tools/vnxinfo/Access.h"
 #include "tools/vnxinfo/Check.h"
 #include "tools/vnxinfo/Description.h"
 #include "tools/vnxinfo/JsonReport.h"
@@ -15,15 +16,10 @@
 
 #include <CLI/CLI.hpp>
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <exception>
 #include <memory>
 #include <stdexcept>
-
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -112,11 +108,9 @@ bool report(Options const& options, DataFile& file, Output& output)
 
 void requireReadable(std::string const& path)
 {
-    struct stat status = {};
-    if (::access(path.c_str(), R_OK) != 0 || ::stat(path.c_str(), &status) != 0)
-        throw std::runtime_error("Cannot open " + path + ": " + std::strerror(errno) + ".");
-    if (!S_ISREG(status.st_mode))
-        throw std::runtime_error("Cannot open " + path + ": it is no ordinary file.");
+    std::string const reason = whyNotOpened(path);
+    if (!reason.empty())
+        throw std::runtime_error("Cannot open " + path + ": " + reason + ".");
 }
 
 /// Several files are a list in JSON; each is named at the head of its part.
