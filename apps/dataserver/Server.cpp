@@ -607,7 +607,7 @@ void Server::makeWayForGreeting()
         return;
     spdlog::warn("{}: {} is dropped in its greeting, for others are waiting", oldest->name,
                  oldest->peer.name);
-    // Who was told before all others is given no more time to read it.
+    // Who came first of those that were told is given no more time to read it.
     if (numIn(Worker::State::Dropped) >= m_options.maxGreetings) {
         auto const first =
             std::find_if(m_workers.begin(), m_workers.end(), [](Worker const& worker) {

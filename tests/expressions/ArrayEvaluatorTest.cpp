@@ -290,7 +290,7 @@ TEST(ArrayEvaluator, LengthOfAVectorIsThatOfALoopToTheLastBit)
 
 TEST(ArrayEvaluator, TakesAnyNumberOfValues)
 {
-    for (std::size_t const count : {0, 1, 2, 255, 256, 257, 1000}) {
+    for (std::size_t const count : {0U, 1U, 2U, 255U, 256U, 257U, 1000U}) {
         std::vector<double> const x = manyNumbers(count, 7);
         Evaluated const result(subtract(multiply(a(), num(2)), b()), {x, x});
         for (std::size_t i = 0; i < count; ++i)

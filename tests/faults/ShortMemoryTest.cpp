@@ -56,7 +56,7 @@ void withoutMemory(Action&& action, Look&& look)
 
 TEST(ShortMemory, AppendingToAWriteCacheAddsAllOrNothing)
 {
-    for (std::size_t const before : {0, 500, 8'000, 100'000}) {
+    for (std::size_t const before : {0U, 500U, 8'000U, 100'000U}) {
         WriteCache more;
         more.addUInt8Vector(std::vector<unsigned char>(300'000, 9));
         std::unique_ptr<WriteCache> cache;

@@ -173,7 +173,7 @@ std::vector<std::string> const& extremeWords()
         for (std::uint64_t const value :
              {std::uint64_t{0}, ~std::uint64_t{0}, std::uint64_t{0x7FFFFFFFFFFFFFFF},
               std::uint64_t{1} << 63, std::uint64_t{0x4000000000}, std::uint64_t{100000}})
-            for (std::size_t size : {2, 4, 8}) {
+            for (std::size_t size : {2U, 4U, 8U}) {
                 std::string word(8, '\0');
                 std::memcpy(word.data(), &value, 8);
                 // The extremes of the narrow words are the upper bytes.

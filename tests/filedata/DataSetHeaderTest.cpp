@@ -371,7 +371,7 @@ FileSpec zonesWithHeaderAt(std::size_t count, std::size_t index, std::uint64_t l
 TEST(DataSetHeader, SpotCheckCatchesFirstMiddleAndLast)
 {
     for (std::uint64_t const loc : {std::uint64_t{0}, ALL_ONES}) {
-        for (std::size_t const index : {0, 1, 2})
+        for (std::size_t const index : {0U, 1U, 2U})
             EXPECT_EQ(Header(zonesWithHeaderAt(3, index, loc)).file.message(),
                       "This file has invalid zone file locations.");
         EXPECT_FALSE(Header(zonesWithHeaderAt(1, 0, loc)).result);

@@ -86,8 +86,8 @@ TEST(QueryObjects, SubzonesOfOrderedPartitionsHoldEveryNodeOnce)
     for (std::uint32_t partition = 0; partition < 8; ++partition) {
         auto const ranges = arrayOf(
             [&](RawArray<double>& out) { variable.subzones->nodeSubzoneMinMaxes(partition, out); });
-        auto const count = static_cast<std::uint32_t>(
-            file.layout(0, partition, Items::Nodes).numSubzones());
+        auto const count =
+            static_cast<std::uint32_t>(file.layout(0, partition, Items::Nodes).numSubzones());
         ASSERT_EQ(ranges.size(), 2 * count);
         numSubzones += count;
         for (std::uint32_t s = 0; s < count; ++s) {
@@ -101,7 +101,8 @@ TEST(QueryObjects, SubzonesOfOrderedPartitionsHoldEveryNodeOnce)
         }
     }
     EXPECT_EQ(zone.nodes->numSubzones(), numSubzones);
-    std::vector<double> expected = wholeVariable(objects.dataSet, 0, static_cast<std::uint32_t>(var));
+    std::vector<double> expected =
+        wholeVariable(objects.dataSet, 0, static_cast<std::uint32_t>(var));
     std::sort(all.begin(), all.end());
     std::sort(expected.begin(), expected.end());
     EXPECT_EQ(all, expected);
@@ -110,7 +111,8 @@ TEST(QueryObjects, SubzonesOfOrderedPartitionsHoldEveryNodeOnce)
 TEST(QueryObjects, PartitionRangesJoinToTheZonesRange)
 {
     Registered objects({sample("tankbox_partitions")});
-    for (auto const& [key, variable] : objects.registration.variables) {
+    for (auto const& entry : objects.registration.variables) {
+        auto const& variable = entry.second;
         auto const ranges =
             arrayOf([&](RawArray<double>& out) { variable.subzones->partitionMinMaxes(out); });
         ASSERT_EQ(ranges.size(), 16U);
@@ -123,8 +125,8 @@ TEST(QueryObjects, PartitionRangesJoinToTheZonesRange)
         double min = 0;
         double max = 0;
         variable.nodal->minMax(min, max);
-        EXPECT_EQ(low, min) << key.second;
-        EXPECT_EQ(high, max) << key.second;
+        EXPECT_EQ(low, min) << entry.first.second;
+        EXPECT_EQ(high, max) << entry.first.second;
     }
 }
 
@@ -168,8 +170,8 @@ TEST(QueryObjects, RangeOfAWholeZoneInTextHoldsItsValues)
     hdq::VarValueQueryInterface* nodal = nullptr;
     hdq::VarSubzoneQueryInterface* ranges = nullptr;
     objects.registration.identities.at(0)->createCalcVar(
-        5000, 0, FieldDataType_Double, std::make_shared<eqn::VariableExpr>(1UL, 1006UL), cellCentred,
-        nodal, ranges);
+        5000, 0, FieldDataType_Double, std::make_shared<eqn::VariableExpr>(1UL, 1006UL),
+        cellCentred, nodal, ranges);
     nodal->minMax(min, max);
     EXPECT_GE(max, 18.592525482177734);
 }
@@ -188,8 +190,8 @@ TEST(QueryObjects, VariablesExistByTheirUniqueIds)
     Registered objects(samples({"tjunction_grid", "tjunction_t00", "tjunction_t05"}));
     for (int zone = 0; zone < 2; ++zone) {
         auto* const identity = objects.registration.identities.at(zone);
-        for (auto* const object : {identity, identity->duplicate(),
-                                   identity->duplicate()->duplicate()}) {
+        for (auto* const object :
+             {identity, identity->duplicate(), identity->duplicate()->duplicate()}) {
             EXPECT_TRUE(object->varExists(1000)); // which zone 1 shares
             EXPECT_TRUE(object->varExists(1006));
             EXPECT_FALSE(object->varExists(999));

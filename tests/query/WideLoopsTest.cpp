@@ -106,7 +106,7 @@ TEST(WideLoops, EveryFormStopsAtANodeThatIsNotInTheTable)
 TEST(WideLoops, EveryFormLooksNumbersUpAtAnyAddress)
 {
     for (WideLoops const& loops : supportedLoops()) {
-        for (std::size_t const listSize : {1, 2, 31, 32, 33, 256}) {
+        for (std::size_t const listSize : {1U, 2U, 31U, 32U, 33U, 256U}) {
             std::vector<std::uint16_t> list;
             for (std::size_t n = 0; n < listSize; ++n)
                 list.push_back(static_cast<std::uint16_t>(n * 257 + 3));

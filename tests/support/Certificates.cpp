@@ -48,7 +48,8 @@ Certificate makeCertificate(std::string const& folder, std::string const& name,
 {
     static std::atomic<long> serial = 1;
     constexpr long DAY = 24 * 60 * 60;
-    Key const key(EVP_EC_gen("P-256"), ::EVP_PKEY_free);
+    char curve[] = "P-256"; // the macro casts constness away
+    Key const key(EVP_EC_gen(curve), ::EVP_PKEY_free);
     Signed const certificate(::X509_new(), ::X509_free);
     ::X509_set_version(certificate.get(), X509_VERSION_3);
     ::ASN1_INTEGER_set(::X509_get_serialNumber(certificate.get()), serial++);
