@@ -128,7 +128,7 @@ void deserializing(benchmark::State& state)
             state.SkipWithError("another expression was read");
         deletingSeconds += secondsOf([&] { received.reset(); });
     }
-    double const nodes = static_cast<double>(state.iterations() * numNodes);
+    double const nodes = static_cast<double>(state.iterations()) * static_cast<double>(numNodes);
     state.counters["millionNodesPerSecond"] = nodes / seconds / 1e6;
     state.counters["speedOfFloor"] = floorSeconds / seconds;
     state.counters["deletingNsPerNode"] = deletingSeconds / nodes * 1e9;
