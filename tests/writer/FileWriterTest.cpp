@@ -15,7 +15,6 @@
 #include <csignal>
 #include <fstream>
 #include <random>
-#include <sstream>
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -34,13 +33,6 @@ DataSet smallDataSet()
                     meshZone({ZoneType::Brick, {6, 5, 4}, 2}, {{}, {}})};
     result.zones[0].name = "box";
     return result;
-}
-
-std::string contentsOf(std::string const& path)
-{
-    std::ostringstream result;
-    result << std::ifstream(path, std::ios::binary).rdbuf();
-    return result.str();
 }
 
 // What can't be written.

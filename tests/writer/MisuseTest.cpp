@@ -21,7 +21,6 @@
 #include <fstream>
 #include <numeric>
 #include <random>
-#include <sstream>
 #include <thread>
 #include <tuple>
 #include <vector>
@@ -78,13 +77,6 @@ DataSet meshDataSet(ZoneType type, std::uint32_t numPartitions, bool isInSubzone
     result.zones = {meshZone({type, {6, 5, 4}, numPartitions, isInSubzones},
                              {{}, {ValueType::Float, ValueLocation::Cells, false, -1}})};
     return result;
-}
-
-std::string contentsOf(std::string const& path)
-{
-    std::ostringstream result;
-    result << std::ifstream(path, std::ios::binary).rdbuf();
-    return result.str();
 }
 
 std::string failureOf(std::string const& path, DataSet const& dataSet)

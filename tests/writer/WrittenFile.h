@@ -8,6 +8,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -42,6 +44,12 @@ public:
 private:
     std::filesystem::path m_path;
 };
+
+inline std::string contentsOf(std::string const& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
 
 /// A file of a data set, in a folder of its own. Whatever is written must be found without a fault.
 class WrittenFile
