@@ -11,6 +11,9 @@ using hdqio::ZoneMetadata;
 
 bool areCutAlike(ZoneMetadata const& a, ZoneMetadata const& b)
 {
+    // Of a zone that isn't in subzones these are null, although it has a partition.
+    if (a.isHdqZone == 0 || b.isHdqZone == 0)
+        return false;
     if (a.zoneType != b.zoneType || a.numPartitions != b.numPartitions ||
         a.numCellsPerSecPtn.size() != b.numCellsPerSecPtn.size())
         return false;
