@@ -36,11 +36,11 @@ SubzoneCellConnectivity::SubzoneCellConnectivity(unsigned short size, unsigned l
 
 SubzoneCellConnectivity::SubzoneCellConnectivity(socketutil::SocketInterface& socket)
 {
+    m_size = socket.receiveUInt16();
+    m_cornerNodeCount = socket.receiveUInt8();
+    m_nodeCount = socket.receiveUInt8();
+    m_faceCount = socket.receiveUInt8();
     withIOException([&] {
-        m_size = socket.receiveUInt16();
-        m_cornerNodeCount = socket.receiveUInt8();
-        m_nodeCount = socket.receiveUInt8();
-        m_faceCount = socket.receiveUInt8();
         for (unsigned long const word : socket.receiveUInt64Vector())
             m_referencedSubzones.emplace_back(word);
         m_nodeSubzoneIndices = socket.receiveUInt16Vector();

@@ -29,7 +29,8 @@ public:
     SubzoneCellConnectivity(unsigned short size, unsigned long cornerNodeCount,
                             unsigned long nodeCount, unsigned long faceCount,
                             std::vector<Address> const& nodes);
-    /// Reads the wire form, whatever its vectors hold. Throws IOException.
+    /// Reads the wire form, whatever its vectors hold. Throws SocketException in its counts and
+    /// IOException in its vectors.
     explicit SubzoneCellConnectivity(socketutil::SocketInterface& socket);
 
     void addToCache(socketutil::WriteCache& cache) const;

@@ -20,8 +20,8 @@ SubzoneNodeConnectivity::SubzoneNodeConnectivity(unsigned short size,
 
 SubzoneNodeConnectivity::SubzoneNodeConnectivity(socketutil::SocketInterface& socket)
 {
+    m_size = socket.receiveUInt16();
     withIOException([&] {
-        m_size = socket.receiveUInt16();
         for (unsigned long const word : socket.receiveUInt64Vector())
             m_referencedCellSubzones.emplace_back(word);
     });

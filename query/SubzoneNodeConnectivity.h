@@ -21,7 +21,7 @@ public:
 
     /// The list stays in the order given.
     SubzoneNodeConnectivity(unsigned short size, std::vector<SubzoneAddress> const& referenced);
-    /// Reads the wire form. Throws IOException.
+    /// Reads the wire form. Throws SocketException in its size and IOException in its vector.
     explicit SubzoneNodeConnectivity(socketutil::SocketInterface& socket);
 
     void addToCache(socketutil::WriteCache& cache) const;

@@ -6,6 +6,8 @@
 #include "varnox/socketutil/WriteCache.h"
 
 #include <cstring>
+#include <stdexcept>
+#include <string>
 #include <type_traits>
 
 namespace varnox::hdqlib {
@@ -102,9 +104,19 @@ std::vector<T> SubzoneVarValues<T>::receiveValues(SocketInterface& socket)
     return values;
 }
 
+/// A received subzone has as many values as its sender gave it, and no more may be asked for.
+template <typename T>
+void SubzoneVarValues<T>::requireValues(std::uint64_t count) const
+{
+    if (count > m_values.size())
+        throw std::out_of_range("A subzone of " + std::to_string(m_values.size()) +
+                                " values is asked for " + std::to_string(count) + ".");
+}
+
 template <typename T>
 double SubzoneVarValues<T>::fieldValue(unsigned short item) const
 {
+    requireValues(std::uint64_t{item} + 1);
     return static_cast<double>(m_values[item]);
 }
 
@@ -114,6 +126,7 @@ void SubzoneVarValues<T>::fieldValues(RawArray<ItemAddress<long>> const& items,
 {
     // Deliberate: items is only counted. Element i is the i-th value of the subzone, whatever
     // address stands in items[i]. Test: SubzoneVarValues.FieldValuesIgnoresTheAddresses
+    requireValues(items.size);
     resize(values, items.size);
     for (std::uint64_t i = 0; i < items.size; ++i)
         values.data[i] = static_cast<double>(m_values[i]);

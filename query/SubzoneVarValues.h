@@ -23,9 +23,10 @@ class SubzoneVarValuesAbstract
 public:
     virtual ~SubzoneVarValuesAbstract();
 
-    /// The item-th value; the item isn't checked.
+    /// The item-th value, counted from 0. Throws std::out_of_range if there are fewer.
     virtual double fieldValue(unsigned short item) const = 0;
-    /// Grows the result to the number of items and fills it with the subzone's first values.
+    /// Grows the result to the number of items and fills it with the subzone's first values. Throws
+    /// std::out_of_range if there are fewer.
     virtual void fieldValues(RawArray<ItemAddress<long>> const& items,
                              RawArray<double>& values) const = 0;
     virtual std::size_t size() const = 0;
@@ -56,6 +57,8 @@ public:
     void addToCache(socketutil::WriteCache& cache) override;
 
 private:
+    void requireValues(std::uint64_t count) const;
+
     std::vector<T> m_values;
 };
 

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <limits>
+#include <stdexcept>
 
 namespace varnox::hdqlib {
 namespace {
@@ -125,6 +126,23 @@ TYPED_TEST(SubzoneVarValuesOf, FieldValuesIgnoreTheAddresses)
     ASSERT_EQ(result.view().size, 2U);
     EXPECT_EQ(result.view().data[0], 1);
     EXPECT_EQ(result.view().data[1], 2);
+}
+
+TYPED_TEST(SubzoneVarValuesOf, ValueThatIsNotThereIsOutOfRange)
+{
+    auto const values = valuesOf<TypeParam>({1, 2, 3});
+    EXPECT_EQ(values.fieldValue(2), 3);
+    EXPECT_EQ(messageOf<std::out_of_range>([&] { values.fieldValue(3); }),
+              "A subzone of 3 values is asked for 4.");
+    std::vector<Item> items(3, Item(0));
+    OwnedArray<double> result;
+    values.fieldValues(viewOf(items), result.view());
+    EXPECT_EQ(result.view().size, 3U);
+    items.emplace_back(0);
+    EXPECT_EQ(
+        messageOf<std::out_of_range>([&] { values.fieldValues(viewOf(items), result.view()); }),
+        "A subzone of 3 values is asked for 4.");
+    EXPECT_EQ(result.view().size, 3U);
 }
 
 TEST(SubzoneVarValues, FieldValuesIgnoresTheAddresses)
