@@ -38,6 +38,13 @@ TEST_F(HomeDirectory, UsernameGoesBeforeUser)
     EXPECT_EQ(homeDirectory(), "/home/first");
 }
 
+TEST_F(HomeDirectory, EmptyUsernameIsPassedOver)
+{
+    ::setenv("USERNAME", "", 1);
+    ::setenv("USER", "second", 1);
+    EXPECT_EQ(homeDirectory(), "/home/second");
+}
+
 TEST_F(HomeDirectory, IsEmptyWithoutAnyName)
 {
     EXPECT_EQ(homeDirectory(), "");

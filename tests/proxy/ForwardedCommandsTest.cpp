@@ -353,6 +353,65 @@ TEST_P(RefusedCommand, IsFalse)
 INSTANTIATE_TEST_SUITE_P(HostApi, RefusedCommand, testing::ValuesIn(refusalCases),
                          caseName<RefusalCase>);
 
+/// The client's boolean is 32 bits wide. Most calls make it a plain true; a few hand its low byte
+/// on as it is.
+struct WideAnswerCase
+{
+    char const* name;
+    std::function<long(VnxUtilProxy&)> call;
+    std::string before; ///< Comes ahead of the boolean.
+    bool isHandedOn;
+};
+
+std::vector<WideAnswerCase> const wideAnswerCases = {
+    {"VnxUtilImportSetLoaderInstr",
+     [](VnxUtilProxy& p) { return long{p.VnxUtilImportSetLoaderInstr("n", names())}; }, FINISHED,
+     false},
+    {"VnxUtilDialogMessageBox",
+     [](VnxUtilProxy& p) { return long{p.VnxUtilDialogMessageBox("t", MessageBoxType_Error)}; }, "",
+     false},
+    {"VnxUtilDataSetCreate",
+     [](VnxUtilProxy& p) { return long{p.VnxUtilDataSetCreate("t", names(), 1)}; }, FINISHED,
+     false},
+    {"VnxUtilDataSetCreateX", [](VnxUtilProxy& p) { return long{p.VnxUtilDataSetCreateX(Args())}; },
+     FINISHED, false},
+    {"VnxUtilAuxDataSetItem",
+     [](VnxUtilProxy& p) {
+         return long{p.VnxUtilAuxDataSetItem(p.VnxUtilAuxDataDataSetGetRef(), "n",
+                                             reinterpret_cast<long>("v"), AuxDataType_None, 1)};
+     },
+     "", false},
+    {"VnxUtilDataFaceNbrAssignByRef",
+     [](VnxUtilProxy& p) {
+         return long{
+             p.VnxUtilDataFaceNbrAssignByRef(handle<FaceNeighbor_s>(1), 1, 1, 1, 0, nullptr, {})};
+     },
+     "", true},
+    {"VnxUtilTextSetMacroFunctionCmd",
+     [](VnxUtilProxy& p) { return long{p.VnxUtilTextSetMacroFunctionCmd(1, "c")}; }, "", true},
+    {"VnxUtilGeomSetMacroFunctionCmd",
+     [](VnxUtilProxy& p) { return long{p.VnxUtilGeomSetMacroFunctionCmd(1, "c")}; }, "", true},
+    {"VnxUtilCustomLabelsAppend",
+     [](VnxUtilProxy& p) { return long{p.VnxUtilCustomLabelsAppend(names())}; }, "", true},
+};
+
+class WideAnswer : public testing::TestWithParam<WideAnswerCase>
+{
+};
+
+TEST_P(WideAnswer, IsABooleanOrItsLowByte)
+{
+    for (auto const& [answer, asByte] : {std::pair{0x100U, 0L}, {0x102U, 2L}, {0x80000000U, 0L}}) {
+        PreparedSession session;
+        session.socket.appendScript(GetParam().before + u32(answer));
+        EXPECT_EQ(GetParam().call(session.proxy), GetParam().isHandedOn ? asByte : 1) << answer;
+        EXPECT_TRUE(session.socket.allWasRead());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(HostApi, WideAnswer, testing::ValuesIn(wideAnswerCases),
+                         caseName<WideAnswerCase>);
+
 /// A whole load as an add-on does it, with a request nested in its end.
 void loadDataSet(ProxySession& session)
 {

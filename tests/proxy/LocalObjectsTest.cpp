@@ -4,9 +4,14 @@
 
 #include <boost/thread/exceptions.hpp>
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <stdexcept>
+#include <string_view>
 #include <type_traits>
+
+#include <pthread.h>
 
 namespace varnox {
 namespace {
@@ -335,6 +340,22 @@ TEST_F(Mutex, LocksAndUnlocksAPlainMutex)
     EXPECT_EQ(mutex, nullptr);
 }
 
+TEST_F(Mutex, LockThatFailsIsALockError)
+{
+    Mutex_s* mutex = proxy.VnxUtilThreadMutexAlloc();
+    pthread_mutexattr_t attributes;
+    ASSERT_EQ(::pthread_mutexattr_init(&attributes), 0);
+    ASSERT_EQ(::pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_ERRORCHECK), 0);
+    ASSERT_EQ(::pthread_mutex_destroy(mutex->mutex.native_handle()), 0);
+    ASSERT_EQ(::pthread_mutex_init(mutex->mutex.native_handle(), &attributes), 0);
+    ::pthread_mutexattr_destroy(&attributes);
+    proxy.VnxUtilThreadMutexLock(mutex);
+    std::string const message =
+        messageOf<boost::lock_error>([&] { proxy.VnxUtilThreadMutexLock(mutex); });
+    EXPECT_EQ(message.rfind("boost: mutex lock failed in pthread_mutex_lock", 0), 0U) << message;
+    proxy.VnxUtilThreadMutexDealloc(&mutex);
+}
+
 TEST_F(Mutex, DeallocOfALockedMutexFreesItAllTheSame)
 {
     Mutex_s* mutex = proxy.VnxUtilThreadMutexAlloc();
@@ -456,6 +477,66 @@ TEST_P(UnimplementedNeighbour, FailsLoudly)
 
 INSTANTIATE_TEST_SUITE_P(LocalObjects, UnimplementedNeighbour, testing::ValuesIn(neighbourCases),
                          caseName<NeighbourCase>);
+
+struct HostApiFunction
+{
+    std::string_view name;
+    bool isOverridden;
+};
+
+constexpr HostApiFunction HOST_API_FUNCTIONS[] = {
+#define HOST_API(result, name, parameters, arguments)                                              \
+    {#name, !std::is_same_v<decltype(&VnxUtilProxy::name), decltype(&VnxMock::name)>},
+#include "varnox/hostapi/HostApi.def"
+};
+
+TEST(OverriddenFunctions, AreThoseThatALoaderNeedsAndNoMore)
+{
+    EXPECT_EQ(std::count_if(std::begin(HOST_API_FUNCTIONS), std::end(HOST_API_FUNCTIONS),
+                            [](HostApiFunction const& f) { return f.isOverridden; }),
+              128);
+}
+
+TEST(OverriddenFunctions, OfAFamilyAreItsAllocationsAndWhatFillsThem)
+{
+    std::vector<std::string_view> overridden;
+    for (HostApiFunction const& f : HOST_API_FUNCTIONS)
+        for (char const* const family :
+             {"VnxUtilArgList", "VnxUtilSet", "VnxUtilString", "VnxUtilThread", "VnxUtilLock"})
+            if (f.isOverridden && f.name.starts_with(family))
+                overridden.push_back(f.name);
+    EXPECT_EQ(overridden, (std::vector<std::string_view>{"VnxUtilArgListAlloc",
+                                                         "VnxUtilArgListAppendArbParam",
+                                                         "VnxUtilArgListAppendArray",
+                                                         "VnxUtilArgListAppendDouble",
+                                                         "VnxUtilArgListAppendFunction",
+                                                         "VnxUtilArgListAppendInt",
+                                                         "VnxUtilArgListAppendInt64Array",
+                                                         "VnxUtilArgListAppendString",
+                                                         "VnxUtilArgListAppendStringList",
+                                                         "VnxUtilArgListDealloc",
+                                                         "VnxUtilLockFinish",
+                                                         "VnxUtilLockOff",
+                                                         "VnxUtilLockOn",
+                                                         "VnxUtilLockStart",
+                                                         "VnxUtilSetAddMember",
+                                                         "VnxUtilSetAlloc",
+                                                         "VnxUtilSetCopy",
+                                                         "VnxUtilSetDealloc",
+                                                         "VnxUtilSetGetNextMember",
+                                                         "VnxUtilSetRemoveMember",
+                                                         "VnxUtilStringAlloc",
+                                                         "VnxUtilStringDealloc",
+                                                         "VnxUtilStringListAlloc",
+                                                         "VnxUtilStringListAppendString",
+                                                         "VnxUtilStringListDealloc",
+                                                         "VnxUtilStringListGetCount",
+                                                         "VnxUtilStringListGetRawStringPtr",
+                                                         "VnxUtilThreadMutexAlloc",
+                                                         "VnxUtilThreadMutexDealloc",
+                                                         "VnxUtilThreadMutexLock",
+                                                         "VnxUtilThreadMutexUnlock"}));
+}
 
 class AuxDataReferences : public ProxyTest
 {
