@@ -410,6 +410,11 @@ void DataSetRegistrationServer::setFilePaths(std::vector<std::string> const& pat
     m_impl->setFilePaths(paths);
 }
 
+std::uint64_t DataSetRegistrationServer::numLoads() const
+{
+    return m_impl->numLoads;
+}
+
 int DataSetRegistrationServer::registerCalcVarQueryServices(
     hdq::VarValueQueryInterface* cellCentered, hdq::VarValueQueryInterface* nodal,
     hdq::VarSubzoneQueryInterface* subzones, FieldDataType_e fieldDataType, int zone)

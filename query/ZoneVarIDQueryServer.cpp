@@ -50,7 +50,9 @@ public:
 
     void duplicate()
     {
+        std::uint64_t const dataSet = registrationServer.numLoads();
         hdq::ZoneVarIDQueryInterface* const copy = queryInterface.duplicate();
+        requireSame(dataSet);
         socket.sendInt(registrationServer.createDuplicateZoneVarIDQueryService(zone, copy));
     }
 
@@ -73,8 +75,10 @@ public:
         hdq::VarValueQueryInterface* cellCentered = nullptr;
         hdq::VarValueQueryInterface* nodal = nullptr;
         hdq::VarSubzoneQueryInterface* subzones = nullptr;
+        std::uint64_t const dataSet = registrationServer.numLoads();
         queryInterface.createCalcVar(varID, calcVarArg, fieldDataType, received.expression(),
                                      cellCentered, nodal, subzones);
+        requireSame(dataSet);
         if (cellCentered == nullptr || nodal == nullptr || subzones == nullptr)
             throw DataSetRegistrationServer::Error(
                 "The add-on made no query objects for a calculated variable of zone " +
@@ -122,6 +126,16 @@ public:
     }
 
     void destroy() { queryInterface.destroy(); }
+
+    /// What the add-on made belongs to the data set that it was asked for. The client may have
+    /// loaded another one meanwhile.
+    void requireSame(std::uint64_t dataSet) const
+    {
+        if (registrationServer.numLoads() != dataSet)
+            throw DataSetRegistrationServer::Error(
+                "Another data set was loaded while the add-on answered for zone " +
+                std::to_string(zone) + ".");
+    }
 
     hdq::ZoneVarIDQueryInterface& queryInterface;
     int zone;

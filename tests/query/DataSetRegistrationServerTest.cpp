@@ -31,6 +31,9 @@ std::string const SOLUTION = sample("tjunction_t00");  // 7 variables more
 std::string const LATER = sample("tjunction_t05");
 std::string const LATEST = sample("tjunction_t10");
 
+constexpr char const* LOADED_MEANWHILE =
+    "Another data set was loaded while the add-on answered for zone 0.";
+
 /// All query objects of one zone with one variable.
 struct ZoneOfAddon
 {
@@ -688,6 +691,22 @@ class CalculatedVariable : public testing::Test, protected CalculatedVariableSes
 {
 };
 
+TEST_F(CalculatedVariable, DoesNotPassToTheNextDataSet)
+{
+    addon.zoneVarID.meanwhile = [&] {
+        server.setFilePaths({FULL});
+        server.registerZoneConnectivityQueryServices(&addon.cells, &addon.nodes, 0);
+        server.registerZoneVarIDQueryServices(&addon.zoneVarID, 0);
+        deliver();
+        socket.takeSent();
+    };
+    EXPECT_EQ(failure([&] { create(sine); }), LOADED_MEANWHILE);
+    addon.zoneVarID.meanwhile = [] {};
+    EXPECT_EQ(failure([&] { server.nodalVarQueryServer(0, 9); }),
+              "Zone 0 does not exist for var 9.");
+    EXPECT_EQ(create(sine), i32(9) + f64(1) + f64(2) + f64(3) + f64(4));
+}
+
 TEST_F(CalculatedVariable, IsMadeByTheAddonAndAnsweredWithItsNumberAndRanges)
 {
     EXPECT_EQ(create(sine), i32(9) + f64(1) + f64(2) + f64(3) + f64(4));
@@ -827,6 +846,15 @@ TEST_F(DuplicatedZone, HasTheVeryVariableServersOfItsSource)
     server.nodalVarQueryServer(0, 3)->handleMethod();
     server.nodalVarQueryServer(1, 3)->handleMethod();
     EXPECT_EQ(addon.nodal.calls, (std::vector<std::string>{"minMax", "setup", "setup"}));
+}
+
+TEST_F(DuplicatedZone, DoesNotPassToTheNextDataSet)
+{
+    addon.zoneVarID.meanwhile = [&] { SetUp(); };
+    EXPECT_EQ(failure([&] { duplicate(0); }), LOADED_MEANWHILE);
+    addon.zoneVarID.meanwhile = [] {};
+    EXPECT_EQ(failure([&] { server.zoneVarIDQueryServer(1); }), "Zone 1 does not exist.");
+    EXPECT_EQ(duplicate(0), i32(1));
 }
 
 TEST_F(DuplicatedZone, KeepsAVariableThatIsReplacedInItsSource)

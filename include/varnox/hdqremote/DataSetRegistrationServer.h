@@ -4,6 +4,7 @@
 #include "varnox/hdq/DataSetRegistrationInterface.h"
 #include "varnox/hostapi/VnxTypes.h"
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -60,6 +61,8 @@ public:
     /// Opens and classifies the data set's files. The tables of a data set before are released.
     /// Throws Error, and what reading the files throws.
     void setFilePaths(std::vector<std::string> const& paths);
+    /// How often file paths were set: tells one data set from the next.
+    std::uint64_t numLoads() const;
     /// Adds a calculated variable to a zone; returns its number.
     int registerCalcVarQueryServices(hdq::VarValueQueryInterface* cellCentered,
                                      hdq::VarValueQueryInterface* nodal,
