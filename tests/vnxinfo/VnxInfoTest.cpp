@@ -6,6 +6,9 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <fstream>
+#include <iterator>
+
 namespace varnox::tests {
 namespace {
 
@@ -130,6 +133,21 @@ TEST(VnxInfo, ChecksASetOfFiles)
     EXPECT_EQ(result.output, GRID + ": sound\n" + SOLUTION + ": sound\n");
     // A box is no solution of the junction's grid, but it is checked by itself.
     EXPECT_EQ(run({"--check", GRID, BOX}).status, 0);
+}
+
+TEST(VnxInfo, TellsThatAFileIsCutOff)
+{
+    std::ifstream file(BOX, std::ios::binary);
+    std::string const bytes{std::istreambuf_iterator<char>(file), {}};
+    hdqfsloader::tests::TemporaryFile const cut(bytes.substr(0, 277055));
+    Result const result = run({cut.path()});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.output, HasSubstr("damaged         The file ends at 277055, ahead of the "
+                                         "header of partition 3 at 277055."));
+    EXPECT_THAT(result.output, HasSubstr("9   alpha.water  double")); // and goes on
+    hdqfsloader::tests::TemporaryFile const longer(bytes.substr(0, 986732));
+    EXPECT_EQ(run({longer.path()}).status, 0); // --check reads what lies behind the headers
+    EXPECT_EQ(run({"--check", longer.path()}).status, 1);
 }
 
 TEST(VnxInfo, EndsWithOneForAFaultyFile)

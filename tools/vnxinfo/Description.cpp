@@ -150,6 +150,17 @@ void describeVariables(DataFile const& file, std::uint32_t z, ZoneMetadata const
     out.end();
 }
 
+/// Throws if the file ends ahead of a partition, as one that was cut off does.
+void requirePartitions(DataFile const& file, ZoneMetadata const& zone)
+{
+    std::uint64_t const size = std::filesystem::file_size(file.path());
+    for (std::size_t p = 0; !zone.ptnFileLocs.isNull() && p < zone.numPartitions; ++p)
+        if (zone.ptnFileLocs[p] >= size)
+            throw std::runtime_error("The file ends at " + std::to_string(size) +
+                                     ", ahead of the header of partition " + std::to_string(p + 1) +
+                                     " at " + std::to_string(zone.ptnFileLocs[p]) + ".");
+}
+
 void describeHeaderOf(DataFile& file, std::uint32_t z, bool withBlocks, Report& out)
 {
     ZoneMetadata const& zone = file.zone(z);
@@ -162,6 +173,7 @@ void describeHeaderOf(DataFile& file, std::uint32_t z, bool withBlocks, Report& 
     for (std::uint32_t p = 0; p < numPartitions; ++p)
         describePartition(file, z, p, withBlocks, out);
     out.end();
+    requirePartitions(file, zone);
 }
 
 void describeZone(DataFile& file, std::uint32_t z, bool withBlocks, Report& out)
