@@ -91,11 +91,50 @@ writing::Zone mesh(writing::ZoneType type, std::array<std::uint64_t, 3> const& b
     return writing::tests::meshZone(spec, fewVariables());
 }
 
+/// Everything that stands beside zones and variables, of each kind.
+writing::DataSet annotated()
+{
+    using writing::Geometry;
+    writing::DataSet result = dataSetOf({writing::tests::orderedZone({3, 2, 2}, fewVariables())});
+    result.texts.resize(2);
+    result.texts[0].textString = "a text";
+    result.texts[1].textIsAttached = 1;
+    result.texts[1].textMacroFunctionCmd = "command";
+    for (std::uint8_t type = Geometry::LINE_SEGMENTS; type <= Geometry::ELLIPSE; ++type) {
+        Geometry& geometry = result.geometries.emplace_back();
+        geometry.geomType = type;
+        if (type == Geometry::LINE_SEGMENTS) {
+            geometry.segments = {{{0, 0}, {1, 1}}, {{2, 2}}};
+            result.geometries.push_back(geometry);
+            result.geometries.back().posCoordMode = Geometry::IN_THREE_DIMENSIONS;
+        }
+    }
+    result.customLabelSets = {{"Mon", "Tue"}, {"one"}};
+    for (std::uint8_t location = 0; location <= 4; ++location)
+        result.auxiliaryData.push_back({location, 0, "name", 0, "value"});
+    return result;
+}
+
+/// Zones that have their cells, and a variable, of the first; another is passive.
+writing::DataSet sharing()
+{
+    writing::Zone const first = mesh(writing::ZoneType::Brick, {2, 1, 1}, 2);
+    writing::Zone second = first;
+    second.connectivityFrom = 0;
+    second.parentZone = 0;
+    second.strandID = 1;
+    second.solutionTime = 0.5;
+    second.variables[0].sharedFrom = 0;
+    second.variables[1].isPassive = true;
+    return dataSetOf({first, second});
+}
+
 struct FileSeed
 {
     char const* name;
     writing::DataSet dataSet;
     std::optional<std::uint32_t> oldest{};
+    writing::FileType type = writing::FileType::Full;
 };
 
 std::vector<FileSeed> fileSeeds()
@@ -120,6 +159,11 @@ std::vector<FileSeed> fileSeeds()
     result.push_back({"mixed", dataSetOf({mesh(ZoneType::Mixed, {2, 2, 2}, 1)}), 106});
     result.push_back({"mixedPartitions", dataSetOf({mesh(ZoneType::Mixed, {3, 1, 2}, 3)}), 106});
     result.push_back({"plainBricks", dataSetOf({mesh(ZoneType::Brick, {2, 1, 1}, 1, false)})});
+    result.push_back({"annotated", annotated()});
+    result.push_back({"sharing", sharing()});
+    for (auto const& [name, type] : {std::pair{"grid", writing::FileType::Grid},
+                                     std::pair{"solution", writing::FileType::Solution}})
+        result.push_back({name, dataSetOf({mesh(ZoneType::Brick, {3, 1, 1}, 1)}), 105, type});
     return result;
 }
 
@@ -208,6 +252,7 @@ void saveFiles()
                 writing::Options options;
                 options.version = version;
                 options.isText = isText;
+                options.fileType = seed.type;
                 std::string const name =
                     seed.name + std::to_string(version) + (isText ? "text" : "");
                 std::string const bytes = written(seed.dataSet, options);
@@ -342,6 +387,37 @@ void savePayloads()
 
 // Whole conversations.
 
+/// Formulas that have every function and operation.
+std::vector<std::string> everyFormula(std::string const& name)
+{
+    std::string const operand = "{" + name + "}";
+    std::vector<std::string> result;
+#define ONE_ARG(number, constant, name, doubleFunction, intervalFunction)                          \
+    result.push_back(name "(" + operand + ")");
+#define TWO_ARG(number, constant, name, doubleFunction, intervalFunction)                          \
+    result.push_back(name "(" + operand + ", 2)");
+#include "expressions/Functions.def"
+    for (char const* const operation : {"+", "-", "*", "/", "^", "<", "<=", ">", ">=", "==", "!="})
+        result.push_back(operand + operation + "0.5");
+    result.push_back("-" + operand);
+    result.push_back("1.5");
+    result.push_back("plane(" + operand + "," + operand + ",3,1,2,3,4)");
+    return result;
+}
+
+void calculate(client::Engine& engine, std::vector<std::string> const& paths)
+{
+    engine.load(paths);
+    std::string const name = engine.dataSet().variables.front().name;
+    for (std::string const& formula : everyFormula(name)) {
+        int const var = engine.createCalcVar(1, formula, formula);
+        engine.allSubzoneValues(1, var, [](auto, auto const&) {});
+        engine.partitionRanges(1, var);
+        engine.subzonesThatMayHold(1, {{var, 0.25}}, ValueLocation_Nodal);
+    }
+    engine.close();
+}
+
 void saveConversations()
 {
     fuzz::SampleFolder const samples;
@@ -360,9 +436,15 @@ void saveConversations()
     saveBoth("server", "browsing", "vnxenginetestaddon.so", fuzz::Opening::Browsing, "");
     for (char const* const name : {"everything.hdqfs", "throws.hdqfs"})
         saveBoth("server", name, "vnxenginetestaddon.so", loading, std::string("data/") + name);
-    for (char const* const name :
-         {"ordered105", "mixed232", "brickPartitions232", "plainBricks232"})
+    for (char const* const name : fuzz::SAMPLES)
         saveBoth("session", name, "vnxhdqfsloader.so", loading, std::string("data/") + name);
+    for (auto const& [name, paths] :
+         {std::pair{"calculations", std::vector<std::string>{"data/ordered105"}},
+          std::pair{"calculationsOfSeveralFiles",
+                    std::vector<std::string>{"data/grid232", "data/solution232", "data/mixed232"}}})
+        save("session", name, fuzz::held(VNX_LIB_DIR "/vnxhdqfsloader.so", [&](auto& engine) {
+                                  calculate(engine, paths);
+                              }).client);
     save("client", "accepted", std::string(1, '\0') + tests::wire::u8(1) + tests::wire::text(""));
     save("client", "refused", std::string(1, '\0') + tests::wire::u8(0) + tests::wire::text("no"));
 }
@@ -374,6 +456,7 @@ int main(int argc, char** argv)
     if (argc != 2)
         return 2;
     folder = fs::absolute(argv[1]);
+    fs::create_directories(folder);
     hdqio::MessageCapture const quiet;
     saveFiles();
     saveHeaders();

@@ -60,8 +60,7 @@ SampleFolder::SampleFolder()
     expect(::mkdtemp(path.data()) != nullptr, "no folder");
     m_path = path;
     fs::path const seeds = fs::path(VNX_SOURCE_DIR) / "fuzz/corpus/file";
-    for (char const* const name :
-         {"ordered105", "mixed232", "brickPartitions232", "plainBricks232"})
+    for (char const* const name : SAMPLES)
         fs::copy_file(seeds / (std::string("seed-") + name), m_path / fs::path(name));
     // Their names tell an add-on of tests what to do.
     for (char const* const name : {"everything.hdqfs", "throws.hdqfs"})
