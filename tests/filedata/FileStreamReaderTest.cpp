@@ -1,7 +1,9 @@
 #include "filedata/FileStreamReader.h"
 
+#include "filedata/FileWriterInterface.h"
 #include "filedata/Messages.h"
 #include "tests/filedata/OpenFile.h"
+#include "tests/support/Slots.h"
 
 #include <gtest/gtest.h>
 
@@ -117,6 +119,39 @@ TEST(FileStreamReader, StatisticsAreZeroAndFormAndTypeAreKept)
     file.reader.setDataFileType(DataFileType_Solution);
     EXPECT_EQ(file.reader.isAscii(), 1);
     EXPECT_EQ(file.reader.dataFileType(), DataFileType_Solution);
+}
+
+TEST(FileInterfaces, OperationsStandInTheirSlots)
+{
+    using varnox::tests::slot;
+    using F = FileIOStreamInterface;
+    EXPECT_EQ(slot(&F::isOpen), 0U);
+    EXPECT_EQ(slot(&F::close), 1U);
+    EXPECT_EQ(slot(&F::fileLoc), 2U);
+    EXPECT_EQ(slot(&F::seekToFileStart), 3U);
+    EXPECT_EQ(slot(&F::seekToFileLoc), 4U);
+    EXPECT_EQ(slot(&F::seekToFileEnd), 5U);
+    EXPECT_EQ(slot(&F::fileName), 6U);
+    EXPECT_EQ(slot(&F::setIsAscii), 7U);
+    EXPECT_EQ(slot(&F::isAscii), 8U);
+    EXPECT_EQ(slot(&F::setDataFileType), 9U);
+    EXPECT_EQ(slot(&F::dataFileType), 10U);
+    EXPECT_EQ(slot(&F::statistics), 11U);
+    // The destructor takes two.
+    using R = FileReaderInterface;
+    EXPECT_EQ(slot(&R::open), 14U);
+    EXPECT_EQ(slot(&R::fread), 15U);
+    EXPECT_EQ(slot(&R::fgets), 16U);
+    EXPECT_EQ(slot(&R::feof), 17U);
+    EXPECT_EQ(slot(&R::getc), 18U);
+    EXPECT_EQ(slot(&R::ungetc), 19U);
+    EXPECT_EQ(slot(static_cast<int (R::*)(char const*, void*)>(&R::fscanf)), 20U);
+    EXPECT_EQ(slot(static_cast<int (R::*)(char const*, void*, void*)>(&R::fscanf)), 21U);
+    EXPECT_EQ(slot(static_cast<int (R::*)(char const*, void*, void*, void*)>(&R::fscanf)), 22U);
+    using W = FileWriterInterface;
+    EXPECT_EQ(slot(&W::open), 14U);
+    EXPECT_EQ(slot(&W::fwrite), 15U);
+    EXPECT_EQ(slot(&W::fprintf), 16U);
 }
 
 }
