@@ -153,6 +153,9 @@ TEST(IntervalAtan2, TakesTheCornersOffTheBranchCut)
     Interval const behind = atan2({0, 1}, {-2, -1});
     EXPECT_EQ(behind.lower, std::atan2(1.0, -1.0));
     EXPECT_EQ(behind.upper, PI);
+    Interval const below = atan2({-1, 0}, {-2, -1});
+    EXPECT_EQ(below.lower, std::atan2(-1.0, -2.0));
+    EXPECT_EQ(below.upper, PI);
 }
 
 TEST(IntervalAtan2, IsAFullCircleOnTheBranchCut)
@@ -180,6 +183,9 @@ PowCase const powCases[] = {
     {"SquareAroundZeroFarAbove", {-1, 1e75}, {2, 2}, {0, 1e150}},
     {"SquareUpToFarAbove", {2, 1e80}, {2, 2}, {4, 1e150}},
     {"SquareOfLargeNumbers", {1e80, 1e81}, {2, 2}, {0, 1e150}},
+    {"SquareBelowZeroUpToTheLimit", {-1e80, -1e75}, {2, 2}, {0, 1e150}},
+    {"SquareFromTheLimitOn", {1e75, 1e80}, {2, 2}, {0, 1e150}},
+    {"ZerothFromZero", {0, 3}, {0, 0}, {-1e150, 1e150}},
     {"ZerothAroundZero", {-2, 3}, {0, 0}, {-1e150, 1e150}},
     {"ZerothUpToZero", {-2, 0}, {0, 0}, {-1e150, 1e150}},
     {"ZerothAboveZero", {2, 3}, {0, 0}, {1, 1}},
@@ -187,6 +193,11 @@ PowCase const powCases[] = {
     {"FourthAroundZero", {-2, 3}, {4, 4}, {0, 81}},
     {"FourthAboveZero", {2, 3}, {4, 4}, {16, 81}},
     {"FourthBelowZero", {-3, -2}, {4, 4}, {16, 81}},
+    {"FourthUpToZero", {-3, 0}, {4, 4}, {0, 81}},
+    {"FourthFromZero", {0, 3}, {4, 4}, {0, 81}},
+    {"MinusSecondUpToZero", {-2, 0}, {-2, -2}, {0.25, HUGE_VAL}},
+    {"MinusSecondFromZero", {0, 2}, {-2, -2}, {0.25, HUGE_VAL}},
+    {"MinusThirdFromZero", {0, 2}, {-3, -3}, {0.125, HUGE_VAL}},
     {"MinusSecondAroundZero", {-2, 3}, {-2, -2}, {0, 1e150}},
     {"MinusSecondAboveZero", {2, 4}, {-2, -2}, {1.0 / 16, 1.0 / 4}},
     {"MinusSecondBelowZero", {-4, -2}, {-2, -2}, {1.0 / 16, 1.0 / 4}},
@@ -197,6 +208,8 @@ PowCase const powCases[] = {
     {"ExponentsAroundZeroOfARangeAroundZero", {-2, 3}, {-1, 1}, {0, 0}},
     {"ExponentsAroundZeroFromZero", {0, 3}, {-1, 1}, {0, 0}},
     {"PositiveExponents", {2, 4}, {1, 2}, {2, 16}},
+    {"PositiveExponentsFromZero", {0, 3}, {1, 2}, {0, 9}},
+    {"ExponentsUpToZero", {2, 4}, {-1, 0}, {1, 1}},
     {"NegativeExponents", {2, 4}, {-2, -1}, {1.0 / 16, 0.5}},
     {"SmallBasesAndExponentsFromZero", {0.25, 0.5}, {0, 1}, {1, 1}},
 };
@@ -225,6 +238,21 @@ TEST(IntervalPow, OddPowerOfARangeWithANegativePartIsZero)
 TEST(IntervalPow, ExponentsAroundZeroRaiseTheLowerEndToOne)
 {
     EXPECT_EQ(pow({2, 4}, {-1, 1}), (Interval{1, 4})); // the numbers begin at a quarter
+}
+
+TEST(IntervalFunctions, NotANumberIsNeitherAboveNorBelow)
+{
+    EXPECT_EQ(abs({NAN, 2}).upper, 2); // unchanged
+    EXPECT_EQ(abs({-3, NAN}).upper, 3);
+    EXPECT_EQ(sign({NAN, NAN}), (Interval{1, 1}));
+    EXPECT_EQ(sign({-1, NAN}), (Interval{-1, 1}));
+    EXPECT_TRUE(std::isnan(sqrt({NAN, 4}).lower));
+    EXPECT_EQ(tan({NAN, 1}).upper, std::tan(1.0));
+    EXPECT_EQ(pow({NAN, NAN}, {2, 2}), (Interval{0, 1e150}));
+    EXPECT_EQ(pow({NAN, NAN}, {0, 0}), (Interval{-1e150, 1e150}));
+    EXPECT_EQ(pow({NAN, 2}, {4, 4}).upper, 16);
+    EXPECT_EQ(pow({NAN, 2}, {3, 3}).upper, 8);
+    EXPECT_EQ(pow({NAN, 2}, {-1, 1}), (Interval{0, 0}));
 }
 
 TEST(IntervalFunctions, LargerAndSmallerTakeEachEnd)
