@@ -35,7 +35,7 @@ struct FileInfo
 };
 
 /// Node tables up to this are small enough for any file.
-constexpr std::uint64_t FEW_NODE_ENTRIES = std::uint64_t{1} << 24;
+constexpr std::uint64_t FEW_NODE_ENTRIES = std::uint64_t{1} << 23;
 
 void open(FileStreamReader& reader)
 {
@@ -120,8 +120,9 @@ bool readPartitionTree(FileReaderInterface& reader, FileInfo const& file, ZoneMe
 
 namespace {
 
-/// Each zone alone has no more nodes than the file has bytes; together they mustn't either, or
-/// many zones without data would cost memory out of proportion to the file.
+/// The node table of each zone alone is no larger than its file can be made to pay for; together
+/// they mustn't be either, or many zones without data would cost memory out of proportion to it.
+/// The last ones have none then.
 char holdZone(FileReaderInterface& reader, FileInfo& file, ZoneMetadata& zone)
 {
     bool const isNew = file.countedZones.insert(zone.zone).second;
@@ -133,9 +134,8 @@ char holdZone(FileReaderInterface& reader, FileInfo& file, ZoneMetadata& zone)
         return 1;
     std::uint64_t const entries = file.numNodeEntries + zone.ijkPtnInfo[0].nodeSubzones.size();
     if (entries > FEW_NODE_ENTRIES && (!reader.seekToFileStart() || entries > bytesLeft(reader))) {
-        zone.forgetZoneHeader();
-        return errorMessage("File %s is too short for the nodes of its zones.",
-                            file.fileName.c_str());
+        std::vector<std::uint32_t>().swap(zone.ijkPtnInfo[0].nodeSubzones);
+        return 1;
     }
     file.numNodeEntries = entries;
     return 1;

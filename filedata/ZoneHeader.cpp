@@ -21,6 +21,8 @@ namespace {
 constexpr std::uint32_t ZONE_MARKER = 0x02030405;
 /// Items of a finite-element subzone: a constant of the format, not the file's limit.
 constexpr std::int64_t SUBZONE_ITEMS = 256;
+/// More than addresses can name.
+constexpr std::int64_t MOST_NODES = std::int64_t{MinMaxTree::MAX_ENTRIES} * SUBZONE_ITEMS;
 
 /// Subzones of 256 that hold a number of items; false if there are more than an address can name.
 bool numRunsOf(std::int64_t items, std::uint32_t& result)
@@ -64,23 +66,6 @@ std::int64_t productOf(std::int64_t a, std::int64_t b, std::int64_t c)
                : result;
 }
 
-/// Whether an ordered zone's sizes stay below what subzone addresses and 32-bit counts can name. An
-/// axis of no nodes still has cells.
-char checkOrderedSize(FileReaderInterface& reader, ZoneMetadata const& zone,
-                      HeaderPlace const& place)
-{
-    auto const along = [](std::int64_t n) { return n == 0 ? std::int64_t{1} : n; };
-    std::int64_t const items = productOf(along(zone.ijk.i), along(zone.ijk.j), along(zone.ijk.k));
-    // The node table has an entry of 4 bytes for every node, which a file that holds any value of
-    // the zone also pays for.
-    std::uint64_t const here = reader.fileLoc();
-    std::uint64_t const fileSize = here + bytesLeft(reader);
-    if (items < 0 || static_cast<std::uint64_t>(items) > std::max(fileSize, std::uint64_t{65536}))
-        return errorMessage("The file is too short for the %ld x %ld x %ld nodes of zone %lu.",
-                            zone.ijk.i, zone.ijk.j, zone.ijk.k, place.zoneNumber());
-    return 1;
-}
-
 /// Whether subzone addresses can name all subzones of a block of items.
 bool canBeNamed(IJKSubzoneInfo const& info)
 {
@@ -95,12 +80,34 @@ char refuseItemCount(HeaderPlace const& place)
                         place.zoneNumber());
 }
 
+/// Nodes and cells along the axes multiplied, or -1. An axis of no nodes still has cells.
+std::int64_t numItemsOf(IJK const& nodes)
+{
+    auto const along = [](std::int64_t n) { return n == 0 ? std::int64_t{1} : n; };
+    return productOf(along(nodes.i), along(nodes.j), along(nodes.k));
+}
+
+/// An ordered zone in one piece may have no values in its file, and any number of nodes. Who asks
+/// for its subzones is sent a list of them, though, for which the file has to be long enough.
+char refuseOrderedSize(IJK const& nodes, std::uint64_t fileSize, HeaderPlace const& place)
+{
+    std::int64_t const items = numItemsOf(nodes);
+    if (items >= 0 && static_cast<std::uint64_t>(items) <= fileSize)
+        return refuseItemCount(place);
+    return errorMessage("The file is too short for the %ld x %ld x %ld nodes of zone %lu.", nodes.i,
+                        nodes.j, nodes.k, place.zoneNumber());
+}
+
 char cutOrderedZone(FileReaderInterface& reader, FileDescription const& description,
                     HeaderPlace const& place, ZoneMetadata& zone)
 {
-    if (!checkOrderedSize(reader, zone, place))
-        return 0;
+    constexpr std::uint64_t FEW_SUBZONES = std::uint64_t{1} << 20;
+    constexpr std::uint64_t FEW_NODES = std::uint64_t{1} << 20;
+    std::uint64_t const fileSize = reader.seekToFileStart() ? bytesLeft(reader) : 0;
     IJK const& n = zone.ijk;
+    std::int64_t const items = numItemsOf(n);
+    if (items < 0 || items > MOST_NODES)
+        return refuseOrderedSize(n, fileSize, place);
     IJK const cells{numCellsAlong(n.i), numCellsAlong(n.j), numCellsAlong(n.k),
                     numCellsAlong(n.i) * numCellsAlong(n.j)};
     zone.numNodesPerPtn[0] = n.k * n.ij;
@@ -111,10 +118,15 @@ char cutOrderedZone(FileReaderInterface& reader, FileDescription const& descript
     IJKZoneInfo& info = zone.ijkPtnInfo[0];
     info.cells = IJKSubzoneInfo(cells, description.getMaxIJKSubzoneSize(), 0, false);
     info.nodes = IJKSubzoneInfo(n, description.getMaxIJKSubzoneSize(), 0, false);
-    if (!canBeNamed(info.cells) || !canBeNamed(info.nodes))
-        return refuseItemCount(place);
-    if (zone.wantsNodeTable)
-        info.nodeSubzones.assign(static_cast<std::size_t>(n.k * n.ij), 0xFFFFFFF);
+    if (!canBeNamed(info.cells) || !canBeNamed(info.nodes) ||
+        info.cells.totalSubzones > std::max(fileSize, FEW_SUBZONES) ||
+        info.nodes.totalSubzones > std::max(fileSize, FEW_SUBZONES))
+        return refuseOrderedSize(n, fileSize, place);
+    // The table has an entry of 4 bytes for every node, which a file that holds any value of the
+    // zone also pays for.
+    auto const numNodes = static_cast<std::size_t>(n.k * n.ij);
+    if (zone.wantsNodeTable && numNodes <= std::max(fileSize, FEW_NODES))
+        info.nodeSubzones.assign(numNodes, 0xFFFFFFF);
     zone.ptnMinIJK[0] = {0, 0, 0, 0};
     zone.ptnMaxIJK[0] = {n.i - 1, n.j - 1, n.k - 1, (n.i - 1) * (n.j - 1)};
     zone.numCszsPerSecPtn[0][0] = info.cells.totalSubzones;
@@ -386,7 +398,6 @@ char readOrderedPartitions(FileReaderInterface& reader, TagMap const& tags, Zone
 {
     std::uint32_t const numPartitions = zone.numPartitions;
     // Node numbers are split by I and by IJ, and the sums below stay far from their limit.
-    constexpr std::int64_t MOST_NODES = std::int64_t{MinMaxTree::MAX_ENTRIES} * SUBZONE_ITEMS;
     std::int64_t const numNodes =
         productOf(zone.ijk.i, zone.ijk.j, zone.isOrdered() ? zone.ijk.k : 1);
     if (numNodes <= 0 || (zone.isOrdered() && numNodes > MOST_NODES))

@@ -105,7 +105,8 @@ struct ZoneMetadata
     std::int64_t userFaceNbrFileLoc = -1;
     std::uint64_t tagListBytes = 0; ///< What the header's tag list takes of the file.
     /// Whether the header gives an ordered zone in one piece its node table, of 4 bytes for each
-    /// node. Who doesn't need it says so before the header is read.
+    /// node. Who doesn't need it says so before the header is read. A zone of far more nodes than
+    /// its file has bytes gets none.
     bool wantsNodeTable = true;
 };
 

@@ -865,18 +865,37 @@ TEST(ZoneHeader, MorePartitionsThanTheFileCanHoldAreRefused)
               "Zone 1 claims 4294967299 partitions, more than there can be.");
 }
 
-TEST(ZoneHeader, MoreNodesThanTheFileCanHoldAreRefused)
+TEST(ZoneHeader, MoreSubzonesThanTheFileCanHoldAreRefused)
 {
     constexpr std::uint64_t HUGE_SIZE = std::uint64_t{1} << 40;
-    std::uint64_t const sizes[][3] = {{1000000, 1, 1},           {HUGE_SIZE, HUGE_SIZE, HUGE_SIZE},
+    constexpr std::uint64_t LARGEST = 0x7FFFFFFFFFFFFFFF;
+    std::uint64_t const sizes[][3] = {{6'300'000, 1, 1},         {HUGE_SIZE, HUGE_SIZE, HUGE_SIZE},
                                       {HUGE_SIZE, 0, HUGE_SIZE}, {HUGE_SIZE, HUGE_SIZE, 0},
                                       {0, HUGE_SIZE, HUGE_SIZE}, {ALL_ONES, 1, 1},
-                                      {1, 1, ALL_ONES}};
+                                      {1, 1, ALL_ONES},          {HUGE_SIZE, 1, 1},
+                                      {1, LARGEST, 1},           {LARGEST, 1, 1},
+                                      {1, 1, LARGEST},           {1 << 12, 1 << 12, 1 << 13}};
     for (auto const& size : sizes) {
         ReadZone const read(oneZone('O', size[0], size[1], size[2]));
         EXPECT_FALSE(read.result);
         EXPECT_EQ(read.message.substr(0, 30), "The file is too short for the ");
+        EXPECT_TRUE(read.zone.ijkPtnInfo.isNull());
     }
+}
+
+TEST(ZoneHeader, ZoneWithoutValuesMayHaveMoreNodesThanItsFileHasBytes)
+{
+    FileSpec spec = oneZone('O', 300, 200, 100);
+    spec.vars[0].isPassive = 1;
+    for (FileSpec const& form : inBothForms(spec)) {
+        ReadZone const read(form);
+        ASSERT_TRUE(read.result) << read.message;
+        EXPECT_EQ(read.zone.numNodesPerPtn[0], 6'000'000);
+        EXPECT_EQ(read.zone.numNszsPerPtn[0], 51U * 34 * 17);
+        EXPECT_TRUE(read.zone.ijkPtnInfo[0].nodeSubzones.empty());
+    }
+    spec.zones[0].k = 17; // few enough for a node table
+    EXPECT_EQ(ReadZone(spec).zone.ijkPtnInfo[0].nodeSubzones.size(), 300U * 200 * 17);
 }
 
 TEST(ZoneHeader, ItemsBeyondWhatSubzonesCanHoldAreRefused)

@@ -72,6 +72,14 @@ DataSet passiveAndShared()
     return result;
 }
 
+/// Zones of more nodes than their file has bytes: one without values, and a thin one of cells.
+DataSet largerThanTheirFile()
+{
+    ZoneVariable const none{ValueType::Float, ValueLocation::Nodes, true, -1};
+    ZoneVariable const bytes{ValueType::Byte, ValueLocation::Cells, false, -1};
+    return dataSetOf({orderedZone({500, 100, 10}, {none}), orderedZone({2, 100000, 1}, {bytes})});
+}
+
 DataSet sharedInPartitions()
 {
     std::array<std::vector<std::uint64_t>, 3> const cuts{{{5}, {}, {8}}};
@@ -292,6 +300,7 @@ INSTANTIATE_TEST_SUITE_P(
                     BOTH_FORMS(OrderedInPartitions, orderedInPartitions, 105),
                     BOTH_FORMS(OrderedPlain, orderedPlain, 105),
                     BOTH_FORMS(PassiveAndShared, passiveAndShared, 105),
+                    RoundTripCase{"LargerThanTheirFile", largerThanTheirFile, false, {}, 105},
                     BOTH_FORMS(SharedInPartitions, sharedInPartitions, 105),
                     BOTH_FORMS(Meshes, meshes, 105),
                     BOTH_FORMS(MeshesInPartitions, meshesInPartitions, 105),
