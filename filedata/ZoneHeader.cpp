@@ -259,6 +259,10 @@ char readHDQNonPartitionedZoneHeaderArrays(FileReaderInterface& reader, TagMap c
     return result;
 }
 
+/// What each section of a zone takes for each partition where the zone is described to a client. A
+/// section without counts is described by zeros.
+constexpr std::uint64_t DESCRIBED_SECTION_BYTES = sizeof(std::int64_t) + sizeof(std::uint32_t);
+
 /// What a partition takes of memory, before its own header is read.
 std::uint64_t memoryOfPartition(ZoneMetadata const& zone, std::uint64_t numVars)
 {
@@ -267,7 +271,8 @@ std::uint64_t memoryOfPartition(ZoneMetadata const& zone, std::uint64_t numVars)
     std::uint64_t const ofType =
         isVolumeZone(zone) ? numSectionsOf(zone) * SECTION_BYTES
                            : SECTION_BYTES + sizeof(IJKZoneInfo) + 2 * sizeof(IJK) + TREE_BYTES;
-    return sizeof(PartitionMetadata) + ofType + 2 * sizeof(std::int64_t) + numVars * sizeof(MinMax);
+    return sizeof(PartitionMetadata) + ofType + numSectionsOf(zone) * DESCRIBED_SECTION_BYTES +
+           2 * sizeof(std::int64_t) + numVars * sizeof(MinMax);
 }
 
 /// Whether the file is long enough for its partitions: for their entries in the arrays of the
@@ -499,6 +504,21 @@ char readHDQPartitionedZoneHeaderArrays(FileReaderInterface& reader, TagMap cons
     return result;
 }
 
+/// A plain zone has no partitions, whatever number it claims, but is described to a client with as
+/// many.
+char checkClaimedPartitions(FileReaderInterface& reader, ZoneInFile const& in,
+                            ZoneMetadata const& zone)
+{
+    constexpr std::uint64_t LITTLE_MEMORY = std::uint64_t{4} << 20;
+    constexpr std::uint64_t CORNER_BYTES = 3 * sizeof(std::uint32_t);
+    std::uint64_t const bytesEach = (numSectionsOf(zone) + 1) * DESCRIBED_SECTION_BYTES +
+                                    (zone.isOrdered() ? 2 * CORNER_BYTES : 0);
+    std::uint64_t const memory = zone.numPartitions * bytesEach;
+    return memory <= LITTLE_MEMORY || (reader.seekToFileStart() && memory <= bytesLeft(reader)) ||
+           errorMessage("The file is too short for the %u partitions of zone %lu.",
+                        zone.numPartitions, in.place.zoneNumber());
+}
+
 char readPlain(FileReaderInterface& reader, TagMap const& tags, ZoneInFile const& in,
                ZoneMetadata& zone)
 {
@@ -506,7 +526,8 @@ char readPlain(FileReaderInterface& reader, TagMap const& tags, ZoneInFile const
     try {
         result = readHeaderTagArray<std::uint64_t, true>(reader, tags, VAR_FILE_LOCS_TAG,
                                                          static_cast<std::uint64_t>(in.numVars),
-                                                         zone.classicVarFileLocs, in.place);
+                                                         zone.classicVarFileLocs, in.place) &&
+                 checkClaimedPartitions(reader, in, zone);
     } catch (std::bad_alloc const&) {
         errorMessage("Out-of-memory error while reading zone %lu header.", in.place.zoneNumber());
     } catch (std::exception const&) {

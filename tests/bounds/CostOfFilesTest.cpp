@@ -7,6 +7,7 @@
 #include "addons/hdqfs/Loading.h"
 #include "filedata/FileSetMetadata.h"
 #include "filedata/Messages.h"
+#include "filedata/ZoneMetadataSerializer.h"
 #include "tests/bounds/LyingFile.h"
 #include "tests/filedata/AllocationMeter.h"
 #include "tests/hdqfs/RecordingEngine.h"
@@ -16,6 +17,7 @@
 #include "tools/vnxinfo/RawTags.h"
 #include "tools/vnxinfo/TreeReport.h"
 #include "varnox/hdqfswriter/FileWriter.h"
+#include "varnox/socketutil/WriteCache.h"
 
 #include <gtest/gtest.h>
 
@@ -363,6 +365,65 @@ TEST(CostOfFiles, ManyPartitionsOfAFewNodes)
         hdqio::FileSetMetadata files({path});
         return failureOf([&] { files.zoneMetadata(0, 0); });
     });
+}
+
+/// Asks for the metadata of a file's first zone, as a client does.
+std::string askForMetadata(std::string const& path)
+{
+    hdqio::FileSetMetadata files({path});
+    return failureOf([&] {
+        socketutil::WriteCache answer;
+        hdqlib::ZoneMetadataSerializer(files.zoneMetadata(0, 0)).addToCache(answer);
+    });
+}
+
+TEST(CostOfFiles, PartitionsThatAPlainZoneOnlyClaims)
+{
+    for (char const letter : {'o', 'b', 'p'}) {
+        LyingFile lie;
+        lie.letter = letter;
+        lie.header = [](FileBuilder& file) {
+            return headerOfVariables(file, 1, 64, {{1792, "", 1 << 23}});
+        };
+        EXPECT_EQ(withinBounds(lie.contents(), askForMetadata),
+                  "Error reading zone metadata for zone 0.");
+    }
+}
+
+TEST(CostOfFiles, SectionsWithoutCountsInManyPartitions)
+{
+    constexpr std::uint64_t PARTITIONS = 40'000; // of one node each
+    constexpr std::uint64_t SECTIONS = 255;      // and of these one has counts
+    std::string numbers;
+    for (std::uint64_t p = 0; p < PARTITIONS; ++p)
+        numbers.append(reinterpret_cast<char const*>(&p), sizeof(p));
+    LyingFile lie;
+    lie.letter = 'M';
+    lie.version = "232BF";
+    lie.i = PARTITIONS;
+    lie.j = PARTITIONS - 1;
+    lie.k = 2;
+    lie.header = [&](FileBuilder& file) {
+        std::uint64_t const zeros = file.raw(raw(24 * PARTITIONS, '\0'));
+        std::uint64_t const nodes = file.raw(numbers);
+        return headerOfVariables(file, 1, 64,
+                                 {{1792, "", PARTITIONS},
+                                  {1793, "", zeros},
+                                  {1794, "", nodes},
+                                  {1797, "", zeros},
+                                  {1798, "", nodes},
+                                  {1799, "", nodes}});
+    };
+    lie.groups = [](FileBuilder& file) {
+        std::uint64_t const twos = file.raw(raw(SECTIONS, '\2'));
+        return Tags{{269, "", file.raw(raw(1, static_cast<char>(SECTIONS)))},
+                    {270, "", file.raw(raw(8 * SECTIONS, '\0'))},
+                    {271, "", twos},
+                    {272, "", twos},
+                    {273, "", twos}};
+    };
+    EXPECT_EQ(withinBounds(lie.contents(), askForMetadata),
+              "Error reading zone metadata for zone 0.");
 }
 
 TEST(CostOfFiles, SomePartitionsOfAFewNodes)
