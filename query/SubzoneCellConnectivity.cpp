@@ -153,10 +153,11 @@ void SubzoneCellConnectivity::rebuild(unsigned short item, unsigned long count,
                                       RawArray<Address>& result) const
 {
     std::uint64_t const inUse = result.size;
+    std::uint64_t const capacity = result.capacity;
     resize(result, count);
-    if (inUse < count)
+    if (capacity < count) // the block is new, and nobody has written the rest of it
         std::fill(result.data + inUse, result.data + count, Address(0));
-    // Deliberate: an address that was in use keeps its form flag.
+    // Deliberate: every address keeps its form flag, also one that wasn't in use.
     // Test: SubzoneCellConnectivity.RebuildingKeepsTheFormFlagOfTheTarget
     std::size_t const first = item * m_nodeCount;
     for (unsigned long index = 0; index < count; ++index) {

@@ -7,6 +7,7 @@
 #include "varnox/socketutil/WriteCache.h"
 
 #include <array>
+#include <cstdint>
 #include <stdexcept>
 
 namespace varnox::hdqlib {
@@ -95,9 +96,33 @@ TEST(SubzoneCellConnectivity, RebuildingKeepsTheFormFlagOfTheTarget)
     EXPECT_EQ(buffer[0].word(), 0x0700000000000041U);
     EXPECT_EQ(buffer[1].word(), 0x0000000050000020U);
     EXPECT_EQ(buffer[2].word(), 0xFF00000000000023U);
-    nodes.size = 0; // none is in use: nothing of it counts
-    cells.nodeAddresses(0, nodes);
-    EXPECT_EQ(buffer[0].word(), 0x0700000000000040U);
+    nodes.size = 0; // as a buffer of one's own is handed over
+    cells.cornerNodeAddresses(1, nodes);
+    EXPECT_EQ(nodes.size, 2U);
+    EXPECT_EQ(buffer[0].word(), 0x0100000050000021U);
+    EXPECT_EQ(buffer[1].word(), 0x0800000000000040U);
+}
+
+/// Leaves a block with all bits set to whoever asks for three items next.
+void dirtyTheHeap()
+{
+    auto* const block = new std::uint64_t[3];
+    for (std::size_t i = 0; i < 3; ++i)
+        const_cast<std::uint64_t volatile*>(block)[i] = ~std::uint64_t{0};
+    delete[] block;
+}
+
+TEST(SubzoneCellConnectivity, RebuildingInANewBlockLeavesNoFormFlag)
+{
+    SubzoneCellConnectivity const cells = twoCells();
+    OwnedArray<Item> nodes(1);
+    dirtyTheHeap();
+    nodes.view().data[0] = Item(1);
+    nodes.view().size = 1;
+    cells.nodeAddresses(0, nodes.view());
+    EXPECT_EQ(nodes.view().data[0].word(), 0x0700000000000041U); // it was in use
+    EXPECT_EQ(nodes.view().data[1].word(), 0x0000000050000020U);
+    EXPECT_EQ(nodes.view().data[2].word(), 0xFF00000000000022U);
 }
 
 TEST(SubzoneCellConnectivity, OneSubzoneIsOneReferenceAndZeros)
