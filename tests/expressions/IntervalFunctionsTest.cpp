@@ -210,6 +210,7 @@ PowCase const powCases[] = {
     {"PositiveExponents", {2, 4}, {1, 2}, {2, 16}},
     {"PositiveExponentsFromZero", {0, 3}, {1, 2}, {0, 9}},
     {"ExponentsUpToZero", {2, 4}, {-1, 0}, {1, 1}},
+    {"ExponentsTheWrongWayRound", {2, 4}, {2, 1}, {2, 16}},
     {"NegativeExponents", {2, 4}, {-2, -1}, {1.0 / 16, 0.5}},
     {"SmallBasesAndExponentsFromZero", {0.25, 0.5}, {0, 1}, {1, 1}},
 };

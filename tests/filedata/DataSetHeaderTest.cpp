@@ -308,8 +308,10 @@ TEST(DataSetHeader, TitleIsOptionalAndMayBeEmpty)
 {
     for (FileSpec spec : inBothForms({})) {
         EXPECT_EQ(Header(spec).title, "");
+        EXPECT_TRUE(Header(spec).result);
         spec.title = "";
         EXPECT_EQ(Header(spec).title, "");
+        EXPECT_TRUE(Header(spec).result);
         spec.title = "Flow in a tank";
         EXPECT_EQ(Header(spec).title, "Flow in a tank");
     }

@@ -582,10 +582,69 @@ TEST(ZoneHeader, ZoneThatIsNotMixedAsksForFewerTags)
     FileSpec spec = oneZone('T', 300, 260, 6);
     spec.zones[0].hasConnectivity = false;
     spec.zones[0].omittedTags = {1795};
-    EXPECT_TRUE(ReadZone(spec).result);
+    for (char const* version : {"105", "106", "232"}) {
+        spec.version = version;
+        EXPECT_TRUE(ReadZone(spec).result) << version;
+    }
     spec.version = "104";
     spec.zones[0].omittedTags = {1795, 1285, 1286};
     EXPECT_TRUE(ReadZone(spec).result);
+}
+
+TEST(ZoneHeader, MixedZoneOfAnEarlierVersionHasItsCellsInItsFirstSection)
+{
+    FileSpec spec = mixedZone("106");
+    spec.zones[0].hasConnectivity = false;
+    spec.zones[0].omittedTags = {1795}; // which only later ones have
+    ReadZone read(spec);
+    EXPECT_FALSE(read.result);
+    read.description.setFileVersion(105);
+    ASSERT_TRUE(read.read()) << read.file.message();
+    EXPECT_EQ(read.zone.numCellsPerSecPtn[0][0], 600);
+    EXPECT_EQ(read.zone.numCszsPerSecPtn[0][0], 3U);
+    EXPECT_EQ(read.zone.numCellsPerSecPtn[1][0], 0);
+    EXPECT_EQ(read.zone.firstCellPerSecPtn[2][0], 0);
+}
+
+TEST(ZoneHeader, MixedZoneOfFacesReadsNoConnectivity)
+{
+    FileSpec spec = mixedZone("232");
+    spec.zones[0].sections = {{300, 2}, {300, 1}};
+    ReadZone const whole(spec);
+    ASSERT_TRUE(whole.result) << whole.message;
+    EXPECT_EQ(whole.zone.numDimensions, 2U);
+    EXPECT_TRUE(whole.zone.ptnMetadata[0].nszConnFileLocs.isNull());
+    EXPECT_TRUE(whole.zone.ptnMetadata[0].cszConnFileLocs.isNull());
+    spec.zones[0].partitions = {{0, 0, 500, {100, 200}}, {0, 0, 500, {200, 100}}};
+    EXPECT_EQ(ReadZone(spec).message, // of boxes, and not of counts
+              "Missing zone header tag 'partitionMinNodeNumbers' for zone 1.");
+}
+
+/// The entry of a variable and a zone behind those of another file.
+template <typename T>
+LightweightVector<LightweightVector<T>> behindAnotherFile(std::vector<std::vector<T>> const& rows)
+{
+    LightweightVector<LightweightVector<T>> result;
+    EXPECT_TRUE(result.alloc(rows.size()));
+    for (std::size_t v = 0; v < rows.size(); ++v) {
+        EXPECT_TRUE(result[v].alloc(rows[v].size()));
+        std::copy(rows[v].begin(), rows[v].end(), result[v].begin());
+    }
+    return result;
+}
+
+TEST(ZoneHeader, OffsetsLeadIntoTheTablesOfAllFiles)
+{
+    VarZoneMinMaxes const ranges = behindAnotherFile<MinMax>({{{0, 1}, {0, 2}}, {{0, 3}, {0, 4}}});
+    VarZoneTypes const types = behindAnotherFile<std::uint8_t>({{5, 5}, {2, 4}});
+    ReadZone read(oneZone('B', 600, 300, 6));
+    ASSERT_TRUE(read.file.reader.seekToFileLoc(read.headerLocs[0]));
+    ASSERT_TRUE(
+        readZoneHeaders(read.file.reader, read.description, 1, 0, 1, 1, ranges, types, read.zone));
+    EXPECT_EQ(read.zone.varMinMaxTrees[0].levels[0][0].max, 4);
+    // The blocks of a variable are of the type at the zone's own place.
+    PartitionMetadata const& partition = read.zone.ptnMetadata[0];
+    EXPECT_EQ(partition.varCszMinMaxFileLocs[0] - partition.varFileLocs[0], 3 * 16U);
 }
 
 // Partitioned zones.
@@ -710,7 +769,40 @@ TEST(ZoneHeader, PartitionedOrderedZoneIsCutIntoBoxes)
         EXPECT_EQ(zone.numCszsPerSecPtn[0][1], 1U);
         ASSERT_NE(zone.ptnRTree, nullptr);
         EXPECT_EQ(zone.ptnRTree->size(), 2U);
+        for (auto const& [partitionBox, partition] : *zone.ptnRTree) {
+            EXPECT_EQ(partitionBox.min_corner().get<0>(), zone.ptnMinIJK[partition].i);
+            EXPECT_EQ(partitionBox.min_corner().get<2>(), 0);
+            EXPECT_EQ(partitionBox.max_corner().get<0>(), zone.ptnMaxIJK[partition].i);
+            EXPECT_EQ(partitionBox.max_corner().get<1>(), 3);
+            EXPECT_EQ(partitionBox.max_corner().get<2>(), 2);
+        }
     }
+}
+
+TEST(ZoneHeader, SubzonesOfPartitionsThatTheirLimitDividesAreNotShifted)
+{
+    FileSpec spec = partitionedOrdered();
+    spec.limits[0] = 3;
+    ReadZone const read(spec);
+    ASSERT_TRUE(read.result) << read.message;
+    for (IJKSubzoneInfo const& info :
+         {read.zone.ijkPtnInfo[0].cells, read.zone.ijkPtnInfo[0].nodes}) {
+        EXPECT_EQ(info.dims.i, 3);
+        EXPECT_EQ(info.numSubzones[0], 1U);
+        EXPECT_EQ(info.subzoneOffset[0], 0U);
+    }
+}
+
+TEST(ZoneHeader, PartitionMinMaxesStepByTheTypesBehindBothOffsets)
+{
+    ReadZone read(partitionedOrdered());
+    ASSERT_TRUE(read.result) << read.message;
+    VarZoneMinMaxes const ranges = behindAnotherFile<MinMax>({{{0, 1}, {0, 2}}, {{0, 3}, {0, 4}}});
+    VarZoneTypes const types = behindAnotherFile<std::uint8_t>({{5, 5}, {1, 1}, {1, 2}});
+    ASSERT_TRUE(read.file.reader.seekToFileLoc(read.headerLocs[0]));
+    ASSERT_TRUE(
+        readZoneHeaders(read.file.reader, read.description, 1, 0, 1, 2, ranges, types, read.zone));
+    EXPECT_EQ(read.zone.varPtnMinMaxFileLocs[1] - read.zone.varPtnMinMaxFileLocs[0], 2 * 16U);
 }
 
 TEST(ZoneHeader, CellMismatchOfPartitionsSaysMismatched)
@@ -756,6 +848,15 @@ TEST(ZoneHeader, PartitionedLineIsSplitByItsNodesAndCells)
         EXPECT_EQ(read.zone.numCellsPerSecPtn[0][0], 40);
         EXPECT_EQ(read.zone.numCellsPerSecPtn[0][1], 59);
     }
+}
+
+TEST(ZoneHeader, PartitionedLineOfOneFaceLosesItsCells)
+{
+    // Its faces are its last index in K, which costs a layer of cells, the only one.
+    FileSpec spec = oneZone('L', 100, 99, 1);
+    spec.zones[0].partitions = {box(0, 39), box(40, 99)};
+    EXPECT_EQ(ReadZone(spec).message, "Mismatched of number of cells between zone and partitions "
+                                      "in partitioned zone 1.");
 }
 
 TEST(ZoneHeader, BoxThatLeavesItsZoneIsRefused)
