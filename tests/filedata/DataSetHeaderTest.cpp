@@ -378,6 +378,7 @@ TEST(DataSetHeader, SpotCheckCatchesFirstMiddleAndLast)
                       "This file has invalid zone file locations.");
         EXPECT_FALSE(Header(zonesWithHeaderAt(1, 0, loc)).result);
         EXPECT_FALSE(Header(zonesWithHeaderAt(5, 2, loc)).result);
+        EXPECT_FALSE(Header(zonesWithHeaderAt(4, 2, loc)).result);
     }
 }
 
@@ -387,6 +388,7 @@ TEST(DataSetHeader, SpotCheckPassesAZeroBetweenItsThreeEntries)
     EXPECT_TRUE(zero.result) << zero.file.message();
     EXPECT_EQ(zero.headerLocs[1], 0U);
     EXPECT_TRUE(Header(zonesWithHeaderAt(5, 3, ALL_ONES)).result);
+    EXPECT_TRUE(Header(zonesWithHeaderAt(4, 1, 0)).result);
 }
 
 FileSpec twoZones()

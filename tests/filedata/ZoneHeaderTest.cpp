@@ -642,9 +642,23 @@ TEST(ZoneHeader, OffsetsLeadIntoTheTablesOfAllFiles)
     ASSERT_TRUE(
         readZoneHeaders(read.file.reader, read.description, 1, 0, 1, 1, ranges, types, read.zone));
     EXPECT_EQ(read.zone.varMinMaxTrees[0].levels[0][0].max, 4);
-    // The blocks of a variable are of the type at the zone's own place.
+    // The blocks of a variable are of the type at the zone's own place in its file.
     PartitionMetadata const& partition = read.zone.ptnMetadata[0];
     EXPECT_EQ(partition.varCszMinMaxFileLocs[0] - partition.varFileLocs[0], 3 * 16U);
+}
+
+TEST(ZoneHeader, BlocksOfAVariableAreOfItsTypeInTheZone)
+{
+    FileSpec spec;
+    spec.zones.assign(2, spec.zones[0]);
+    ReadZone read(spec, 1);
+    VarZoneTypes const types = behindAnotherFile<std::uint8_t>({{1, 2}});
+    ASSERT_TRUE(read.file.reader.seekToFileLoc(read.headerLocs[1]));
+    ASSERT_TRUE(readZoneHeaders(read.file.reader, read.description, 0, 1, 0, 1,
+                                read.table.zoneMinMaxes, types, read.zone));
+    PartitionMetadata const& partition = read.zone.ptnMetadata[0];
+    EXPECT_EQ(partition.varCszMinMaxFileLocs[0] - partition.varFileLocs[0],
+              read.zone.numNszsPerPtn[0] * 16U);
 }
 
 // Partitioned zones.

@@ -289,13 +289,15 @@ TEST(BuiltFiles, SolutionCutIntoOtherBricksThanItsGridIsRefused)
 
 TEST(BuiltFiles, PassiveVariableHasNoValuesOfItsOwn)
 {
-    FileSpec spec = plainZone('o');
-    spec.vars[0].isPassive = 1;
-    spec.vars[0].type = 77; // of no account
-    TemporaryFile const file(build(spec));
-    DataSet const dataSet({file.path()});
-    EXPECT_TRUE(dataSet.variable(0, 0).isPassive);
-    EXPECT_FALSE(dataSet.variable(0, 0).hasValues());
+    for (std::uint8_t const isPassive : {std::uint8_t{1}, std::uint8_t{2}, std::uint8_t{255}}) {
+        FileSpec spec = plainZone('o');
+        spec.vars[0].isPassive = isPassive;
+        spec.vars[0].type = 77; // of no account
+        TemporaryFile const file(build(spec));
+        DataSet const dataSet({file.path()});
+        EXPECT_TRUE(dataSet.variable(0, 0).isPassive);
+        EXPECT_FALSE(dataSet.variable(0, 0).hasValues());
+    }
 }
 
 TEST(BuiltFiles, UnknownDataTypeIsRefused)
