@@ -263,7 +263,8 @@ char readHDQNonPartitionedZoneHeaderArrays(FileReaderInterface& reader, TagMap c
 /// section without counts is described by zeros.
 constexpr std::uint64_t DESCRIBED_SECTION_BYTES = sizeof(std::int64_t) + sizeof(std::uint32_t);
 
-/// What a partition takes of memory, before its own header is read.
+/// What a partition takes of memory, before its own header is read: in the metadata, and of
+/// sections and ranges, of which there may be many, in a description for a client, too.
 std::uint64_t memoryOfPartition(ZoneMetadata const& zone, std::uint64_t numVars)
 {
     constexpr std::uint64_t SECTION_BYTES = 2 * sizeof(std::int64_t) + sizeof(std::uint32_t);
@@ -272,7 +273,7 @@ std::uint64_t memoryOfPartition(ZoneMetadata const& zone, std::uint64_t numVars)
         isVolumeZone(zone) ? numSectionsOf(zone) * SECTION_BYTES
                            : SECTION_BYTES + sizeof(IJKZoneInfo) + 2 * sizeof(IJK) + TREE_BYTES;
     return sizeof(PartitionMetadata) + ofType + numSectionsOf(zone) * DESCRIBED_SECTION_BYTES +
-           2 * sizeof(std::int64_t) + numVars * sizeof(MinMax);
+           2 * sizeof(std::int64_t) + 2 * numVars * sizeof(MinMax);
 }
 
 /// Whether the file is long enough for its partitions: for their entries in the arrays of the

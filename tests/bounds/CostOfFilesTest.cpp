@@ -426,6 +426,23 @@ TEST(CostOfFiles, SectionsWithoutCountsInManyPartitions)
               "Error reading zone metadata for zone 0.");
 }
 
+TEST(CostOfFiles, RangesOfManyVariablesInManyPartitions)
+{
+    constexpr std::uint64_t VARS = 1000;
+    std::vector<Layers> ends;
+    for (std::uint64_t p = 0; p < 2800; ++p)
+        ends.push_back({p, p});
+    LyingFile lie = orderedPartitions(ends.size(), ends);
+    lie.numVars = VARS;
+    lie.valueType = 5; // ranges of two bytes
+    lie.groups = [&](FileBuilder& file) {
+        file.raw(raw(2 * VARS * ends.size(), '\0'));
+        return Tags();
+    };
+    EXPECT_EQ(withinBounds(lie.contents(), askForMetadata),
+              "Error reading zone metadata for zone 0.");
+}
+
 TEST(CostOfFiles, SomePartitionsOfAFewNodes)
 {
     std::vector<Layers> ends;
