@@ -43,8 +43,10 @@ using Tags = std::vector<FileBuilder::Tag>;
 
 #if defined(__SANITIZE_ADDRESS__) || !defined(__OPTIMIZE__)
 constexpr double SLOWNESS = 4;
+constexpr std::uint64_t MANY = 250; ///< Subzones of cells that are gone through again and again.
 #else
 constexpr double SLOWNESS = 1;
+constexpr std::uint64_t MANY = 1000;
 #endif
 
 double secondsOfProcessor()
@@ -634,6 +636,64 @@ void checkWithinBounds(hdqfswriter::DataSet const& dataSet)
 TEST(CostOfFiles, CheckOfCellsThatReferToManyNodeSubzones)
 {
     checkWithinBounds(dataSetOfScatteredBricks(12));
+}
+
+TEST(CostOfFiles, CheckOfManyVariablesAtScatteredNodes)
+{
+    checkWithinBounds(dataSetOfScatteredBricks(100));
+}
+
+/// Bricks on the nodes of eight subzones, of which each has those of all.
+class BricksOnFewNodes final : public hdqfswriter::ZoneSource
+{
+public:
+    static constexpr std::uint64_t NODES = std::uint64_t{8} * 256;
+
+    explicit BricksOnFewNodes(std::uint64_t numBricks) : m_numBricks(numBricks) {}
+
+    void const* values(std::uint32_t, std::uint32_t, void* buffer) override
+    {
+        auto* const out = static_cast<std::uint8_t*>(buffer);
+        for (std::uint64_t n = 0; n < NODES; ++n)
+            out[n] = static_cast<std::uint8_t>(n);
+        return buffer;
+    }
+
+    std::uint64_t const* cells(std::uint32_t, std::uint32_t, std::uint64_t* buffer) override
+    {
+        for (std::uint64_t corner = 0; corner < 8 * m_numBricks; ++corner)
+            buffer[corner] = corner % NODES;
+        return buffer;
+    }
+
+    double const* positions(std::uint32_t, double*) override { return nullptr; }
+
+private:
+    std::uint64_t m_numBricks;
+};
+
+hdqfswriter::DataSet dataSetOnFewNodes(std::uint64_t numCellSubzones, std::size_t numVars)
+{
+    hdqfswriter::DataSet result = dataSetOfScatteredBricks(numVars);
+    hdqfswriter::Zone& zone = result.zones.front();
+    std::uint64_t const numBricks = numCellSubzones * 256;
+    zone.partitions = {{{}, BricksOnFewNodes::NODES, {numBricks}}};
+    zone.source = std::make_shared<BricksOnFewNodes>(numBricks);
+    return result;
+}
+
+TEST(CostOfFiles, CheckOfManyVariablesOfManyCellsOnFewNodes)
+{
+    checkWithinBounds(dataSetOnFewNodes(MANY, 1000));
+}
+
+TEST(CostOfFiles, CheckOfManyZonesThatShareManyCellsOnFewNodes)
+{
+    hdqfswriter::DataSet dataSet = dataSetOnFewNodes(MANY, 1);
+    hdqfswriter::Zone sharing = dataSet.zones.front();
+    sharing.connectivityFrom = 0;
+    dataSet.zones.resize(250, sharing);
+    checkWithinBounds(dataSet);
 }
 
 TEST(CostOfFiles, CheckOfManyZonesThatShareTheirCellsAndHaveNoValues)

@@ -169,11 +169,12 @@ void checkVariable(CheckedFile& file, std::uint32_t z, std::uint32_t v,
             }
             GrowingRange real;
             own.addTo(real, v, around(box, isNodal, own));
-            if (!isSame(cross[p].ranges.at(0).at(n), real.range()))
+            hdqio::MinMax const told = cross[p].ranges.at(0)[n];
+            if (!isSame(told, real.range()))
                 file.faults.add({isNodal ? "range of a cell subzone" : "range of a node subzone", z,
                                  p, v, -1, n},
-                                "It is told as " + textOf(cross[p].ranges[0][n]) +
-                                    ", and the values are " + textOf(real.range()) + ".");
+                                "It is told as " + textOf(told) + ", and the values are " +
+                                    textOf(real.range()) + ".");
         }
     }
 }

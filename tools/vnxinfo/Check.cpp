@@ -5,6 +5,7 @@
 #include "tools/vnxinfo/Description.h"
 #include "tools/vnxinfo/HeaderCheck.h"
 #include "tools/vnxinfo/MeshCheck.h"
+#include "tools/vnxinfo/MeshRanges.h"
 #include "tools/vnxinfo/VarCheck.h"
 #include "tools/vnxinfo/ZoneCheck.h"
 
@@ -65,7 +66,7 @@ void checkLooseRanges(CheckedFile& file, std::uint32_t z, ZoneCrossRanges const&
         for (std::uint32_t p = 0; p < cross[v].size(); ++p)
             for (std::size_t s = 0; s < cross[v][p].ranges.size(); ++s)
                 for (std::size_t n = 0; n < cross[v][p].ranges[s].size(); ++n) {
-                    MinMax const& range = cross[v][p].ranges[s][n];
+                    MinMax const range = cross[v][p].ranges[s][n];
                     bool const isNone = range.min > range.max;
                     bool const isWithin =
                         isRounded || (range.min >= ofZone.min && range.max <= ofZone.max);
@@ -104,6 +105,7 @@ public:
         }
         if (m_grid != nullptr)
             holdToGrid();
+        findSharers();
         for (std::uint32_t z = 0; z < m_file.numZones(); ++z)
             if (isOfCells(z))
                 finish(z);
@@ -131,9 +133,10 @@ private:
     void finish(std::uint32_t z)
     {
         guarded({"ranges of subzones", z}, [&] { checkCrossRanges(z); });
+        if (isOfCells(z))
+            return;
         m_cross[z] = {};
-        if (!isOfCells(z))
-            m_file.zones[z].metadata.forgetZoneHeader();
+        m_file.zones[z].metadata.forgetZoneHeader();
     }
 
     void checkZone(std::uint32_t z)
@@ -203,32 +206,56 @@ private:
                 checkOrderedRanges(m_file, z, m_cross[z]);
             return;
         }
-        MeshRanges ranges(m_file, z, m_cross[z]);
-        auto const take = [&](CheckedCells const& cells) { ranges.take(cells); };
         if (hasConnectivity(m_file, z)) {
-            if (checkConnectivity(m_file, z, take))
+            std::vector<std::uint32_t> zones{z};
+            if (m_grid == nullptr)
+                zones.insert(zones.end(), m_sharers[z].begin(), m_sharers[z].end());
+            MeshRanges ranges(m_file, zones, m_cross);
+            if (checkConnectivity(m_file, z, [&](auto const& cells) { ranges.take(cells); }))
                 ranges.finish();
-            return;
+        } else if (m_isSharer[z]) {
+            checkSharers(m_sources[z], z);
+        } else if (hasCrossRanges(m_cross[z])) {
+            checkLooseRanges(m_file, z, m_cross[z]);
         }
-        if (ranges.isEmpty())
-            return; // many zones may share the connectivity of one
+    }
+
+    /// Which zones lie on the cells of another one, of this file or of its grid file. Many zones
+    /// may share the connectivity of one, which is then gone through once.
+    void findSharers()
+    {
         CheckedFile& meshFile = m_grid != nullptr ? *m_grid : m_file;
-        if (m_sources.empty())
-            m_sources = connectivitySources(meshFile);
-        std::uint32_t const source = m_sources[z];
-        if (hasConnectivity(meshFile, source) &&
-            areCutAlike(meshFile.zones[source].metadata, zone.metadata)) {
-            if (walkConnectivity(meshFile, source, take))
-                ranges.finish();
-            return;
+        m_sources = connectivitySources(meshFile);
+        m_sharers.resize(meshFile.numZones());
+        m_isSharer.resize(m_file.numZones());
+        for (std::uint32_t z = 0; z < m_file.numZones(); ++z) {
+            std::uint32_t const source = m_sources[z];
+            if (!isOfCells(z) || !m_file.zones[z].isRead || hasConnectivity(m_file, z) ||
+                !hasCrossRanges(m_cross[z]) || !hasConnectivity(meshFile, source) ||
+                !areCutAlike(meshFile.zones[source].metadata, m_file.zones[z].metadata))
+                continue;
+            m_sharers[source].push_back(z);
+            m_isSharer[z] = true;
         }
-        checkLooseRanges(m_file, z, m_cross[z]);
+    }
+
+    /// Zones of this file that lie on a zone of its grid file, when the turn of the first has come.
+    /// Those that lie on one of this file were checked with it.
+    void checkSharers(std::uint32_t source, std::uint32_t z)
+    {
+        if (m_grid == nullptr || m_sharers[source].front() != z)
+            return;
+        MeshRanges ranges(m_file, m_sharers[source], m_cross);
+        if (walkConnectivity(*m_grid, source, [&](auto const& cells) { ranges.take(cells); }))
+            ranges.finish();
     }
 
     CheckedFile& m_file;
     CheckedFile* m_grid;
     std::vector<ZoneCrossRanges> m_cross;
     std::vector<std::uint32_t> m_sources; ///< Of connectivity, in the file that has the grid.
+    std::vector<std::vector<std::uint32_t>> m_sharers; ///< By source, the other zones.
+    std::vector<bool> m_isSharer;
 };
 
 Json verdictOf(CheckedFile const& file)

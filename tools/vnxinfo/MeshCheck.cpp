@@ -1,16 +1,12 @@
 #include "tools/vnxinfo/MeshCheck.h"
 
-#include "tools/vnxinfo/SubzoneValues.h"
-
 #include <algorithm>
-#include <bitset>
 #include <optional>
 #include <stdexcept>
 
 namespace varnox::tools {
 
 using hdqio::CszConnectivity;
-using hdqio::MinMax;
 using hdqio::PartitionMetadata;
 using hdqio::ZoneMetadata;
 using SubzoneAddress = ItemAddress<long>::SubzoneAddress;
@@ -243,142 +239,16 @@ bool walkConnectivity(CheckedFile& file, std::uint32_t z, CellsSink const& sink)
     return succeeded;
 }
 
-struct MeshRanges::Impl
+void requireNodes(ZoneMetadata const& zone, SubzoneAddress const& nodes, std::uint32_t count)
 {
-    Impl(CheckedFile& checkedFile, std::uint32_t zone, ZoneCrossRanges const& crossRanges)
-        : file(checkedFile), zoneIndex(zone), metadata(checkedFile.zones[zone].metadata),
-          cross(crossRanges), values(checkedFile, zone), nodeRanges(crossRanges.size())
-    {
-        for (std::uint32_t v = 0; v < cross.size(); ++v)
-            if (isComplete(v) && !file.isNodal(zone, v)) {
-                nodeRanges[v].resize(metadata.numPartitions);
-                for (std::uint32_t p = 0; p < metadata.numPartitions; ++p)
-                    nodeRanges[v][p].resize(metadata.numNszsPerPtn[p]);
-            }
-    }
-
-    /// A variable of which all partitions have been read.
-    bool isComplete(std::uint32_t v) const
-    {
-        return std::all_of(cross[v].begin(), cross[v].end(),
-                           [](CrossRanges const& ranges) { return ranges.isRead; });
-    }
-
-    void checkRange(Place place, std::uint32_t v, MinMax const& told, MinMax const& real)
-    {
-        place.zone = zoneIndex;
-        place.var = v;
-        if (!isSame(told, real))
-            file.faults.add(place, "It is told as " + textOf(told) + ", and the values are " +
-                                       textOf(real) + ".");
-    }
-
-    /// Which nodes a cell subzone has, for all variables.
-    void findNodes(CszConnectivity const& record)
-    {
-        isUsed.assign(record.numRefNszs, {});
-        std::size_t const numCorners = std::size_t{record.numCells} * record.numCornersPerCell;
-        for (std::size_t i = 0; i < numCorners; ++i)
-            isUsed[record.refNszOffsets[i]].set(record.nszOffsets[i]);
-        nodeItems.clear();
-        ends.clear();
-        for (auto const& ofSubzone : isUsed) {
-            for (std::uint32_t item = 0; item < SUBZONE_ITEMS; ++item)
-                if (ofSubzone[item])
-                    nodeItems.push_back(static_cast<std::uint8_t>(item));
-            ends.push_back(nodeItems.size());
-        }
-    }
-
-    void takeNodal(std::uint32_t v, CheckedCells const& cells)
-    {
-        CszConnectivity const& record = cells.record;
-        GrowingRange real;
-        std::size_t i = 0;
-        for (std::uint32_t r = 0; r < record.numRefNszs; ++r) {
-            std::vector<double> const& at = values.values(v, record.refNszs[r].partition(), 0,
-                                                          record.refNszs[r].subzoneOffset());
-            for (; i < ends[r]; ++i)
-                real.add(at.at(nodeItems[i]));
-        }
-        checkRange({"range of a cell subzone", -1, cells.partition, -1,
-                    metadata.isMixed() ? std::int64_t{cells.section} : -1, cells.subzone},
-                   v, cross[v][cells.partition].ranges.at(cells.section).at(cells.subzone),
-                   real.range());
-    }
-
-    void takeCellCentred(std::uint32_t v, CheckedCells const& cells)
-    {
-        CszConnectivity const& record = cells.record;
-        std::vector<double> const& at =
-            values.values(v, cells.partition, cells.section, cells.subzone);
-        for (std::size_t c = 0; c < record.numCells; ++c)
-            for (std::size_t k = 0; k < record.numCornersPerCell; ++k) {
-                SubzoneAddress const& nodes =
-                    record.refNszs[record.refNszOffsets[c * record.numCornersPerCell + k]];
-                nodeRanges[v][nodes.partition()].at(nodes.subzoneOffset()).add(at.at(c));
-            }
-    }
-
-    CheckedFile& file;
-    std::uint32_t zoneIndex;
-    ZoneMetadata const& metadata;
-    ZoneCrossRanges const& cross;
-    SubzoneValues values;
-    /// Of cell-centred variables, by partition, then node subzone.
-    std::vector<std::vector<std::vector<GrowingRange>>> nodeRanges;
-    /// The nodes of the present cell subzone, each once: their items, one node subzone behind the
-    /// other, and where those of each end.
-    std::vector<std::uint8_t> nodeItems;
-    std::vector<std::size_t> ends;
-    std::vector<std::bitset<SUBZONE_ITEMS>> isUsed; ///< Kept for its memory alone.
-};
-
-MeshRanges::MeshRanges(CheckedFile& file, std::uint32_t zone, ZoneCrossRanges const& cross)
-    : m_impl(std::make_unique<Impl>(file, zone, cross))
-{
-}
-
-MeshRanges::~MeshRanges() = default;
-
-bool MeshRanges::isEmpty() const
-{
-    for (std::uint32_t v = 0; v < m_impl->cross.size(); ++v)
-        if (m_impl->isComplete(v))
-            return false;
-    return true;
-}
-
-void MeshRanges::take(CheckedCells const& cells)
-{
-    for (std::uint32_t r = 0; r < cells.record.numRefNszs; ++r)
-        if (numNodesOf(m_impl->metadata, cells.record.refNszs[r]) == 0)
-            throw std::runtime_error("The connectivity refers to the nodes of " +
-                                     subzoneText(cells.record.refNszs[r]) +
-                                     ", which doesn't exist.");
-    m_impl->findNodes(cells.record);
-    for (std::uint32_t v = 0; v < m_impl->cross.size(); ++v) {
-        if (!m_impl->isComplete(v))
-            continue;
-        if (m_impl->file.isNodal(m_impl->zoneIndex, v))
-            m_impl->takeNodal(v, cells);
-        else
-            m_impl->takeCellCentred(v, cells);
-    }
-}
-
-void MeshRanges::finish()
-{
-    for (std::uint32_t v = 0; v < m_impl->nodeRanges.size(); ++v)
-        for (std::uint32_t p = 0; p < m_impl->nodeRanges[v].size(); ++p)
-            for (std::size_t n = 0; n < m_impl->nodeRanges[v][p].size(); ++n) {
-                // What stands for the nodes of no cell means nothing.
-                GrowingRange const& real = m_impl->nodeRanges[v][p][n];
-                if (!real.isEmpty())
-                    m_impl->checkRange(
-                        {"range of a node subzone", -1, p, -1, -1, static_cast<std::int64_t>(n)}, v,
-                        m_impl->cross[v][p].ranges.at(0).at(n), real.range());
-            }
+    std::uint32_t const size = numNodesOf(zone, nodes);
+    if (size == 0)
+        throw std::runtime_error("The connectivity refers to the nodes of " + subzoneText(nodes) +
+                                 ", which doesn't exist.");
+    if (count > size)
+        throw std::runtime_error("The connectivity refers to node " + std::to_string(count - 1) +
+                                 " of " + subzoneText(nodes) + ", which has " +
+                                 std::to_string(size) + ".");
 }
 
 }

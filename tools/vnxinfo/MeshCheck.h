@@ -2,10 +2,8 @@
 
 #include "filedata/ConnectivityRecords.h"
 #include "tools/vnxinfo/CheckedFile.h"
-#include "tools/vnxinfo/VarCheck.h"
 
 #include <functional>
-#include <memory>
 
 namespace varnox::tools {
 
@@ -28,27 +26,12 @@ bool hasConnectivity(CheckedFile const& file, std::uint32_t zone);
 /// isn't sound.
 bool checkConnectivity(CheckedFile& file, std::uint32_t zone, CellsSink const& sink);
 
-/// Holds the cross ranges of a zone to the values at the other end of the connectivity. take() gets
-/// all cell subzones of the zone; finish() follows.
-class MeshRanges
-{
-public:
-    /// The zone of the file that has the values.
-    MeshRanges(CheckedFile& file, std::uint32_t zone, ZoneCrossRanges const& cross);
-    ~MeshRanges();
-
-    /// Whether there is nothing to hold to anything.
-    bool isEmpty() const;
-    void take(CheckedCells const& cells);
-    void finish();
-
-private:
-    struct Impl;
-    std::unique_ptr<Impl> m_impl;
-};
-
 /// Gives all cell subzones of a zone to the sink, unwatched and unchecked. False if one can't be
 /// read.
 bool walkConnectivity(CheckedFile& file, std::uint32_t zone, CellsSink const& sink);
+
+/// Throws if a zone doesn't have so many nodes in a node subzone.
+void requireNodes(hdqio::ZoneMetadata const& zone, ItemAddress<long>::SubzoneAddress const& nodes,
+                  std::uint32_t count);
 
 }

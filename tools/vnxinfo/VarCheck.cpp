@@ -8,7 +8,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <functional>
+#include <stdexcept>
+#include <utility>
 
 namespace varnox::tools {
 
@@ -24,24 +27,6 @@ namespace {
 constexpr std::uint64_t VALUES_IN_A_PART = 4096;
 /// Half a unit of the last digit that text has of a float, and its rounding to the float.
 constexpr double TEXT_TOLERANCE = 2e-7;
-
-/// Calls f with a value of the type's form in memory.
-template <typename F>
-auto withType(std::uint8_t type, F const& f)
-{
-    switch (type) {
-    case FieldDataType_Float:
-        return f(float{});
-    case FieldDataType_Double:
-        return f(double{});
-    case FieldDataType_Int32:
-        return f(std::int32_t{});
-    case FieldDataType_Int16:
-        return f(std::int16_t{});
-    default:
-        return f(std::uint8_t{});
-    }
-}
 
 /// Reads values in parts. Only the first part has a description.
 template <typename T>
@@ -131,7 +116,8 @@ public:
         });
         if (!isRead)
             return false;
-        cross.ranges = std::move(m_isNodal ? cellRanges : nodeRanges);
+        for (auto& ofSection : m_isNodal ? cellRanges : nodeRanges)
+            cross.ranges.emplace_back(m_type, std::exchange(ofSection, {}));
         cross.isRead = true;
         return true;
     }
@@ -279,6 +265,31 @@ bool isSame(MinMax const& a, MinMax const& b)
 std::string textOf(MinMax const& range)
 {
     return shown(range.min) + " to " + shown(range.max);
+}
+
+SubzoneRanges::SubzoneRanges(std::uint8_t type, std::vector<MinMax> const& ranges)
+    : m_type(type), m_size(ranges.size())
+{
+    withType(type, [&]<typename T>(T) {
+        m_bytes.resize(2 * m_size * sizeof(T));
+        unsigned char* out = m_bytes.data();
+        for (MinMax const& range : ranges) {
+            T const bounds[2] = {static_cast<T>(range.min), static_cast<T>(range.max)};
+            std::memcpy(out, bounds, sizeof bounds);
+            out += sizeof bounds;
+        }
+    });
+}
+
+MinMax SubzoneRanges::operator[](std::size_t subzone) const
+{
+    if (subzone >= m_size)
+        throw std::out_of_range("There is no range of a subzone.");
+    return withType(m_type, [&]<typename T>(T) {
+        T bounds[2];
+        std::memcpy(bounds, m_bytes.data() + subzone * sizeof bounds, sizeof bounds);
+        return MinMax{static_cast<double>(bounds[0]), static_cast<double>(bounds[1])};
+    });
 }
 
 bool readRanges(CheckedFile& file, std::uint8_t type, std::uint64_t count,

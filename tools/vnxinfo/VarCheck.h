@@ -10,13 +10,48 @@
 
 namespace varnox::tools {
 
+/// Calls f with a value of the type's form in memory.
+template <typename F>
+auto withType(std::uint8_t type, F const& f)
+{
+    switch (type) {
+    case FieldDataType_Float:
+        return f(float{});
+    case FieldDataType_Double:
+        return f(double{});
+    case FieldDataType_Int32:
+        return f(std::int32_t{});
+    case FieldDataType_Int16:
+        return f(std::int16_t{});
+    default:
+        return f(std::uint8_t{});
+    }
+}
+
+/// Ranges of subzones as the file has them, in their variable's type: there may be many.
+class SubzoneRanges
+{
+public:
+    SubzoneRanges() = default;
+    SubzoneRanges(std::uint8_t type, std::vector<hdqio::MinMax> const& ranges);
+
+    std::size_t size() const { return m_size; }
+    /// Throws std::out_of_range.
+    hdqio::MinMax operator[](std::size_t subzone) const;
+
+private:
+    std::uint8_t m_type = 0;
+    std::size_t m_size = 0;
+    std::vector<unsigned char> m_bytes;
+};
+
 /// The ranges of the subzones that a variable's values don't stand at: of the cell subzones of a
 /// nodal variable, of the node subzones of another. They take the connectivity to check.
 struct CrossRanges
 {
     bool isRead = false;
     /// By section, of node subzones one, then by subzone.
-    std::vector<std::vector<hdqio::MinMax>> ranges;
+    std::vector<SubzoneRanges> ranges;
 };
 
 /// The cross ranges of a zone by variable, then by partition.
