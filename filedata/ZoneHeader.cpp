@@ -259,12 +259,17 @@ char readHDQNonPartitionedZoneHeaderArrays(FileReaderInterface& reader, TagMap c
     return result;
 }
 
-/// What each section of a zone takes for each partition where the zone is described to a client. A
-/// section without counts is described by zeros.
-constexpr std::uint64_t DESCRIBED_SECTION_BYTES = sizeof(std::int64_t) + sizeof(std::uint32_t);
+/// What a partition takes where its zone is described to a client. A section without counts is
+/// described by zeros.
+std::uint64_t describedBytesOfPartition(ZoneMetadata const& zone, std::uint64_t numVars)
+{
+    constexpr std::uint64_t COUNT_BYTES = sizeof(std::int64_t) + sizeof(std::uint32_t);
+    constexpr std::uint64_t CORNER_BYTES = 3 * sizeof(std::uint32_t);
+    return (numSectionsOf(zone) + 1) * COUNT_BYTES + (zone.isOrdered() ? 2 * CORNER_BYTES : 0) +
+           numVars * sizeof(MinMax);
+}
 
-/// What a partition takes of memory, before its own header is read: in the metadata, and of
-/// sections and ranges, of which there may be many, in a description for a client, too.
+/// What a partition takes of memory, before its own header is read.
 std::uint64_t memoryOfPartition(ZoneMetadata const& zone, std::uint64_t numVars)
 {
     constexpr std::uint64_t SECTION_BYTES = 2 * sizeof(std::int64_t) + sizeof(std::uint32_t);
@@ -272,24 +277,26 @@ std::uint64_t memoryOfPartition(ZoneMetadata const& zone, std::uint64_t numVars)
     std::uint64_t const ofType =
         isVolumeZone(zone) ? numSectionsOf(zone) * SECTION_BYTES
                            : SECTION_BYTES + sizeof(IJKZoneInfo) + 2 * sizeof(IJK) + TREE_BYTES;
-    return sizeof(PartitionMetadata) + ofType + numSectionsOf(zone) * DESCRIBED_SECTION_BYTES +
-           2 * sizeof(std::int64_t) + 2 * numVars * sizeof(MinMax);
+    return sizeof(PartitionMetadata) + ofType + 2 * sizeof(std::int64_t) + numVars * sizeof(MinMax);
 }
 
 /// Whether the file is long enough for its partitions: for their entries in the arrays of the
 /// header, and for what they take of memory, if that is much. It is more than these entries, but a
-/// partition has a header of its own and values.
+/// partition has a header of its own and values. A description for a client takes its part besides.
 char checkPartitionCount(FileReaderInterface& reader, ZoneInFile const& in,
                          ZoneMetadata const& zone)
 {
     constexpr std::uint64_t LITTLE_MEMORY = std::uint64_t{48} << 20;
+    constexpr std::uint64_t LITTLE_WITH_DESCRIPTION = std::uint64_t{56} << 20;
+    auto const numVars = static_cast<std::uint64_t>(in.numVars);
     std::uint64_t const count = zone.numPartitions;
     std::uint64_t const bytesEach =
         reader.isAscii() ? 4 * 2 : 4 + 8 + (isVolumeZone(zone) ? 2 * 4 : 2 * 8);
-    std::uint64_t const memory =
-        count * memoryOfPartition(zone, static_cast<std::uint64_t>(in.numVars));
+    std::uint64_t const memory = count * memoryOfPartition(zone, numVars);
+    std::uint64_t const described = count * describedBytesOfPartition(zone, numVars);
     bool const fits = reader.seekToFileStart() && fileCanHold(reader, count, bytesEach) &&
-                      (memory <= LITTLE_MEMORY || memory <= bytesLeft(reader));
+                      (memory <= LITTLE_MEMORY || memory <= bytesLeft(reader)) &&
+                      memory + described <= LITTLE_WITH_DESCRIPTION + 2 * bytesLeft(reader);
     return fits || errorMessage("The file is too short for the %lu partitions of zone %lu.", count,
                                 in.place.zoneNumber());
 }
@@ -511,10 +518,7 @@ char checkClaimedPartitions(FileReaderInterface& reader, ZoneInFile const& in,
                             ZoneMetadata const& zone)
 {
     constexpr std::uint64_t LITTLE_MEMORY = std::uint64_t{4} << 20;
-    constexpr std::uint64_t CORNER_BYTES = 3 * sizeof(std::uint32_t);
-    std::uint64_t const bytesEach = (numSectionsOf(zone) + 1) * DESCRIBED_SECTION_BYTES +
-                                    (zone.isOrdered() ? 2 * CORNER_BYTES : 0);
-    std::uint64_t const memory = zone.numPartitions * bytesEach;
+    std::uint64_t const memory = zone.numPartitions * describedBytesOfPartition(zone, 0);
     return memory <= LITTLE_MEMORY || (reader.seekToFileStart() && memory <= bytesLeft(reader)) ||
            errorMessage("The file is too short for the %u partitions of zone %lu.",
                         zone.numPartitions, in.place.zoneNumber());
