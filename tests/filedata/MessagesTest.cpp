@@ -51,10 +51,11 @@ TEST(Messages, InnermostCaptureCollects)
         MessageCapture const inner;
         errorMessage("one");
         EXPECT_EQ(infoMessage("two"), 1);
-        EXPECT_EQ(inner.text(), "one two");
+        EXPECT_EQ(_showMessage(MessageBoxType_Error, "three"), 0);
+        EXPECT_EQ(inner.text(), "one two three");
     }
-    errorMessage("three");
-    EXPECT_EQ(outer.text(), "three");
+    errorMessage("four");
+    EXPECT_EQ(outer.text(), "four");
 }
 
 }

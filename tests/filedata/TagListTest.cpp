@@ -75,6 +75,17 @@ TEST(TagList, UnknownTagCostsALineOfText)
               "Unrecognized tag while reading file header: 119. Attempting to continue...");
 }
 
+TEST(TagList, LineOfAnUnknownTagEndsInItsLineFeed)
+{
+    OpenFile file("numTags 2\ntags\n119 1\nsome\rthing 5\nfirst 6\n", true);
+    TagMap tags;
+    EXPECT_TRUE(readTagList(file.reader, NAMES, tags)) << file.message();
+    EXPECT_EQ(tags, (TagMap{{1, 6}}));
+    OpenFile last("numTags 1\r\ntags\r\n119\r\nsomething 5\r\nrest", true);
+    EXPECT_TRUE(readTagList(last.reader, NAMES, tags));
+    EXPECT_EQ(last.rest(), "rest");
+}
+
 TEST(TagList, UnknownTagAtTheEndOfTheFileIsReported)
 {
     std::string const announced =
