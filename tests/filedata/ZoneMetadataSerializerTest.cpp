@@ -88,6 +88,26 @@ TEST(ZoneMetadataSerializer, OrderedZoneWithoutPartitionsHasEmptyVectorsAndNoBox
     EXPECT_EQ(rebuilt(bytesOf(zone))->numPartitions, 0U);
 }
 
+TEST(ZoneMetadataSerializer, ZoneWhoseHeaderHasNoCountsIsDescribedWithZeros)
+{
+    ZoneMetadata zone;
+    zone.ijk = {3, 4, 5, 12};
+    zone.setZoneType(ZoneType_Ordered);
+    zone.numPartitions = 2;
+    EXPECT_EQ(
+        bytesOf(zone),
+        hex("00 00 00 00 00" // an ordered zone, not in subzones
+            "03 00 00 00 00 00 00 00 04 00 00 00 00 00 00 00 05 00 00 00 00 00 00 00"
+            "02 00 00 00"                                                             // partitions
+            "02 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00" // cells
+            "02 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00" // nodes
+            "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00" // corners
+            "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00"
+            "02 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00" // cell subzones
+            "02 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00" // node subzones
+            "00 00 00 00"));                                  // no ranges
+}
+
 TEST(ZoneMetadataSerializer, MixedZoneWithoutSectionsHasNoPerSectionVectors)
 {
     ZoneMetadata zone;
