@@ -243,7 +243,8 @@ TEST(IntervalPow, ExponentsAroundZeroRaiseTheLowerEndToOne)
 
 TEST(IntervalFunctions, NotANumberIsNeitherAboveNorBelow)
 {
-    EXPECT_EQ(abs({NAN, 2}).upper, 2); // unchanged
+    EXPECT_TRUE(std::isnan(abs({NAN, 2}).lower)); // unchanged
+    EXPECT_EQ(abs({NAN, 2}).upper, 2);
     EXPECT_EQ(abs({-3, NAN}).upper, 3);
     EXPECT_EQ(sign({NAN, NAN}), (Interval{1, 1}));
     EXPECT_EQ(sign({-1, NAN}), (Interval{-1, 1}));
