@@ -345,29 +345,31 @@ struct MeshRanges::Impl
         std::size_t const more = std::min<std::uint64_t>(file.numBytes / 2, MAX_MORE_KEPT_BYTES);
         std::size_t const keptForAByte =
             (MIN_KEPT_BYTES + more) / std::max<std::size_t>(bytesOfRows, 1);
-        for (auto const& [kind, variables] : byKind)
-            for (std::size_t first = 0; first < variables.size(); first += MOST_TOGETHER) {
-                std::size_t const last = std::min(first + MOST_TOGETHER, variables.size());
-                withType(kind.second, [&, isNodal = kind.first](auto value) {
-                    add<decltype(value)>({variables.begin() + static_cast<std::ptrdiff_t>(first),
-                                          variables.begin() + static_cast<std::ptrdiff_t>(last)},
-                                         isNodal, cross, keptForAByte);
-                });
-            }
+        for (auto const& entry : byKind) {
+            auto const [isNodal, type] = entry.first;
+            std::span const variables(entry.second);
+            for (std::size_t first = 0; first < variables.size(); first += MOST_TOGETHER)
+                addGroup(variables.subspan(first).first(
+                             std::min(MOST_TOGETHER, variables.size() - first)),
+                         isNodal, type, cross, keptForAByte);
+        }
         std::sort(places.begin(), places.end());
     }
 
-    template <typename T>
-    void add(std::vector<Variable> const& variables, bool isNodal,
-             std::vector<ZoneCrossRanges> const& cross, std::size_t keptForAByte)
+    void addGroup(std::span<Variable const> variables, bool isNodal, std::uint8_t type,
+                  std::vector<ZoneCrossRanges> const& cross, std::size_t keptForAByte)
     {
         for (std::size_t i = 0; i < variables.size(); ++i)
             places.push_back({variables[i], groups.size(), i});
-        if (isNodal)
-            groups.push_back(std::make_unique<NodalGroup<T>>(
-                mesh, variables, cross, keptForAByte * variables.size() * sizeof(T)));
-        else
-            groups.push_back(std::make_unique<CellCentredGroup<T>>(mesh, variables, cross));
+        std::vector<Variable> together(variables.begin(), variables.end());
+        withType(type, [&]<typename T>(T) {
+            if (isNodal)
+                groups.push_back(std::make_unique<NodalGroup<T>>(
+                    mesh, std::move(together), cross, keptForAByte * variables.size() * sizeof(T)));
+            else
+                groups.push_back(
+                    std::make_unique<CellCentredGroup<T>>(mesh, std::move(together), cross));
+        });
     }
 
     void tell(Difference const& difference)
