@@ -207,7 +207,10 @@ public:
         m_ranges.reset(width);
         for (std::uint32_t r = 0; r < cells.record.numRefNszs; ++r) {
             std::vector<T> const& values = valuesOf(cells.record.refNszs[r]);
-            for (std::uint8_t const item : nodes.itemsOf(r))
+            auto const items = nodes.itemsOf(r);
+            if (!items.empty() && (items.back() + std::size_t{1}) * width > values.size())
+                throw std::out_of_range("A cell has a node without a value.");
+            for (std::uint8_t const item : items)
                 m_ranges.add(0, values.data() + item * width, width);
         }
         for (std::size_t i = 0; i < width; ++i) {
