@@ -22,6 +22,8 @@
 #include "tests/support/RecordingSocket.h"
 #include "tests/support/Wire.h"
 #include "tests/writer/DataSets.h"
+#include "tests/writer/MemoryZone.h"
+#include "varnox/UniformAddress.h"
 #include "varnox/hdqfswriter/FileWriter.h"
 #include "varnox/socketutil/WriteCache.h"
 
@@ -129,12 +131,86 @@ writing::DataSet sharing()
     return dataSetOf({first, second});
 }
 
+void fillAnew(writing::Zone const& zone)
+{
+    for (std::uint32_t v = 0; v < zone.variables.size(); ++v)
+        writing::tests::fillValues(zone, v, v);
+}
+
+/// Zones in one piece, of each shape that isn't a volume.
+writing::DataSet shapes()
+{
+    using writing::ZoneType;
+    auto const zoneOf = [](ZoneType type, std::vector<std::uint64_t> const& nodesOfTwoCells) {
+        writing::Zone zone = mesh(ZoneType::Brick, {1, 1, 1}, 1, false);
+        zone.type = type;
+        zone.partitions[0].numCells = {2};
+        auto source = std::make_shared<writing::tests::MemorySource>();
+        source->mesh = {{nodesOfTwoCells}};
+        zone.source = source;
+        fillAnew(zone);
+        return zone;
+    };
+    return dataSetOf({zoneOf(ZoneType::LineSegment, {0, 1, 1, 2}),
+                      zoneOf(ZoneType::Triangle, {0, 1, 2, 1, 2, 3}),
+                      zoneOf(ZoneType::Quadrilateral, {0, 1, 3, 2, 4, 5, 7, 6})});
+}
+
+/// A mixed zone in one piece with a section of each shape, of one cell.
+writing::DataSet mixedShapes()
+{
+    using writing::CellShape;
+    writing::Zone zone = mesh(writing::ZoneType::Brick, {1, 1, 1}, 1, false);
+    auto source = std::make_shared<writing::tests::MemorySource>();
+    zone.type = writing::ZoneType::Mixed;
+    zone.source = source;
+    zone.partitions[0].numCells.clear();
+    source->mesh.resize(1);
+    for (auto const& [shape, numNodes] :
+         {std::pair{CellShape::Line, 2U}, std::pair{CellShape::Triangle, 3U},
+          std::pair{CellShape::Quadrilateral, 4U}, std::pair{CellShape::Pyramid, 5U},
+          std::pair{CellShape::Prism, 6U}, std::pair{CellShape::Hexahedron, 8U}}) {
+        zone.sections.push_back({shape, 1, 0});
+        zone.partitions[0].numCells.push_back(1);
+        auto& nodes = source->mesh[0].emplace_back();
+        for (std::uint64_t node = 0; node < numNodes; ++node)
+            nodes.push_back(node);
+    }
+    fillAnew(zone);
+    return dataSetOf({zone});
+}
+
+/// Zones with neighbours across their faces, which are read as numbers and not understood.
+writing::DataSet withNeighbors()
+{
+    std::vector<writing::Zone> zones{mesh(writing::ZoneType::Brick, {2, 1, 1}, 1),
+                                     mesh(writing::ZoneType::Brick, {2, 1, 1}, 1, false)};
+    for (writing::Zone& zone : zones) {
+        zone.faceNeighborMode = 1;
+        static_cast<writing::tests::MemorySource&>(*zone.source).neighbors = {1, 2, 1, 2, 1, 2};
+    }
+    return dataSetOf(zones);
+}
+
+/// A mesh of more nodes and cells than one subzone holds, with two variables.
+writing::Zone severalSubzones(writing::ZoneType type, std::array<std::uint64_t, 3> const& blocks,
+                              std::uint32_t numPartitions)
+{
+    writing::tests::MeshSpec spec;
+    spec.type = type;
+    spec.numBlocks = blocks;
+    spec.numPartitions = numPartitions;
+    auto const all = writing::tests::variablesOfAllTypes();
+    return writing::tests::meshZone(spec, {all[0], all[1]});
+}
+
 struct FileSeed
 {
     char const* name;
     writing::DataSet dataSet;
     std::optional<std::uint32_t> oldest{};
     writing::FileType type = writing::FileType::Full;
+    bool hasText = true;
 };
 
 std::vector<FileSeed> fileSeeds()
@@ -161,6 +237,55 @@ std::vector<FileSeed> fileSeeds()
     result.push_back({"plainBricks", dataSetOf({mesh(ZoneType::Brick, {2, 1, 1}, 1, false)})});
     result.push_back({"annotated", annotated()});
     result.push_back({"sharing", sharing()});
+    writing::tests::MeshSpec spec;
+    spec.numBlocks = {2, 1, 1};
+    spec.numPartitions = 2;
+    result.push_back(
+        {"bricksOfAllTypes",
+         dataSetOf({writing::tests::meshZone(spec, writing::tests::variablesOfAllTypes())})});
+    spec.type = ZoneType::Mixed;
+    spec.numBlocks = {2, 1, 2};
+    spec.numPartitions = 1;
+    spec.gridOrder = 2;
+    result.push_back(
+        {"secondOrder", dataSetOf({writing::tests::meshZone(spec, fewVariables())}), 106});
+    result.push_back({"shapes", shapes()});
+    result.push_back({"mixedShapes", mixedShapes(), 106});
+    result.push_back({"neighbors", withNeighbors()});
+    result.push_back(
+        {"plainAllTypes",
+         dataSetOf({plain(orderedZone({3, 2, 2}, writing::tests::variablesOfAllTypes())),
+                    plain(orderedZone({3, 1, 1}, writing::tests::variablesOfAllTypes()))})});
+    result.push_back({"line", dataSetOf({orderedZone({9, 1, 1}, fewVariables()),
+                                         orderedZone({1, 7, 3}, fewVariables())})});
+    for (auto const& [name, zone] :
+         {std::pair{"severalBrickSubzones", severalSubzones(ZoneType::Brick, {8, 7, 5}, 1)},
+          std::pair{"severalTetrahedronSubzones",
+                    severalSubzones(ZoneType::Tetrahedron, {6, 6, 5}, 2)}}) {
+        FileSeed seed{name, dataSetOf({zone})};
+        seed.hasText = false;
+        result.push_back(seed);
+    }
+    // As small as can be: what is changed in them is seldom one value among many.
+    auto const all = writing::tests::variablesOfAllTypes();
+    std::vector<writing::ZoneVariable> const one{all[8]};
+    std::vector<writing::ZoneVariable> const ofCells{all[1]};
+    writing::tests::MeshSpec smallest;
+    smallest.numBlocks = {1, 1, 1};
+    writing::tests::MeshSpec smallestPartitions;
+    smallestPartitions.numBlocks = {2, 1, 1};
+    smallestPartitions.numPartitions = 2;
+    result.push_back({"tinyOrdered", dataSetOf({orderedZone({2, 2, 1}, one)})});
+    result.push_back({"tinyBoxes", dataSetOf({orderedZone({3, 2, 2}, ofCells, {{{1}, {}, {}}})})});
+    result.push_back({"tinyPlainOrdered", dataSetOf({plain(orderedZone({2, 2, 1}, one))})});
+    result.push_back({"tinyBrick", dataSetOf({writing::tests::meshZone(smallest, one)})});
+    result.push_back({"tinyBrickPartitions",
+                      dataSetOf({writing::tests::meshZone(smallestPartitions, ofCells)})});
+    smallest.isInSubzones = false;
+    result.push_back({"tinyPlainBrick", dataSetOf({writing::tests::meshZone(smallest, one)})});
+    smallest.isInSubzones = true;
+    smallest.type = ZoneType::Mixed;
+    result.push_back({"tinyMixed", dataSetOf({writing::tests::meshZone(smallest, one)}), 106});
     for (auto const& [name, type] : {std::pair{"grid", writing::FileType::Grid},
                                      std::pair{"solution", writing::FileType::Solution}})
         result.push_back({name, dataSetOf({mesh(ZoneType::Brick, {3, 1, 1}, 1)}), 105, type});
@@ -247,7 +372,8 @@ void saveFiles()
         for (std::uint32_t const version : {104U, 105U, 106U, 232U})
             for (bool const isText : {false, true}) {
                 // Text files are long; of one version they are enough.
-                if (version < seed.oldest.value_or(104) || (isText && version != 232))
+                if (version < seed.oldest.value_or(104) ||
+                    (isText && (version != 232 || !seed.hasText)))
                     continue;
                 writing::Options options;
                 options.version = version;
@@ -418,6 +544,124 @@ void calculate(client::Engine& engine, std::vector<std::string> const& paths)
     engine.close();
 }
 
+/// Every question of the query services about a zone, as a client could put it in the words of the
+/// wire: ours has no need of many of them.
+std::vector<std::string> everyQuestion(int zone, std::vector<std::uint64_t> const& ids)
+{
+    using namespace tests::wire;
+    using Address = ItemAddress<long>;
+    using Arguments = std::vector<std::string>;
+    std::vector<std::string> result;
+    auto const ask = [&](std::string const& service, std::vector<char const*> const& methods,
+                         Arguments const& arguments = {""}) {
+        for (std::string const method : methods)
+            for (std::string const& argument : arguments)
+                result.push_back(service + text(method) + argument);
+    };
+    Arguments subzones;
+    Arguments items;
+    for (auto const& subzone :
+         {Address::SubzoneAddress(0, 0, 0), Address::SubzoneAddress(1, 0, 0),
+          Address::SubzoneAddress(0, 1, 0), Address::SubzoneAddress(0, 0, 1)}) {
+        subzones.push_back(u64(subzone.word()));
+        for (std::uint8_t const item : {std::uint8_t{0}, std::uint8_t{3}})
+            items.push_back(u64(Address(subzone, item).word()));
+    }
+    items.push_back(u64(uniformAddress(5).word()));
+    Arguments const some{vec({subzones[0]}), vec({}), vec(subzones)};
+    Arguments nodeOfItem;
+    for (std::string const& item : items)
+        nodeOfItem.push_back(item + u32(1));
+
+    std::string const cells = text("CellConnectivityQuery") + i32(zone);
+    std::string const nodes = text("NodeConnectivityQuery") + i32(zone);
+    for (std::string const& service : {cells, nodes}) {
+        ask(service, {"setup", "numSubzones"});
+        ask(service, {"subzoneSize"}, subzones);
+        ask(service, {"toUniformAddress", "toHdqAddress"}, items);
+        ask(service, {"checkin"}, some);
+    }
+    ask(cells, {"checkout"}, {u8(0) + some[0], u8(1) + some[1], u8(1) + some[2]});
+    ask(cells, {"checkoutAll"}, {u8(0), u8(1)});
+    ask(cells, {"referencedNodeSubzones"}, subzones);
+    ask(cells,
+        {"cornerNodeCount", "nodeCount", "faceCount", "cornerNodeAddresses", "nodeAddresses"},
+        items);
+    ask(cells, {"cornerNodeAddress", "nodeAddress"}, nodeOfItem);
+    ask(cells,
+        {"copyToUniformNM", "updateInternalFaceNeighbors", "faceNeighbors", "setFaceNeighbors"});
+    ask(nodes, {"checkout"}, some);
+    ask(nodes, {"checkoutAll"});
+    ask(nodes, {"referencedCellSubzones"}, subzones);
+    std::string const ordered = text("OrderedSubzoneQuery") + i32(zone);
+    ask(ordered, {"setup"});
+    for (int const axis : {0, 1, 2}) {
+        ask(ordered, {"findIJKPlaneCellSubzones", "findIJKPlaneNodeSubzones"},
+            {i32(axis) + i64(1)});
+        ask(ordered, {"findIJKLineCellSubzones"}, {i32(axis) + i32(0) + i32(1)});
+        ask(ordered, {"findIJKLineNodeSubzones"}, {i32(axis) + i64(0) + i64(1)});
+    }
+    for (std::size_t var = 0; var < ids.size(); ++var) {
+        std::string const variable = i32(zone) + i32(static_cast<int>(var));
+        for (char const* const name : {"NodalVarQuery", "CellCenteredVarQuery"}) {
+            std::string const values = text(name) + variable;
+            ask(values, {"setup"});
+            ask(values, {"checkout", "checkin"}, some);
+            ask(values, {"checkoutAll", "copyToUniformFD", "fieldValue", "fieldValues",
+                         "checkinAll", "teardown", "destroy"});
+        }
+        std::string const ranges = text("VarSubzoneQuery") + variable;
+        ask(ranges, {"setup", "findNodeSubzones", "findCellSubzones", "partitionMinMaxes",
+                     "teardown", "destroy"});
+        ask(ranges, {"cellSubzoneMinMaxes", "nodeSubzoneMinMaxes"}, {u32(0), u32(1)});
+    }
+    std::string const identity = text("ZoneVarIDQuery") + i32(zone);
+    ask(identity, {"varExists"}, {u64(ids.front()), u64(99999)});
+    ask(identity, {"findCellSubzones", "findNodeSubzones"},
+        {vec({f64(0.25)}) + vec({u64(ids.front())}),
+         vec({f64(0.25), f64(0.5)}) + vec({u64(ids.front()), u64(ids.back())})});
+    for (std::string const& service : {cells, nodes, ordered})
+        ask(service, {"checkinAll", "teardown", "destroy"});
+    ask(identity, {"duplicate", "destroy"});
+    for (std::uint32_t const file : {0U, 1U})
+        result.push_back(text("loaderQuery") + text("zoneMetadata") + u32(0) + u32(file) +
+                         i32(zone));
+    return result;
+}
+
+/// Sessions that load files and ask about a zone all that is answered, each a part of it: short
+/// inputs are quick ones.
+void saveEveryQuestion(std::string const& name, std::vector<std::string> const& paths, int zone)
+{
+    constexpr std::size_t ENOUGH = 2048;
+    std::vector<std::uint64_t> ids;
+    std::string const addon = VNX_LIB_DIR "/vnxhdqfsloader.so";
+    std::string const closing = tests::wire::text("close data server");
+    std::string loading = fuzz::held(addon, [&](auto& engine) {
+                              engine.load(paths);
+                              for (auto const& variable : engine.dataSet().variables)
+                                  ids.push_back(static_cast<std::uint64_t>(variable.uniqueId));
+                              engine.close();
+                          }).client;
+    fuzz::expect(loading.ends_with(closing), "a session doesn't end with its last word");
+    loading.resize(loading.size() - closing.size());
+    std::string session = loading;
+    int number = 0;
+    auto const saveSession = [&] {
+        if (session != loading)
+            save("session", "everyQuestion-" + name + "-" + std::to_string(++number), session);
+        session = loading;
+    };
+    for (std::string const& question : everyQuestion(zone, ids)) {
+        std::string const all = session + question + closing;
+        if (fuzz::serve(addon, reinterpret_cast<std::uint8_t const*>(all.data()), all.size()))
+            session += question;
+        if (session.size() > loading.size() + ENOUGH)
+            saveSession();
+    }
+    saveSession();
+}
+
 void saveConversations()
 {
     fuzz::SampleFolder const samples;
@@ -442,9 +686,15 @@ void saveConversations()
          {std::pair{"calculations", std::vector<std::string>{"data/ordered105"}},
           std::pair{"calculationsOfSeveralFiles",
                     std::vector<std::string>{"data/grid232", "data/solution232", "data/mixed232"}}})
-        save("session", name, fuzz::held(VNX_LIB_DIR "/vnxhdqfsloader.so", [&](auto& engine) {
-                                  calculate(engine, paths);
-                              }).client);
+        save("session", name,
+             fuzz::held(VNX_LIB_DIR "/vnxhdqfsloader.so", [&files = paths](auto& engine) {
+                 calculate(engine, files);
+             }).client);
+    for (std::string const name : fuzz::SAMPLES)
+        if (name != "solution232") // it needs its grid
+            saveEveryQuestion(name, {"data/" + name}, 0);
+    saveEveryQuestion("ofASolution", {"data/grid232", "data/solution232"}, 0);
+    saveEveryQuestion("ofAnotherZone", {"data/sharing232"}, 1);
     save("client", "accepted", std::string(1, '\0') + tests::wire::u8(1) + tests::wire::text(""));
     save("client", "refused", std::string(1, '\0') + tests::wire::u8(0) + tests::wire::text("no"));
 }

@@ -48,6 +48,8 @@ void askForVariable(Engine& engine, int zone, int var)
         if (!engine.hasSubzoneValues(zone, var))
             return;
         engine.allSubzoneValues(zone, var, [](auto, auto const&) {});
+        engine.subzoneValues(zone, var, {client::SubzoneAddress(0, 0, 0)},
+                             [](auto, auto const&) {});
         engine.partitionRanges(zone, var);
         engine.subzoneRanges(zone, var, 0);
         engine.subzoneRanges(zone, var, 0, ValueLocation_CellCentered);
@@ -67,6 +69,8 @@ void askForZone(Engine& engine, int zone)
     ask([&] { engine.nodeSubzones(zone, someSubzones(engine, zone, ValueLocation_Nodal)); });
     ask([&] { engine.subzonesOfPlane(zone, Axis::K, 0, ValueLocation_Nodal); });
     ask([&] { engine.subzonesOfLine(zone, Axis::I, 0, 0, ValueLocation_CellCentered); });
+    ask([&] { engine.subzonesOfLine(zone, Axis::J, 0, 0, ValueLocation_Nodal); });
+    ask([&] { engine.allCells(zone, [](auto const&) {}); });
     ask([&] { engine.faceNeighbors(zone); });
 }
 

@@ -5,6 +5,7 @@
 #include "addons/hdqfs/QueryObjects.h"
 #include "fuzz/support/Entry.h"
 #include "tests/hdqfs/RecordingEngine.h"
+#include "varnox/UniformAddress.h"
 #include "varnox/hdq/CellConnectivityQueryInterface.h"
 #include "varnox/hdq/DataSetRegistrationInterface.h"
 #include "varnox/hdq/NodeConnectivityQueryInterface.h"
@@ -117,6 +118,18 @@ Address itemOf(SubzoneAddress const& subzone, unsigned short item)
     return result;
 }
 
+/// An address in both of its forms, and back.
+template <typename Connectivity>
+void askForNumbers(Connectivity& items, Address const& item)
+{
+    ask([&] {
+        Address const uniform = items.toUniformAddress(item);
+        expect(items.toUniformAddress(items.toHdqAddress(uniform)) == uniform,
+               "an item has another number than it had");
+    });
+    ask([&] { items.toHdqAddress(uniformAddress(item.itemOffset())); });
+}
+
 void askForCells(hdq::CellConnectivityQueryInterface& cells)
 {
     ask([&] { cells.numSubzones(); });
@@ -125,6 +138,7 @@ void askForCells(hdq::CellConnectivityQueryInterface& cells)
         Growable<SubzoneAddress> subzones;
         ask([&] { size = std::min(cells.size(subzone), MOST_ITEMS); });
         ask([&] { cells.referencedNodeSubzones(subzone, subzones.array()); });
+        askForNumbers(cells, itemOf(subzone, 0));
         for (unsigned short item = 0; item <= size; ++item)
             ask([&] {
                 Address const cell = itemOf(subzone, item);
@@ -148,6 +162,7 @@ void askForNodes(hdq::NodeConnectivityQueryInterface& nodes)
             Growable<SubzoneAddress> subzones;
             nodes.size(subzone);
             nodes.referencedCellSubzones(subzone, subzones.array());
+            askForNumbers(nodes, itemOf(subzone, 0));
         });
 }
 

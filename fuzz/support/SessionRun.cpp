@@ -78,15 +78,16 @@ std::string const& sampleFolder()
     return folder.path();
 }
 
-void serve(std::string const& addon, std::uint8_t const* data, std::size_t size)
+bool serve(std::string const& addon, std::uint8_t const* data, std::size_t size)
 {
     Silence const silence;
     SessionSocket socket(std::string(reinterpret_cast<char const*>(data), size), sampleFolder());
     try {
         hdqremote::AddonProxy proxy(addon, socket);
         proxy.serviceCommandsUntil("close data server");
+        return true;
     } catch (std::exception const&) {
-        // However the session ends, the process goes on.
+        return false; // however the session ends, the process goes on
     }
 }
 

@@ -7,11 +7,25 @@
 namespace varnox::fuzz {
 
 /// Files of the corpus, without "seed-" at the head of their names.
-constexpr char const* SAMPLES[] = {
-    "ordered105",          "mixed232",           "brickPartitions232", "plainBricks232",
-    "plainOrdered232text", "mixedPartitions232", "allTypes232",        "boxes232",
-    "tetrahedra232",       "annotated232",       "sharing232",         "grid232",
-    "solution232"};
+constexpr char const* SAMPLES[] = {"ordered105",
+                                   "mixed232",
+                                   "brickPartitions232",
+                                   "plainBricks232",
+                                   "plainOrdered232text",
+                                   "mixedPartitions232",
+                                   "allTypes232",
+                                   "boxes232",
+                                   "tetrahedra232",
+                                   "annotated232",
+                                   "sharing232",
+                                   "grid232",
+                                   "solution232",
+                                   "severalBrickSubzones232",
+                                   "secondOrder232",
+                                   "shapes232",
+                                   "mixedShapes232",
+                                   "neighbors232",
+                                   "line232"};
 
 /// The samples that a session may load by their names, as files of a folder of this process.
 class SampleFolder
@@ -29,8 +43,9 @@ private:
 };
 
 /// Serves all that a client says, with an add-on, until it has said everything. In what it says
-/// "data/" at the head of a string stands for the folder.
-void serve(std::string const& addon, std::uint8_t const* data, std::size_t size);
+/// "data/" at the head of a string stands for the folder. Returns whether it came to the word that
+/// closes a session, nothing having failed before.
+bool serve(std::string const& addon, std::uint8_t const* data, std::size_t size);
 
 /// Where the samples of serve are.
 std::string const& sampleFolder();

@@ -27,12 +27,33 @@ std::vector<std::size_t> countsIn(std::string const& stream)
     return result;
 }
 
+/// Where a message can begin: a length and as many letters, as commands and calls have them.
+std::vector<std::size_t> messagesIn(std::string const& stream)
+{
+    constexpr std::uint64_t SHORTEST = 4;
+    constexpr std::uint64_t LONGEST = 64;
+    auto const isOfAName = [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+               c == ' ';
+    };
+    std::vector<std::size_t> result;
+    for (std::size_t at = 0; at + WORD + SHORTEST <= stream.size(); ++at) {
+        std::uint64_t const length = wordAt(stream, at);
+        if (length < SHORTEST || length > std::min(LONGEST, stream.size() - at - WORD))
+            continue;
+        auto const name = stream.begin() + static_cast<std::ptrdiff_t>(at + WORD);
+        if (std::all_of(name, name + static_cast<std::ptrdiff_t>(length), isOfAName))
+            result.push_back(at);
+    }
+    return result;
+}
+
 }
 
 void StreamMutator::mutate(std::string& stream)
 {
     for (std::size_t steps = 1 + below(3); steps > 0 && !stream.empty(); --steps)
-        switch (below(8)) {
+        switch (below(10)) {
         case 0:
         case 1:
             changeBytes(stream);
@@ -47,6 +68,10 @@ void StreamMutator::mutate(std::string& stream)
             break;
         case 6:
             moveRun(stream);
+            break;
+        case 7:
+        case 8:
+            moveMessages(stream);
             break;
         default:
             stream.resize(below(stream.size()) + 1);
@@ -98,17 +123,39 @@ void StreamMutator::changeNumber(std::string& stream)
     std::memcpy(stream.data() + at, &number, width);
 }
 
-/// A run is left out, said once more, or said at another place.
 void StreamMutator::moveRun(std::string& stream)
 {
     std::size_t const start = below(stream.size());
     std::size_t const length = std::min<std::size_t>(1 + below(64), stream.size() - start);
     std::string const run = stream.substr(start, length);
-    std::size_t const kind = below(3);
-    if (kind != 1)
+    Move const move = anyMove();
+    if (move != Move::Repeat)
         stream.erase(start, length);
-    if (kind != 0)
+    if (move != Move::LeaveOut)
         stream.insert(below(stream.size() + 1), run);
+}
+
+/// Up to four messages with what follows them, to where another one begins.
+void StreamMutator::moveMessages(std::string& stream)
+{
+    std::vector<std::size_t> places = messagesIn(stream);
+    if (places.empty())
+        return moveRun(stream);
+    places.push_back(stream.size());
+    std::size_t const first = below(places.size() - 1);
+    std::size_t const last = std::min(first + 1 + below(4), places.size() - 1);
+    std::size_t const start = places[first];
+    std::size_t const length = places[last] - start;
+    std::string const run = stream.substr(start, length);
+    std::size_t target = places[below(places.size())];
+    Move const move = anyMove();
+    if (move != Move::Repeat) {
+        stream.erase(start, length);
+        if (target > start)
+            target = std::max(target, start + length) - length;
+    }
+    if (move != Move::LeaveOut)
+        stream.insert(target, run);
 }
 
 }

@@ -13,10 +13,19 @@ using namespace tests::wire;
 
 std::string const STREAM = text("load dataset") + text("data/a.hdqfs") + vec({u64(1), u64(2)});
 
-std::string mutated(std::uint64_t seed)
+std::string mutated(std::uint64_t seed, std::string const& stream = STREAM)
+{
+    std::string result = stream;
+    StreamMutator(seed).mutate(result);
+    return result;
+}
+
+/// Two messages can be put into few orders; twelve into many.
+std::string manyMessages()
 {
     std::string result = STREAM;
-    StreamMutator(seed).mutate(result);
+    for (std::uint64_t i = 0; i < 10; ++i)
+        result += text("numSubzones") + u64(i);
     return result;
 }
 
@@ -35,7 +44,7 @@ TEST(StreamMutator, StreamsBecomeShorterLongerAndOther)
         std::string const stream = mutated(seed);
         shorter += stream.size() < STREAM.size();
         longer += stream.size() > STREAM.size();
-        all.insert(stream);
+        all.insert(mutated(seed, manyMessages()));
     }
     EXPECT_GT(shorter, 50U);
     EXPECT_GT(longer, 20U);
@@ -51,6 +60,22 @@ TEST(StreamMutator, CountsBecomeOtherNumbersWhileTheRestStays)
                    stream != STREAM;
     }
     EXPECT_GT(changed, 10U);
+}
+
+TEST(StreamMutator, WholeMessagesAreMovedAndRepeated)
+{
+    std::string const load = text("load dataset") + text("data/a.hdqfs");
+    std::string const query = text("numSubzones") + u64(1) + u32(2);
+    std::size_t moved = 0;
+    std::size_t repeated = 0;
+    for (std::uint64_t seed = 0; seed < 2000; ++seed) {
+        std::string stream = load + query;
+        StreamMutator(seed).mutate(stream);
+        moved += stream == query + load;
+        repeated += stream == load + query + query || stream == load + load + query;
+    }
+    EXPECT_GT(moved, 2U);
+    EXPECT_GT(repeated, 2U);
 }
 
 TEST(StreamMutator, ShortStreamsAreChangedToo)

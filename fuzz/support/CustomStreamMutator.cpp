@@ -1,0 +1,25 @@
+// libFuzzer's hook for targets whose inputs are conversations: every other change is one of its
+// own.
+
+#include "fuzz/support/StreamMutator.h"
+
+#include <algorithm>
+#include <cstring>
+
+extern "C" {
+std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
+std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t maxSize,
+                                    unsigned seed);
+
+std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t maxSize,
+                                    unsigned seed)
+{
+    if (size == 0 || seed % 2 == 0)
+        return LLVMFuzzerMutate(data, size, maxSize);
+    std::string stream(reinterpret_cast<char const*>(data), size);
+    varnox::fuzz::StreamMutator(seed).mutate(stream);
+    std::size_t const result = std::min(stream.size(), maxSize);
+    std::memcpy(data, stream.data(), result);
+    return result;
+}
+}
