@@ -28,11 +28,13 @@ private:
 };
 
 /// What goes wrong in a file is an exception with a text; the next question is asked nevertheless.
+/// Returns whether there was an answer.
 template <typename Question>
-void ask(Question const& question)
+bool ask(Question const& question)
 {
     try {
         question();
+        return true;
     } catch (std::runtime_error const& error) {
         Refusals::add(error.what());
     } catch (std::bad_alloc const&) {
@@ -42,6 +44,7 @@ void ask(Question const& question)
     } catch (std::out_of_range const& error) {
         Refusals::add(error.what());
     }
+    return false;
 }
 
 /// As a host does that loads whole variables.

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <random>
 
 namespace varnox::hdqfsloader {
@@ -96,8 +97,20 @@ TEST(SubzoneOrder, TakesBricksByCubesOfFour)
     std::sort(sorted.begin(), sorted.end());
     for (std::uint32_t n = 0; n < sorted.size(); ++n)
         ASSERT_EQ(sorted[n], n);
+    EXPECT_EQ(subzoneOrder(bricks(5, 5, 1)),
+              (std::vector<std::uint32_t>{0,  1,  2,  3, 5, 6,  7,  8,  10, 11, 12, 13, 15,
+                                          16, 17, 18, 4, 9, 14, 19, 20, 21, 22, 23, 24}));
     EXPECT_EQ(subzoneOrder(bricks(1, 1, 1)), std::vector<std::uint32_t>{0});
     EXPECT_TRUE(subzoneOrder(sections({100})).empty());
+}
+
+TEST(SubzoneOrder, BricksInALineStayInTheirOrder)
+{
+    std::vector<std::uint32_t> line(70);
+    std::iota(line.begin(), line.end(), 0U);
+    EXPECT_EQ(subzoneOrder(bricks(70, 1, 1)), line);
+    EXPECT_EQ(subzoneOrder(bricks(1, 70, 1)), line);
+    EXPECT_EQ(subzoneOrder(bricks(1, 1, 70)), line);
 }
 
 TEST(RangeTrees, OfBricksKnowTheirOrder)
