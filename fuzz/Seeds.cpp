@@ -623,6 +623,14 @@ std::vector<std::string> everyQuestion(int zone, std::vector<std::uint64_t> cons
     for (std::string const& service : {cells, nodes, ordered})
         ask(service, {"checkinAll", "teardown", "destroy"});
     ask(identity, {"duplicate", "destroy"});
+    std::string const number = i32(zone + 1);
+    ask("",
+        {"load node map", "unload node map", "clean up node map", "load face neighbors",
+         "unload face neighbors", "clean up face neighbors"},
+        {number, number + u32(1)}); // the client takes the neighbours
+    for (std::size_t var = 1; var <= ids.size(); ++var)
+        ask("", {"load field data", "unload field data", "clean up field data"},
+            {number + i32(static_cast<int>(var))});
     for (std::uint32_t const file : {0U, 1U})
         result.push_back(text("loaderQuery") + text("zoneMetadata") + u32(0) + u32(file) +
                          i32(zone));

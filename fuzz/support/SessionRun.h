@@ -7,25 +7,13 @@
 namespace varnox::fuzz {
 
 /// Files of the corpus, without "seed-" at the head of their names.
-constexpr char const* SAMPLES[] = {"ordered105",
-                                   "mixed232",
-                                   "brickPartitions232",
-                                   "plainBricks232",
-                                   "plainOrdered232text",
-                                   "mixedPartitions232",
-                                   "allTypes232",
-                                   "boxes232",
-                                   "tetrahedra232",
-                                   "annotated232",
-                                   "sharing232",
-                                   "grid232",
-                                   "solution232",
-                                   "severalBrickSubzones232",
-                                   "secondOrder232",
-                                   "shapes232",
-                                   "mixedShapes232",
-                                   "neighbors232",
-                                   "line232"};
+// clang-format off
+constexpr char const* SAMPLES[] = {
+    "ordered105", "mixed232", "brickPartitions232", "plainBricks232", "plainOrdered232text",
+    "mixedPartitions232", "allTypes232", "boxes232", "tetrahedra232", "annotated232", "sharing232",
+    "grid232", "solution232", "severalBrickSubzones232", "secondOrder232", "shapes232",
+    "mixedShapes232", "neighbors232", "line232", "plainAllTypes232"};
+// clang-format on
 
 /// The samples that a session may load by their names, as files of a folder of this process.
 class SampleFolder
