@@ -30,7 +30,7 @@ int streamOf(std::string const& bytes)
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
     fuzz::Bytes input(data, size);
-    auto const opening = static_cast<fuzz::Opening>(input.take<std::uint8_t>() % 3);
+    auto const opening = static_cast<fuzz::Opening>(input.take<std::uint8_t>() % 4);
     client::Engine engine(streamOf(input.rest()));
     fuzz::converse(engine, opening, "data.hdqfs");
     return 0;

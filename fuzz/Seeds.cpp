@@ -688,8 +688,11 @@ void saveConversations()
     saveBoth("server", "browsing", "vnxenginetestaddon.so", fuzz::Opening::Browsing, "");
     for (char const* const name : {"everything.hdqfs", "throws.hdqfs"})
         saveBoth("server", name, "vnxenginetestaddon.so", loading, std::string("data/") + name);
-    for (char const* const name : fuzz::SAMPLES)
-        saveBoth("session", name, "vnxhdqfsloader.so", loading, std::string("data/") + name);
+    for (std::string const name : fuzz::SAMPLES) {
+        saveBoth("session", name, "vnxhdqfsloader.so", loading, "data/" + name);
+        saveBoth("session", "further-" + name, "vnxhdqfsloader.so", fuzz::Opening::Further,
+                 "data/" + name);
+    }
     for (auto const& [name, paths] :
          {std::pair{"calculations", std::vector<std::string>{"data/ordered105"}},
           std::pair{"calculationsOfSeveralFiles",

@@ -292,6 +292,20 @@ ZoneMetadata const& DataFile::zone(std::uint32_t zone)
     return m_zones.emplace(zone, std::move(result)).first->second;
 }
 
+FileStreamReader& DataFile::opened(std::optional<FileStreamReader>& reader) const
+{
+    if (reader)
+        return *reader;
+    reader.emplace(m_path);
+    try {
+        open(*reader, m_description);
+    } catch (std::exception const&) {
+        reader.reset();
+        throw;
+    }
+    return *reader;
+}
+
 PartitionMetadata const& DataFile::partition(std::uint32_t zoneIndex, std::uint32_t partition)
 {
     zone(zoneIndex);
@@ -303,8 +317,8 @@ PartitionMetadata const& DataFile::partition(std::uint32_t zoneIndex, std::uint3
     // That of a zone of one partition came with its header.
     if (metadata.numPartitions == 1 || m_readPartitions.contains({zoneIndex, partition}))
         return result;
-    FileStreamReader reader(m_path);
-    open(reader, m_description);
+    std::optional<FileStreamReader> own;
+    FileStreamReader& reader = opened(m_isKeptOpen ? m_kept : own);
     require("Cannot read the header of partition " + std::to_string(partition + 1) + " of " +
                 zoneName(zoneIndex),
             [&] {

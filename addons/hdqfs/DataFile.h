@@ -4,6 +4,7 @@
 #include "addons/hdqfs/ValueReader.h"
 
 #include "filedata/FileDescription.h"
+#include "filedata/FileStreamReader.h"
 #include "filedata/HeaderBudget.h"
 #include "filedata/TagList.h"
 #include "filedata/ZoneMetadata.h"
@@ -11,6 +12,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <tuple>
@@ -33,6 +35,24 @@ public:
     explicit DataFile(std::string path);
     DataFile(DataFile const&) = delete;
     DataFile& operator=(DataFile const&) = delete;
+
+    /// While one lives, the headers of partitions are read through one open file. Otherwise each
+    /// opens it, so that a data set of many files needs no descriptor for each.
+    class KeptOpen
+    {
+    public:
+        explicit KeptOpen(DataFile& file) : m_file(file) { m_file.m_isKeptOpen = true; }
+        KeptOpen(KeptOpen const&) = delete;
+        KeptOpen& operator=(KeptOpen const&) = delete;
+        ~KeptOpen()
+        {
+            m_file.m_isKeptOpen = false;
+            m_file.m_kept.reset();
+        }
+
+    private:
+        DataFile& m_file;
+    };
 
     /// For messages.
     std::string zoneName(std::uint32_t zone) const;
@@ -85,6 +105,7 @@ private:
     void checkHeaders() const;
     void requireValues(std::uint64_t location, std::uint32_t zone, std::uint32_t var) const;
     void resolveConnectivitySharing();
+    hdqio::FileStreamReader& opened(std::optional<hdqio::FileStreamReader>& reader) const;
 
     std::string m_path;
     std::string m_title;
@@ -97,6 +118,8 @@ private:
     std::vector<std::uint32_t> m_connectivityOf; ///< By zone.
     std::unordered_map<std::uint32_t, hdqio::ZoneMetadata> m_zones;
     hdqio::HeaderBudget m_headerBudget;
+    bool m_isKeptOpen = false;
+    std::optional<hdqio::FileStreamReader> m_kept;
     std::unordered_set<std::uint32_t> m_damagedZones; ///< Those found so far.
     std::set<std::pair<std::uint32_t, std::uint32_t>> m_readPartitions; ///< Zone and partition.
     std::map<std::tuple<std::uint32_t, std::uint32_t, Items>, SubzoneLayout> m_layouts;

@@ -48,8 +48,6 @@ void askForVariable(Engine& engine, int zone, int var)
         if (!engine.hasSubzoneValues(zone, var))
             return;
         engine.allSubzoneValues(zone, var, [](auto, auto const&) {});
-        engine.subzoneValues(zone, var, {client::SubzoneAddress(0, 0, 0)},
-                             [](auto, auto const&) {});
         engine.partitionRanges(zone, var);
         engine.subzoneRanges(zone, var, 0);
         engine.subzoneRanges(zone, var, 0, ValueLocation_CellCentered);
@@ -69,8 +67,6 @@ void askForZone(Engine& engine, int zone)
     ask([&] { engine.nodeSubzones(zone, someSubzones(engine, zone, ValueLocation_Nodal)); });
     ask([&] { engine.subzonesOfPlane(zone, Axis::K, 0, ValueLocation_Nodal); });
     ask([&] { engine.subzonesOfLine(zone, Axis::I, 0, 0, ValueLocation_CellCentered); });
-    ask([&] { engine.subzonesOfLine(zone, Axis::J, 0, 0, ValueLocation_Nodal); });
-    ask([&] { engine.allCells(zone, [](auto const&) {}); });
     ask([&] { engine.faceNeighbors(zone); });
 }
 
@@ -102,6 +98,24 @@ void load(Engine& engine, std::string const& path)
     engine.close();
 }
 
+void askFurther(Engine& engine, std::string const& path)
+{
+    engine.load({path});
+    std::size_t const numZones = std::min(engine.dataSet().zones.size(), MOST_ZONES);
+    std::size_t const numVars = std::min(engine.dataSet().variables.size(), MOST_VARIABLES);
+    for (std::size_t z = 1; z <= numZones; ++z) {
+        auto const zone = static_cast<int>(z);
+        ask([&] { engine.allCells(zone, [](auto const&) {}); });
+        ask([&] { engine.subzonesOfLine(zone, Axis::J, 0, 0, ValueLocation_Nodal); });
+        for (std::size_t v = 1; v <= numVars; ++v)
+            ask([&] {
+                engine.subzoneValues(zone, static_cast<int>(v), {client::SubzoneAddress(0, 0, 0)},
+                                     [](auto, auto const&) {});
+            });
+    }
+    engine.close();
+}
+
 }
 
 void converseToTheEnd(Engine& engine, Opening opening, std::string const& path)
@@ -116,6 +130,9 @@ void converseToTheEnd(Engine& engine, Opening opening, std::string const& path)
         break;
     case Opening::Loading:
         load(engine, path);
+        break;
+    case Opening::Further:
+        askFurther(engine, path);
         break;
     }
 }

@@ -105,12 +105,9 @@ template <typename Question>
 void forSomeSubzones(Question const& isAnswered)
 {
     for (std::uint32_t partition = 0; partition < 3; ++partition)
-        for (std::uint32_t section = 0; section < 2; ++section) {
+        for (std::uint32_t section = 0; section < 2; ++section)
             if (isAnswered(SubzoneAddress(partition, section, 0)))
                 isAnswered(SubzoneAddress(partition, section, 1));
-            else if (section == 0)
-                break;
-        }
     isAnswered(SubzoneAddress(9, 9, 99999));
 }
 

@@ -169,6 +169,7 @@ void describeHeaderOf(DataFile& file, std::uint32_t z, bool withBlocks, Report& 
     if (zone.userFaceNbrFileLoc > 0)
         out.members({{"faceNeighbors", zone.userFaceNbrFileLoc}});
     std::uint32_t const numPartitions = zone.isHdqZone ? zone.numPartitions : 0;
+    DataFile::KeptOpen const keptOpen(file);
     out.beginList("partitions", numPartitions);
     for (std::uint32_t p = 0; p < numPartitions; ++p)
         describePartition(file, z, p, withBlocks, out);

@@ -26,10 +26,12 @@ void JsonReport::beginEntry(std::string const& name)
 {
     if (m_open.empty())
         return;
-    m_output.write((m_open.back().isEmpty ? "\n" : ",\n") + std::string(m_open.size(), ' '));
+    std::string text = m_open.back().isEmpty ? "\n" : ",\n";
+    text.append(m_open.size(), ' ');
     m_open.back().isEmpty = false;
     if (!m_open.back().isList)
-        m_output.write(serialized(name) + ": ");
+        text += serialized(name) + ": ";
+    m_output.write(text);
 }
 
 void JsonReport::takeMembers(Json const& object)

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <optional>
 #include <stdexcept>
 
 namespace varnox::tools {
@@ -73,16 +74,39 @@ bool skipMarkers(FileStreamReader& reader, TagOwner owner, std::uint32_t number)
                                                            {isZone ? "zoneNum*" : "partitionNum*"});
 }
 
+/// Reads the lists of a file, which stays open from one to the next: there may be very many.
+class ListReader
+{
+public:
+    explicit ListReader(DataFile const& file) : m_file(file) {}
+
+    std::vector<RawTag> read(std::uint64_t fileLoc, TagOwner owner, std::uint32_t number)
+    {
+        try {
+            if (!m_reader) {
+                m_reader.emplace(m_file.path());
+                hdqfsloader::open(*m_reader, m_file.description());
+            }
+            return readRawTags(*m_reader, fileLoc, owner, number);
+        } catch (std::runtime_error const&) {
+            m_reader.reset(); // whatever state it is in
+            throw;
+        }
+    }
+
+private:
+    DataFile const& m_file;
+    std::optional<FileStreamReader> m_reader;
+};
+
 /// A list, or why it can't be read. What else is wrong goes before the latter.
-void describeList(DataFile const& file, std::uint64_t fileLoc, TagOwner owner, std::uint32_t number,
+void describeList(ListReader& lists, std::uint64_t fileLoc, TagOwner owner, std::uint32_t number,
                   std::string error, Report& out)
 {
     std::vector<RawTag> tags;
     bool isRead = false;
     try {
-        FileStreamReader reader(file.path());
-        hdqfsloader::open(reader, file.description());
-        tags = readRawTags(reader, fileLoc, owner, number);
+        tags = lists.read(fileLoc, owner, number);
         isRead = true;
     } catch (std::runtime_error const& failure) {
         if (error.empty())
@@ -114,7 +138,7 @@ std::uint64_t dataSetHeaderLoc(DataFile const& file)
     return result;
 }
 
-void describeTagsOf(DataFile& file, std::uint32_t z, Report& out)
+void describeTagsOf(DataFile& file, ListReader& lists, std::uint32_t z, Report& out)
 {
     hdqio::ZoneMetadata const* zone = nullptr;
     std::string error;
@@ -125,14 +149,14 @@ void describeTagsOf(DataFile& file, std::uint32_t z, Report& out)
     }
     out.beginObject();
     out.members({{"zone", z + 1}, {"at", file.zoneHeaderFileLoc(z)}});
-    describeList(file, file.zoneHeaderFileLoc(z), TagOwner::Zone, z + 1, error, out);
+    describeList(lists, file.zoneHeaderFileLoc(z), TagOwner::Zone, z + 1, error, out);
     std::uint32_t const numPartitions =
         zone == nullptr || zone->ptnFileLocs.isNull() ? 0 : zone->numPartitions;
     out.beginList("partitions", numPartitions);
     for (std::uint32_t p = 0; p < numPartitions; ++p) {
         out.beginObject();
         out.members({{"partition", p + 1}, {"at", zone->ptnFileLocs[p]}});
-        describeList(file, zone->ptnFileLocs[p], TagOwner::Partition, p + 1, "", out);
+        describeList(lists, zone->ptnFileLocs[p], TagOwner::Partition, p + 1, "", out);
         out.end();
     }
     out.end();
@@ -166,16 +190,17 @@ std::vector<RawTag> readRawTags(FileStreamReader& reader, std::uint64_t fileLoc,
 void describeTags(DataFile& file, std::optional<std::uint32_t> onlyZone, Report& out)
 {
     std::uint64_t const fileLoc = dataSetHeaderLoc(file);
+    ListReader lists(file);
     out.beginObject();
     out.members({{"file", file.path()}});
     out.beginObject("dataSet");
     out.members({{"at", fileLoc}});
-    describeList(file, fileLoc, TagOwner::DataSet, 0, "", out);
+    describeList(lists, fileLoc, TagOwner::DataSet, 0, "", out);
     out.end();
     out.beginList("zones", file.numZones());
     for (std::uint32_t z = 0; z < file.numZones(); ++z)
         if (!onlyZone || *onlyZone == z)
-            describeTagsOf(file, z, out);
+            describeTagsOf(file, lists, z, out);
     out.end();
     out.end();
 }
