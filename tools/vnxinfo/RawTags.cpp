@@ -117,11 +117,15 @@ void describeList(ListReader& lists, std::uint64_t fileLoc, TagOwner owner, std:
     if (!isRead)
         return;
     out.beginList("tags", tags.size());
-    for (RawTag const& tag : tags)
-        out.item({{"tag", tag.number},
-                  {"name", tag.name.empty() ? Json() : Json(tag.name)},
-                  {"value", tag.value},
-                  {"at", tag.valueLoc}});
+    // One object for all: there may be very many, and to make it takes longer than to write it.
+    Json item = {{"tag", 0}, {"name", nullptr}, {"value", 0}, {"at", 0}};
+    for (RawTag const& tag : tags) {
+        item["tag"] = tag.number;
+        item["name"] = tag.name.empty() ? Json() : Json(tag.name);
+        item["value"] = tag.value;
+        item["at"] = tag.valueLoc;
+        out.item(item);
+    }
     out.end();
 }
 
