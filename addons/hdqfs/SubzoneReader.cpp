@@ -18,6 +18,10 @@ std::vector<double> const& SubzoneReader::read(DataSet::VariableInFile const& va
             std::to_string(subzone.section()) + " in partition " +
             std::to_string(subzone.partition()) + " of " + file.zoneName(variable.zone) + ".");
     SubzoneLayout::Run const run = layout.run(subzone.section(), subzone.subzoneOffset());
+    // The limits of ordered subzones are as large as a damaged header says.
+    if (run.size > SubzoneLayout::ITEMS_PER_RUN)
+        throw std::runtime_error("A subzone of " + file.zoneName(variable.zone) +
+                                 " has more than 256 items.");
     m_values.resize(run.size);
     m_reader.readDoubles(file.values(variable.zone, variable.var, subzone.partition()),
                          run.firstItem, run.size, m_values.data());
