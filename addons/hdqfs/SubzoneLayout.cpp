@@ -117,13 +117,13 @@ SubzoneLayout::Run SubzoneLayout::run(std::uint32_t section, std::uint64_t subzo
         std::uint64_t const first =
             b.begin[2] * m_axes[1].size * m_axes[0].size +
             b.extent(2) * (b.begin[1] * m_axes[0].size + b.extent(1) * b.begin[0]);
-        return {first, static_cast<std::uint32_t>(b.extent(0) * b.extent(1) * b.extent(2))};
+        return {first, b.numItems()};
     }
     std::uint64_t first = subzone * ITEMS_PER_RUN;
     std::uint64_t const left = m_itemsPerSection[section] - first;
     for (std::uint32_t s = 0; s < section; ++s)
         first += m_itemsPerSection[s];
-    return {first, static_cast<std::uint32_t>(std::min<std::uint64_t>(left, ITEMS_PER_RUN))};
+    return {first, std::min<std::uint64_t>(left, ITEMS_PER_RUN)};
 }
 
 }

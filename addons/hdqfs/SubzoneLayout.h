@@ -18,7 +18,7 @@ public:
     struct Run
     {
         std::uint64_t firstItem;
-        std::uint32_t size;
+        std::uint64_t size; ///< Above ITEMS_PER_RUN only in bricks of a damaged file.
     };
 
     /// Indices from begin up to but excluding end, along I, J, K.

@@ -2,6 +2,7 @@
 
 #include "addons/hdqfs/Announcement.h"
 #include "addons/hdqfs/Loading.h"
+#include "addons/hdqfs/SubzoneReader.h"
 #include "tests/filedata/FileBuilder.h"
 #include "tests/hdqfs/RecordingEngine.h"
 #include "tests/hdqfs/TemporaryFile.h"
@@ -285,6 +286,33 @@ TEST(BuiltFiles, SolutionCutIntoOtherBricksThanItsGridIsRefused)
         TemporaryFile const other(build(solution));
         EXPECT_EQ(failureOf([&] { DataSet({otherGrid.path(), other.path()}); }), "");
     }
+}
+
+TEST(BuiltFiles, ValuesOfASubzoneOfMoreThan256ItemsAreRefused)
+{
+    auto const failureOfSizes = [](std::uint64_t i, std::uint64_t j, std::uint64_t k) {
+        FileSpec spec;
+        spec.limits[0] = spec.limits[1] = spec.limits[2] = 1 << 15;
+        spec.zones[0].i = i;
+        spec.zones[0].j = j;
+        spec.zones[0].k = k;
+        TemporaryFile const file(with(build(spec), VALUES_LOC, std::string(2048, '\0')));
+        DataSet dataSet({file.path()});
+        SubzoneReader reader(dataSet.descriptors());
+        std::string const failure = failureOf([&] {
+            auto const& values = reader.read(dataSet.values(0, 0), Items::Nodes, {0, 0, 0});
+            EXPECT_EQ(values.size(), i * j * k);
+        });
+        return failure.substr(0, failure.find(file.path()));
+    };
+    // Up to 32,767 along each axis, one subzone is the zone.
+    EXPECT_EQ(failureOfSizes(256, 1, 1), "");
+    EXPECT_EQ(failureOfSizes(1, 16, 16), "");
+    std::string const refusal = "A subzone of zone 1 of ";
+    EXPECT_EQ(failureOfSizes(257, 1, 1), refusal);
+    EXPECT_EQ(failureOfSizes(1, 16, 17), refusal);
+    EXPECT_EQ(failureOfSizes(10'000, 10'000, 4), refusal);
+    EXPECT_EQ(failureOfSizes(65'535, 65'535, 4), refusal); // 2^32 in the first
 }
 
 TEST(BuiltFiles, PassiveVariableHasNoValuesOfItsOwn)

@@ -66,6 +66,13 @@ TEST(SubzoneLayout, RunsFollowEachOtherWithoutGaps)
     }
 }
 
+TEST(SubzoneLayout, SizeOfAVeryLargeBrickIsNotCutOff)
+{
+    SubzoneLayout::Axis const axis{1 << 16, 1 << 15, 0, 2};
+    SubzoneLayout const layout = SubzoneLayout::ofBricks({axis, axis, {4, 4, 0, 1}});
+    EXPECT_EQ(layout.run(0, 0).size, std::uint64_t{1} << 32);
+}
+
 TEST(SubzoneLayout, UnknownSubzoneIsRefused)
 {
     SubzoneLayout const runs = SubzoneLayout::ofSections({300});

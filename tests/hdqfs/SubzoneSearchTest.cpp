@@ -458,9 +458,9 @@ TEST_P(Searches, RangesHoldEveryValueOfTheirSubzones)
         for (std::uint32_t p = 0; p < place.file->zone(place.zone).numPartitions; ++p) {
             auto const ranges = zone.ranges(static_cast<std::size_t>(key.second), p, items);
             for (std::uint32_t s = 0; s < ranges.size(); ++s) {
-                std::uint32_t const size = place.file->layout(place.zone, p, items).run(0, s).size;
+                std::uint64_t const size = place.file->layout(place.zone, p, items).run(0, s).size;
                 std::vector<ItemAddress<long>> addresses;
-                for (std::uint32_t i = 0; i < size; ++i)
+                for (std::uint64_t i = 0; i < size; ++i)
                     addresses.emplace_back(SubzoneAddress(p, 0, s), static_cast<std::uint8_t>(i));
                 tests::Growable<double> out;
                 values.fieldValues({nullptr, addresses.data(), size, size}, out.array());

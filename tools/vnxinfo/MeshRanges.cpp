@@ -121,7 +121,7 @@ public:
                  layout.numItems(), var,
                  static_cast<ValueType>(file.headers.fieldDataTypes[var][zone]), file.isAscii()},
                 run.firstItem, run.size, values.data());
-            for (std::uint32_t item = 0; item < run.size; ++item)
+            for (std::uint64_t item = 0; item < run.size; ++item)
                 out[item * width + i] = values[item];
         }
     }

@@ -145,7 +145,7 @@ private:
         for (std::uint32_t s = 0; s < m_own.numSections(); ++s)
             for (std::uint64_t n = 0; n < m_own.numSubzones(s); ++n) {
                 GrowingRange real;
-                std::uint32_t const size = m_own.run(s, n).size;
+                std::uint64_t const size = m_own.run(s, n).size;
                 readAllValues(m_file, m_type, size, description, [&](double value) {
                     real.add(value);
                     notBits += m_type == FieldDataType_Bit && value > 1;
