@@ -324,7 +324,8 @@ void saveBlocks(std::string const& name, std::string const& bytes)
         input.zoneType = static_cast<std::uint8_t>(
             std::strchr(fuzz::ZoneInput::ZONE_LETTERS, table.zoneTypes[z]) -
             fuzz::ZoneInput::ZONE_LETTERS);
-        if (table.numVars > fuzz::ZoneInput::MOST_VARS)
+        if (table.numVars > fuzz::ZoneInput::MOST_VARS ||
+            table.numSections[z] > fuzz::ZoneInput::MOST_SECTIONS)
             return;
         input.variables = static_cast<std::uint8_t>(table.numVars);
         for (std::size_t v = 0; v < table.numVars; ++v)
@@ -513,15 +514,15 @@ void savePayloads()
 
 // Whole conversations.
 
-/// Formulas that have every function and operation.
-std::vector<std::string> everyFormula(std::string const& name)
+/// Formulas that have every function and operation of an operand.
+std::vector<std::string> everyFormula(std::string const& operand)
 {
-    std::string const operand = "{" + name + "}";
     std::vector<std::string> result;
 #define ONE_ARG(number, constant, name, doubleFunction, intervalFunction)                          \
     result.push_back(name "(" + operand + ")");
 #define TWO_ARG(number, constant, name, doubleFunction, intervalFunction)                          \
-    result.push_back(name "(" + operand + ", 2)");
+    result.push_back(name "(" + operand + ", 2)");                                                 \
+    result.push_back(name "(-1.5, " + operand + ")");
 #include "expressions/Functions.def"
     for (char const* const operation : {"+", "-", "*", "/", "^", "<", "<=", ">", ">=", "==", "!="})
         result.push_back(operand + operation + "0.5");
@@ -531,11 +532,14 @@ std::vector<std::string> everyFormula(std::string const& name)
     return result;
 }
 
-void calculate(client::Engine& engine, std::vector<std::string> const& paths)
+/// Asks for every formula of what is made of the first variable with this text ahead of it and that
+/// behind it.
+void calculate(client::Engine& engine, std::vector<std::string> const& paths,
+               std::string const& ahead = "", std::string const& behind = "")
 {
     engine.load(paths);
-    std::string const name = engine.dataSet().variables.front().name;
-    for (std::string const& formula : everyFormula(name)) {
+    std::string const name = "{" + engine.dataSet().variables.front().name + "}";
+    for (std::string const& formula : everyFormula(ahead + name + behind)) {
         int const var = engine.createCalcVar(1, formula, formula);
         engine.allSubzoneValues(1, var, [](auto, auto const&) {});
         engine.partitionRanges(1, var);
@@ -700,6 +704,17 @@ void saveConversations()
         save("session", name,
              fuzz::held(VNX_LIB_DIR "/vnxhdqfsloader.so", [&files = paths](auto& engine) {
                  calculate(engine, files);
+             }).client);
+    // Operands whose bounds are those of the variable no more: of zeros, of very large and very
+    // small numbers, of either sign, of nothing, and of no more than one number.
+    int number = 0;
+    for (auto const& [ahead, behind] :
+         {std::pair{"(0*", ")"}, std::pair{"(1e300*", "*1e300)"}, std::pair{"(-1e300*abs(", "))"},
+          std::pair{"(1e-200*", "*1e-200)"}, std::pair{"(", "-2)"}, std::pair{"sqrt(-1-abs(", "))"},
+          std::pair{"(-0.5+0*", ")"}, std::pair{"(4*", "/5)"}})
+        save("session", "calculations-" + std::to_string(++number),
+             fuzz::held(VNX_LIB_DIR "/vnxhdqfsloader.so", [&, a = ahead, b = behind](auto& engine) {
+                 calculate(engine, {"data/allTypes232"}, a, b);
              }).client);
     for (std::string const name : fuzz::SAMPLES)
         if (name != "solution232") // it needs its grid
