@@ -119,11 +119,13 @@ private:
         for (std::size_t axis = 0; axis < 3; ++axis)
             size[axis] =
                 static_cast<std::uint64_t>(isNodal ? nodes[axis] : numCellsAlong(nodes[axis]));
+        if (std::find(size.begin(), size.end(), 0U) != size.end())
+            return; // a damaged file may have very many lines of nothing
         // Whole layers if one fits into a piece, else whole lines, else parts of a line.
         std::array<std::uint64_t, 3> step{std::min<std::uint64_t>(size[0], m_largestCount), 1, 1};
         if (size[0] <= m_largestCount)
-            step[1] = std::min<std::uint64_t>(size[1], m_largestCount / std::max<std::uint64_t>(size[0], 1));
-        if (step[1] == size[1] && size[0] * size[1] != 0)
+            step[1] = std::min<std::uint64_t>(size[1], m_largestCount / size[0]);
+        if (step[1] == size[1])
             step[2] = std::min<std::uint64_t>(size[2], m_largestCount / (size[0] * size[1]));
         for (std::uint64_t k = 0; k < size[2]; k += step[2])
             for (std::uint64_t j = 0; j < size[1]; j += step[1])

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <ctime>
 #include <functional>
 #include <numeric>
 
@@ -313,6 +314,22 @@ TEST(BuiltFiles, ValuesOfASubzoneOfMoreThan256ItemsAreRefused)
     EXPECT_EQ(failureOfSizes(1, 16, 17), refusal);
     EXPECT_EQ(failureOfSizes(10'000, 10'000, 4), refusal);
     EXPECT_EQ(failureOfSizes(65'535, 65'535, 4), refusal); // 2^32 in the first
+}
+
+TEST(BuiltFiles, ZoneOfVeryManyLinesWithoutNodesIsSentAtOnce)
+{
+    FileSpec spec;
+    spec.limits[0] = spec.limits[1] = spec.limits[2] = 1 << 15;
+    spec.zones[0].i = 0;
+    spec.zones[0].j = 1 << 18;
+    spec.zones[0].k = 1 << 18;
+    TemporaryFile const file(with(build(spec), VALUES_LOC, ""));
+    DataSet dataSet({file.path()});
+    RecordingEngine engine;
+    std::clock_t const start = std::clock();
+    sendValues(dataSet, 0, 0, nullptr);
+    EXPECT_LT(std::clock() - start, CLOCKS_PER_SEC);
+    EXPECT_TRUE(engine.pieces.empty());
 }
 
 TEST(BuiltFiles, PassiveVariableHasNoValuesOfItsOwn)
