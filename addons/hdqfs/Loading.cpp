@@ -125,7 +125,7 @@ private:
         std::array<std::uint64_t, 3> step{std::min<std::uint64_t>(size[0], m_largestCount), 1, 1};
         if (size[0] <= m_largestCount)
             step[1] = std::min<std::uint64_t>(size[1], m_largestCount / size[0]);
-        if (step[1] == size[1])
+        if (size[0] <= m_largestCount && step[1] == size[1])
             step[2] = std::min<std::uint64_t>(size[2], m_largestCount / (size[0] * size[1]));
         for (std::uint64_t k = 0; k < size[2]; k += step[2])
             for (std::uint64_t j = 0; j < size[1]; j += step[1])

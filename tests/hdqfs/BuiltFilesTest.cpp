@@ -316,6 +316,23 @@ TEST(BuiltFiles, ValuesOfASubzoneOfMoreThan256ItemsAreRefused)
     EXPECT_EQ(failureOfSizes(65'535, 65'535, 4), refusal); // 2^32 in the first
 }
 
+TEST(BuiltFiles, LineLongerThanAPieceComesToItsEnd)
+{
+    FileSpec spec;
+    spec.limits[0] = 256;
+    spec.limits[1] = spec.limits[2] = 1;
+    spec.zones[0].i = 2'500'000;
+    spec.zones[0].j = spec.zones[0].k = 1;
+    TemporaryFile const file(
+        with(build(spec), VALUES_LOC, bytesOf(std::vector<float>(3'000'000, 7))));
+    DataSet dataSet({file.path()});
+    RecordingEngine engine;
+    sendValues(dataSet, 0, 0, nullptr);
+    ASSERT_EQ(engine.pieces.size(), 3U);
+    EXPECT_EQ(engine.pieces[1].offset, (1L << 20) + 1);
+    EXPECT_EQ(engine.values<float>(), std::vector<float>(2'500'000, 7));
+}
+
 TEST(BuiltFiles, ZoneOfVeryManyLinesWithoutNodesIsSentAtOnce)
 {
     FileSpec spec;
