@@ -338,8 +338,8 @@ TEST(BuiltFiles, ZoneOfVeryManyLinesWithoutNodesIsSentAtOnce)
     FileSpec spec;
     spec.limits[0] = spec.limits[1] = spec.limits[2] = 1 << 15;
     spec.zones[0].i = 0;
-    spec.zones[0].j = 1 << 18;
-    spec.zones[0].k = 1 << 18;
+    spec.zones[0].j = 1;
+    spec.zones[0].k = std::uint64_t{1} << 34;
     TemporaryFile const file(with(build(spec), VALUES_LOC, ""));
     DataSet dataSet({file.path()});
     RecordingEngine engine;
