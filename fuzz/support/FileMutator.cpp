@@ -325,8 +325,10 @@ void FileMutator::mutateText(std::string& file, std::size_t maxSize)
     std::string word = file.substr(start, end - start);
     std::string const number =
         std::to_string(interestingNumber(std::strtoull(word.c_str(), nullptr, 10)));
-    char const* const words[] = {"0",     "-1", "f", "nan",      "inf",
-                                 "1e308", "-",  "",  "zoneNum*", number.c_str()};
+    // Numbers in every form, and beyond each of the types.
+    char const* const words[] = {
+        "0",      "-1", "+1",  "f",           "nan",   "inf", "1e308", "1e999",    "1e-99",
+        "-1e999", "-",  "++1", "99999999999", "32768", "256", "",      "zoneNum*", number.c_str()};
     std::string other = words[below(std::size(words))];
     // Mostly in its columns, so that what follows stays where it was.
     if (below(4) != 0)
