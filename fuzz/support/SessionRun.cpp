@@ -4,10 +4,12 @@
 #include "tests/support/RecordingSocket.h"
 #include "varnox/hdqremote/AddonProxy.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <string_view>
 
 namespace varnox::fuzz {
 
@@ -25,13 +27,28 @@ public:
     {
     }
 
-    std::string receiveString() override
-    {
-        std::string const text = RecordingSocket::receiveString();
-        return text.starts_with(PREFIX) ? m_folder + "/" + text.substr(sizeof PREFIX - 1) : text;
-    }
+    std::string receiveString() override { return placed(RecordingSocket::receiveString()); }
 
 private:
+    /// Each line names a file of a list.
+    std::string placed(std::string const& text) const
+    {
+        std::string result;
+        for (std::size_t begin = 0; begin <= text.size();) {
+            std::size_t const end = std::min(text.find('\n', begin), text.size());
+            std::string_view line(text.data() + begin, end - begin);
+            if (line.starts_with(PREFIX)) {
+                result += m_folder + "/";
+                line.remove_prefix(sizeof PREFIX - 1);
+            }
+            result += line;
+            if (end != text.size())
+                result += '\n';
+            begin = end + 1;
+        }
+        return result;
+    }
+
     std::string m_folder;
 };
 

@@ -31,7 +31,7 @@ private:
 };
 
 /// Serves all that a client says, with an add-on, until it has said everything. In what it says
-/// "data/" at the head of a string stands for the folder. Returns whether it came to the word that
+/// "data/" at the head of a line stands for the folder. Returns whether it came to the word that
 /// closes a session, nothing having failed before.
 bool serve(std::string const& addon, std::uint8_t const* data, std::size_t size);
 
