@@ -397,6 +397,28 @@ void saveFiles()
             }
 }
 
+/// A grid of zones of each kind, one of which has the cells of another, and its solution.
+void saveGridOfEach()
+{
+    using writing::ZoneType;
+    writing::Zone const partitions = mesh(ZoneType::Brick, {2, 1, 1}, 2);
+    writing::Zone sharer = partitions;
+    sharer.connectivityFrom = 0;
+    writing::DataSet const dataSet =
+        dataSetOf({partitions, sharer, mesh(ZoneType::Tetrahedron, {1, 1, 1}, 1),
+                   writing::tests::orderedZone({4, 3, 2}, fewVariables(), {{{2}, {}, {}}}),
+                   mesh(ZoneType::Mixed, {1, 1, 2}, 1)});
+    for (bool const isText : {false, true}) {
+        writing::Options options;
+        options.isText = isText;
+        options.fileType = writing::FileType::Grid;
+        std::string const name = isText ? "OfEach232text" : "OfEach232";
+        save("check", "grid" + name, written(dataSet, options));
+        options.fileType = writing::FileType::Solution;
+        save("check", "solution" + name, written(dataSet, options));
+    }
+}
+
 /// Headers alone, of files with groups, with all letters, and with what only old ones have.
 void saveHeaders()
 {
@@ -735,6 +757,7 @@ int main(int argc, char** argv)
     fs::create_directories(folder);
     hdqio::MessageCapture const quiet;
     saveFiles();
+    saveGridOfEach();
     saveHeaders();
     saveFormulas();
     savePayloads();

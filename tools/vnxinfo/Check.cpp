@@ -258,6 +258,11 @@ private:
     std::vector<bool> m_isSharer;
 };
 
+bool isGridForOthers(CheckedFile const& file)
+{
+    return file.description.dataFileType() == DataFileType_Grid && file.faults.isEmpty();
+}
+
 Json verdictOf(CheckedFile const& file)
 {
     Json faults = Json::array();
@@ -294,6 +299,15 @@ Faults findFaults(std::string const& path)
     return file.faults;
 }
 
+Faults findFaults(std::string const& path, std::string const& gridPath)
+{
+    CheckedFile grid(gridPath);
+    FileCheck(grid, nullptr).run();
+    CheckedFile file(path);
+    FileCheck(file, isGridForOthers(grid) ? &grid : nullptr).run();
+    return file.faults;
+}
+
 bool checkFiles(std::vector<std::string> const& paths, bool asJson, Output& output)
 {
     std::unique_ptr<CheckedFile> grid;
@@ -307,8 +321,7 @@ bool checkFiles(std::vector<std::string> const& paths, bool asJson, Output& outp
             list.push_back(verdictOf(*file));
         else
             writeText(*file, output);
-        if (path == paths.front() && file->description.dataFileType() == DataFileType_Grid &&
-            file->faults.isEmpty())
+        if (path == paths.front() && isGridForOthers(*file))
             grid = std::move(file);
     }
     if (asJson)
