@@ -55,12 +55,24 @@ elseif(VNX_SANITIZE)
     # that the check doesn't know.
     add_compile_options(-fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=all
                         -fno-omit-frame-pointer -g1 -O1)
+    # Clang's function: the types of an add-on's callbacks are others to it than those of the library.
+    # The indicator: the same class, hidden in a program and in the library that it loads, is no violation.
+    add_compile_options($<$<COMPILE_LANG_AND_ID:CXX,Clang>:-fno-sanitize=function>
+                        $<$<C_COMPILER_ID:Clang>:-fsanitize-address-use-odr-indicator>)
     add_link_options(-fsanitize=address,undefined)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND NOT VNX_FUZZ)
+        # As GCC does: the sanitizers are a library, so what a test puts in the place of a function is found first.
+        execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libclang_rt.asan-x86_64.so
+                        OUTPUT_VARIABLE runtime OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+        get_filename_component(runtime "${runtime}" DIRECTORY)
+        add_link_options(-shared-libasan "LINKER:-rpath,${runtime}")
+        # What GCC does unasked.
+        add_compile_definitions(__SANITIZE_ADDRESS__)
+        add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fsized-deallocation>)
+    endif()
 endif()
 if(VNX_FUZZ)
-    # Not function: the types of an add-on's callbacks are others to it than those of the library.
-    # The indicator: the same class, hidden in a target and in the library that it loads, is no violation.
-    add_compile_options(-fsanitize=fuzzer-no-link -fno-sanitize=function -fsanitize-address-use-odr-indicator)
+    add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 if(VNX_COVERAGE)
     # All of what sdk/CMakeLists.txt makes the library of. Of an inline function the linker keeps any one copy,
