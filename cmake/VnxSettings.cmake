@@ -66,6 +66,7 @@ elseif(VNX_SANITIZE)
                         OUTPUT_VARIABLE runtime OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
         get_filename_component(runtime "${runtime}" DIRECTORY)
         add_link_options(-shared-libasan "LINKER:-rpath,${runtime}")
+        set(VNX_SANITIZER_LINKING "-shared-libasan -Wl,-rpath,${runtime}") # for a project elsewhere
         # What GCC does unasked.
         add_compile_definitions(__SANITIZE_ADDRESS__)
         add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fsized-deallocation>)

@@ -9,7 +9,7 @@ endfunction()
 file(REMOVE_RECURSE "${WORK}")
 set(flags)
 if(SANITIZE)
-    set(flags "-DCMAKE_CXX_FLAGS=-fsanitize=address,undefined")
+    set(flags "-DCMAKE_CXX_FLAGS=-fsanitize=address,undefined" "-DCMAKE_EXE_LINKER_FLAGS=${LINKING}")
 endif()
 run("${CMAKE_COMMAND}" --install "${BUILD}" --prefix "${WORK}/installed")
 run("${CMAKE_COMMAND}" -G "${GENERATOR}" -S "${SOURCE}" -B "${WORK}/build" "-DCMAKE_CXX_COMPILER=${CXX}"
