@@ -62,9 +62,8 @@ elseif(VNX_SANITIZE)
     add_link_options(-fsanitize=address,undefined)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND NOT VNX_FUZZ)
         # As GCC does: the sanitizers are a library, so what a test puts in the place of a function is found first.
-        execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=libclang_rt.asan-x86_64.so
+        execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-runtime-dir
                         OUTPUT_VARIABLE runtime OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-        get_filename_component(runtime "${runtime}" DIRECTORY)
         add_link_options(-shared-libasan "LINKER:-rpath,${runtime}")
         set(VNX_SANITIZER_LINKING "-shared-libasan -Wl,-rpath,${runtime}") # for a project elsewhere
         # What GCC does unasked.
